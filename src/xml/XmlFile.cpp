@@ -1,0 +1,109 @@
+// Files come from users and may be anything: a directory, a FIFO that nobody writes, a document
+// nested so deeply that the XML library, which recurses, would overflow the stack. All of that is
+// met here, once, before the library sees a byte.
+
+#include "xml/XmlFile.h"
+
+#include "xml/TagScanner.h"
+
+#include <QFile>
+#include <QXmlDefaultHandler>
+#include <QXmlInputSource>
+#include <QXmlSimpleReader>
+
+#include <algorithm>
+#include <iostream>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace xml {
+
+namespace {
+
+bool readRegularFile(const QString &path, QByteArray &bytes) {
+  // O_NONBLOCK, so that opening a FIFO returns; it has no effect on regular files.
+  const int fd = ::open(path.toUtf8().constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0)
+    return false;
+  struct stat status;
+  QFile file;
+  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) ||
+      !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+    ::close(fd);
+    return false;
+  }
+  bytes = file.readAll();
+  return file.error() == QFileDevice::NoError;
+}
+
+// Deprecated for other uses; but the document classes read through this very parser.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+class DepthHandler : public QXmlDefaultHandler {
+public:
+  bool startElement(const QString &, const QString &, const QString &,
+                    const QXmlAttributes &) override {
+    deepest = std::max(deepest, ++depth);
+    return deepest <= MAX_DEPTH;
+  }
+  bool endElement(const QString &, const QString &, const QString &) override {
+    --depth;
+    return true;
+  }
+
+  std::size_t deepest = 0;
+
+private:
+  std::size_t depth = 0;
+};
+
+std::size_t parsedDepth(const QXmlInputSource &source) {
+  DepthHandler handler;
+  QXmlSimpleReader reader;
+  reader.setContentHandler(&handler);
+  reader.parse(source);
+  return handler.deepest;
+}
+
+std::size_t depthOf(const QByteArray &bytes) {
+  QXmlInputSource source;
+  source.setData(bytes);
+  // Decoded as the parser will, since in some encodings a "<" is not the byte that ASCII has.
+  const QString text = source.data();
+  // Entities may hold elements, so a few bytes can nest without end: only the parser knows.
+  if (text.contains(QLatin1String("<!ENTITY")))
+    return parsedDepth(source);
+  const QByteArray utf8 = text.toUtf8();
+  return nestingDepth({utf8.constData(), static_cast<std::size_t>(utf8.size())});
+}
+
+#pragma GCC diagnostic pop
+
+} // namespace
+
+read_result_t readDocument(const QString &path, QDomDocument &document) {
+  read_result_t result;
+  QByteArray bytes;
+  if (!readRegularFile(path, bytes))
+    return result;
+  if (depthOf(bytes) > MAX_DEPTH) {
+    std::cerr << "File " << path.toUtf8().constData() << " nests more than " << MAX_DEPTH
+              << " elements in each other, it is not read." << std::endl;
+    return result;
+  }
+  result.readable = true;
+  result.wellFormed = document.setContent(bytes, &result.message, &result.line, &result.column);
+  return result;
+}
+
+QString attribute(const QDomElement &element, const QString &name) {
+  if (!element.hasAttribute(name))
+    return QString();
+  const QString value = element.attribute(name);
+  return value.isNull() ? QLatin1String("") : value;
+}
+
+} // namespace xml

@@ -1,0 +1,75 @@
+#ifndef KELVARUNE_XML_XMLFILE_H
+#define KELVARUNE_XML_XMLFILE_H
+
+#include <QDomDocument>
+#include <QString>
+
+#include <cstddef>
+
+namespace xml {
+
+/// The deepest nesting of elements that is read. The XML library recurses over the elements of a
+/// document when it writes and frees it, so a deeper document could exhaust the stack.
+constexpr std::size_t MAX_DEPTH = 1000;
+
+/// How reading a document went. `message`, `line` and `column` (both from 1) tell the XML library's
+/// complaint when the file could be read but is not well-formed.
+struct read_result_t {
+  bool readable = false;
+  bool wellFormed = false;
+  QString message;
+  int line = 0;
+  int column = 0;
+};
+
+/// Reads the XML document in the file at `path` into `document`.
+///
+/// A file that does not exist, is not a regular file or cannot be read leaves `document` as it was
+/// and gives `readable` false. A file that is not well-formed is read as far as the XML library
+/// goes, at worst into a document without a root element. A file that nests elements deeper than
+/// MAX_DEPTH, its own entities in place, is not readable either, and one line on standard error
+/// says so. Never blocks on a FIFO or a device. Any thread.
+read_result_t readDocument(const QString &path, QDomDocument &document);
+
+/// The attribute `name` of `element`: null when absent, empty but not null when present and empty.
+QString attribute(const QDomElement &element, const QString &name);
+
+/// The direct children of a node that are elements named `tag`, in document order, for range-for
+/// loops. The loop steps on before its body runs, so the body may remove the element it is given.
+class children {
+public:
+  children(const QDomNode &parent, const QString &tag)
+      : first(parent.firstChildElement(tag)), tag(tag) {}
+
+  class iterator {
+  public:
+    iterator(const QDomElement &element, const QString *tag) : tag(tag) { stepTo(element); }
+    QDomElement operator*() const { return current; }
+    iterator &operator++() {
+      stepTo(following);
+      return *this;
+    }
+    bool operator!=(const iterator &other) const { return current != other.current; }
+
+  private:
+    void stepTo(const QDomElement &element) {
+      current = element;
+      following = current.nextSiblingElement(*tag);
+    }
+
+    QDomElement current;
+    QDomElement following;
+    const QString *tag;
+  };
+
+  iterator begin() const { return {first, &tag}; }
+  iterator end() const { return {QDomElement(), &tag}; }
+
+private:
+  QDomElement first;
+  QString tag;
+};
+
+} // namespace xml
+
+#endif
