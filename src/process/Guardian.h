@@ -1,0 +1,35 @@
+#ifndef KELVARUNE_PROCESS_GUARDIAN_H
+#define KELVARUNE_PROCESS_GUARDIAN_H
+
+#include "file/Descriptor.h"
+
+#include <sys/types.h>
+
+namespace process {
+
+/// A small process that outlives the program by a moment and ends its tools.
+///
+/// A program that is killed, crashes or is interrupted on its terminal cannot end the tools that it
+/// runs. The kernel kills the tools themselves (see ToolProcess), but not what they started. The
+/// guardian waits until the program is gone, however it went, and then ends every process of the
+/// recorded sessions. It holds no descriptor of the program but a pipe, and no directory.
+class Guardian {
+public:
+  /// Starts the guardian; without one (the system refuses) the program runs on unguarded. Call
+  /// before the program starts threads.
+  Guardian();
+
+  /// Dismisses the guardian: the program ends in order, and what tools left on purpose may stay.
+  ~Guardian();
+
+  Guardian(const Guardian &) = delete;
+  Guardian &operator=(const Guardian &) = delete;
+
+private:
+  file::Descriptor lifeline;
+  pid_t pid = -1;
+};
+
+} // namespace process
+
+#endif

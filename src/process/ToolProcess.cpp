@@ -1,0 +1,218 @@
+// Tools are started by vfork: the child borrows the program's memory until it runs the tool, so
+// starting is as cheap beside a document of a gigabyte as beside none, where fork would copy the
+// page tables of all of it. posix_spawn does the same but cannot ask for the parent-death signal.
+//
+// The end of a tool is awaited on a process descriptor together with its output, which lets one
+// thread do both without helper threads or a SIGCHLD handler. Where the kernel gives none, the
+// process is asked every few milliseconds.
+
+#include "process/ToolProcess.h"
+
+#include "process/PipeReader.h"
+#include "process/StopSignals.h"
+
+#include <cerrno>
+#include <vector>
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace process {
+
+namespace {
+
+constexpr int ASK_AGAIN_MS = 5;
+constexpr int LAST_CLASSIC_SIGNAL = 31;
+
+/// All that the child needs, made ready before it exists: it must not allocate.
+struct child_t {
+  char *const *arguments;
+  int standardInput;
+  int standardOutput;
+  int standardError;
+  int errorPipe;
+  pid_t parent;
+  sessions::slot_t *slot;
+};
+
+int nullDevice() {
+  static const int fd = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+  return fd;
+}
+
+// Everything above standard error is closed when the program starts, whoever opened it.
+void keepStandardDescriptorsOnly() {
+  if (::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0)
+    return;
+  rlimit limit = {};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  for (int fd = STDERR_FILENO + 1; fd < static_cast<int>(limit.rlim_cur); ++fd)
+    ::fcntl(fd, F_SETFD, FD_CLOEXEC);
+}
+
+// The child shares its memory with the program but not its table of handlers; a handler of the
+// program must not run here once the signals are let in again.
+void resetSignals() {
+  struct sigaction action = {};
+  for (int number = 1; number <= LAST_CLASSIC_SIGNAL; ++number) {
+    if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_DFL &&
+        (action.sa_handler != SIG_IGN || number == SIGPIPE)) {
+      action = {};
+      action.sa_handler = SIG_DFL;
+      ::sigaction(number, &action, nullptr);
+    }
+  }
+  sigset_t none;
+  sigemptyset(&none);
+  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+[[noreturn]] void runChild(const child_t &child) {
+  ::setsid();
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (::getppid() != child.parent) // it died before the line above
+    ::_exit(127);
+  if (child.slot)
+    child.slot->store(::getpid());
+  ::dup2(child.standardInput, STDIN_FILENO);
+  ::dup2(child.standardOutput, STDOUT_FILENO);
+  ::dup2(child.standardError, STDERR_FILENO);
+  keepStandardDescriptorsOnly();
+  resetSignals();
+  ::execvp(child.arguments[0], child.arguments);
+  const int error = errno;
+  if (::write(child.errorPipe, &error, sizeof error) < 0)
+    ::_exit(126);
+  ::_exit(127);
+}
+
+// A function of its own that is never inlined, so that the child cannot disturb the frame of a
+// caller which goes on.
+[[gnu::noinline]] pid_t startChild(const child_t &child) {
+  const stop_signals::AllBlocked blocked;
+  const pid_t pid = ::vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork)
+  if (pid == 0)
+    runChild(child); // NOLINT(clang-analyzer-unix.Vfork)
+  return pid;
+}
+
+std::vector<QByteArray> encoded(const std::filesystem::path &program,
+                                const QStringList &arguments) {
+  std::vector<QByteArray> result;
+  result.reserve(static_cast<std::size_t>(arguments.size()) + 1);
+  result.push_back(QByteArray::fromStdString(program.native()));
+  for (const QString &argument : arguments)
+    result.push_back(argument.toUtf8());
+  return result;
+}
+
+// The child writes only when it could not run the program, which closes the pipe.
+bool hasError(int errorPipe) {
+  int error = 0;
+  ssize_t length = 0;
+  do
+    length = ::read(errorPipe, &error, sizeof error);
+  while (length < 0 && errno == EINTR);
+  return length > 0;
+}
+
+} // namespace
+
+void ensureStandardDescriptors() {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) < 0)
+      return;
+  }
+}
+
+ToolProcess::~ToolProcess() {
+  kill();
+  reap(true);
+}
+
+bool ToolProcess::start(const std::filesystem::path &program, const QStringList &arguments,
+                        int standardInput, int standardOutput) {
+  std::vector<QByteArray> words = encoded(program, arguments);
+  std::vector<char *> pointers;
+  pointers.reserve(words.size() + 1);
+  for (QByteArray &word : words)
+    pointers.push_back(word.data());
+  pointers.push_back(nullptr);
+
+  file::pipe_t errors = file::makePipe();
+  if (!errors.readEnd.isOpen())
+    return false;
+  slot = sessions::claim();
+  const child_t child = {pointers.data(),
+                         standardInput < 0 ? nullDevice() : standardInput,
+                         standardOutput < 0 ? nullDevice() : standardOutput,
+                         nullDevice(),
+                         errors.writeEnd.get(),
+                         ::getpid(),
+                         slot};
+  {
+    const std::lock_guard lock(endMutex);
+    pid = startChild(child);
+  }
+  errors.writeEnd.reset();
+  if (pid < 0 || hasError(errors.readEnd.get())) {
+    reap(true);
+    return false;
+  }
+  pidfd = file::Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+  return true;
+}
+
+bool ToolProcess::waitForEnd(PipeReader *output, int limitMs) {
+  while (pid > 0) {
+    pollfd watched[] = {{pidfd.get(), POLLIN, 0}, {output ? output->descriptor() : -1, POLLIN, 0}};
+    const int waitMs = pidfd.isOpen() ? limitMs : ASK_AGAIN_MS;
+    const timespec duration = {waitMs / 1000, (waitMs % 1000) * 1000000L};
+    const int ready =
+        ::ppoll(watched, 2, waitMs < 0 ? nullptr : &duration, stop_signals::waitMask());
+    if (ready > 0 && watched[1].revents)
+      output->readSome();
+    if (!pidfd.isOpen() || (ready > 0 && watched[0].revents))
+      reap(pidfd.isOpen());
+    else if (ready == 0)
+      return false;
+  }
+  return true;
+}
+
+void ToolProcess::kill() {
+  const std::lock_guard lock(endMutex);
+  if (pid > 0)
+    ::kill(pid, SIGKILL);
+}
+
+pid_t ToolProcess::session() const {
+  const std::lock_guard lock(endMutex);
+  return pid;
+}
+
+void ToolProcess::reap(bool block) {
+  siginfo_t info = {};
+  // Wait without reaping first, so that endMutex is held for a moment only.
+  const int when = WEXITED | (block ? 0 : WNOHANG);
+  while (pid > 0 && ::waitid(P_PID, static_cast<id_t>(pid), &info, when | WNOWAIT) != 0 &&
+         errno == EINTR) {
+  }
+  if (pid > 0 && info.si_pid == 0 && !block)
+    return;
+  const std::lock_guard lock(endMutex);
+  if (pid > 0)
+    ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG);
+  endedBySignal = info.si_pid != 0 && info.si_code != CLD_EXITED;
+  pid = 0;
+  sessions::releaseEnded(slot);
+  slot = nullptr;
+  pidfd.reset();
+}
+
+} // namespace process

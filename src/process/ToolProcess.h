@@ -1,0 +1,72 @@
+#ifndef KELVARUNE_PROCESS_TOOLPROCESS_H
+#define KELVARUNE_PROCESS_TOOLPROCESS_H
+
+#include "file/Descriptor.h"
+#include "process/Sessions.h"
+
+#include <QStringList>
+
+#include <filesystem>
+#include <mutex>
+
+namespace process {
+
+class PipeReader;
+
+/// One run of an external tool, from its start to its end.
+///
+/// The tool gets its arguments as they are (UTF-8, no shell), the program's environment and working
+/// directory, descriptors 0, 1 and 2 and no other, no blocked signal and the default SIGPIPE. What
+/// it writes on standard error goes nowhere. It leads a session of its own and is killed by the
+/// kernel when the thread that started it ends, so it never outlives the program.
+///
+/// Starting costs the same whatever the size of the program's heap: no page table is copied.
+///
+/// Belongs to the thread that starts it; only `kill` and `session` may be called from others, as
+/// long as the object lives. Destroying it while the tool runs kills the tool and waits for its
+/// end.
+class ToolProcess {
+public:
+  ToolProcess() = default;
+  ~ToolProcess();
+  ToolProcess(const ToolProcess &) = delete;
+  ToolProcess &operator=(const ToolProcess &) = delete;
+
+  /// Starts `program`, looked up in PATH when it has no directory. `standardInput` and
+  /// `standardOutput` are only borrowed; -1 stands for the null device. False when the program
+  /// cannot be run (it does not exist, it is no program, the arguments are too long, ...).
+  bool start(const std::filesystem::path &program, const QStringList &arguments, int standardInput,
+             int standardOutput);
+
+  /// Waits until the tool has ended, and meanwhile keeps `output` (may be null) read, so that
+  /// nobody who writes into it is blocked. With a limit in milliseconds (negative: none) returns
+  /// false when that time passes without the end or a byte of output. Stop signals may interrupt
+  /// the wait on the thread that lets them in. True at once when no tool runs.
+  bool waitForEnd(PipeReader *output = nullptr, int limitMs = -1);
+
+  /// Kills the tool, if it runs, without waiting.
+  void kill();
+
+  /// Whether the tool was ended by a signal.
+  bool crashed() const { return endedBySignal; }
+
+  /// The session that the tool leads, 0 when it does not run. Any thread.
+  pid_t session() const;
+
+private:
+  void reap(bool block);
+
+  mutable std::mutex endMutex; // between kill and reap: a reaped number may name another process
+  pid_t pid = 0;               // changed by the owner under endMutex
+  file::Descriptor pidfd;
+  sessions::slot_t *slot = nullptr;
+  bool endedBySignal = false;
+};
+
+/// Opens the null device in place of each of the descriptors 0, 1 and 2 that is closed, so that no
+/// pipe to a tool gets such a number. Call at program start.
+void ensureStandardDescriptors();
+
+} // namespace process
+
+#endif
