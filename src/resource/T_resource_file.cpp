@@ -1,0 +1,124 @@
+// Loading and saving one file. Every line is kept, whatever it means, so that saving gives back
+// what the program did not change.
+
+#include "resource/T_resource_file.h"
+
+#include "resource/ResourceMarks.h"
+#include "resource/T_resource_line.h"
+#include "resource/s_fopen.h"
+
+#include <cstdio>
+#include <string>
+
+#include <sys/stat.h>
+
+namespace {
+
+/// Stores the lines of `stream` in `file`; what follows the last newline is dropped.
+void read_lines(std::FILE *stream, T_resource_file *file) {
+  std::string text;
+  for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream)) {
+    if (c != get_RESOURCE_MARK_RETURN()) {
+      text.push_back(static_cast<char>(c));
+      continue;
+    }
+    file->append_line(text.c_str());
+    text.clear();
+  }
+}
+
+bool write_line(std::FILE *stream, const T_resource_string &text) {
+  unsigned long written = std::fwrite(text.chars, 1, text.length, stream);
+  if (std::fputc(get_RESOURCE_MARK_RETURN(), stream) != EOF)
+    ++written;
+  return written == text.length + 1;
+}
+
+void close_file(std::FILE *stream, const char *name) {
+  if (std::fclose(stream) != 0)
+    report_system_error("Can not close file: ", name);
+}
+
+} // namespace
+
+T_resource_file::T_resource_file(const char *name, T_resource_source source,
+                                 T_resource_file **first, T_resource_file **last,
+                                 T_resource_item *parent)
+    : T_resource_item(RESOURCE_KIND_FILE, parent), name(name), source(source) {
+  append_item(this, first, last);
+}
+
+T_resource_file::~T_resource_file() {
+  delete_list(&first_line, &last_line);
+}
+
+T_resource_line *T_resource_file::load() {
+  struct stat status;
+  if (stat(name.chars, &status) != 0) {
+    report_system_error("Unable to open resource file ", name.chars);
+    return nullptr;
+  }
+  if (status.st_size < 1)
+    return nullptr;
+  std::FILE *stream = s_fopen(name.chars, "r");
+  if (!stream)
+    return nullptr;
+  read_lines(stream, this);
+  close_file(stream, name.chars);
+  return get_line(1);
+}
+
+void T_resource_file::save() const {
+  const std::string backup = std::string(name.chars) + get_RESOURCE_MARK_TILDA();
+  // The missing "not" of this message is wanted: others look for it as it stands.
+  if (std::rename(name.chars, backup.c_str()) != 0)
+    report_system_error("Can rename file: ", name.chars, backup.c_str());
+  std::FILE *stream = s_fopen(name.chars, "w");
+  if (!stream)
+    return;
+  for (const T_resource_line *line = first_line; line; line = line->next_line()) {
+    if (!write_line(stream, line->text)) {
+      report_system_error("Can not write in file: ", name.chars);
+      return; // Wanted: the file stays open.
+    }
+  }
+  close_file(stream, name.chars);
+}
+
+T_resource_line *T_resource_file::get_line(int number) const {
+  // Numbers rise, so loading, which always asks beyond the end, need not walk the list.
+  if (!last_line || last_line->number < number)
+    return nullptr;
+  T_resource_line *line = first_line;
+  while (line && line->number < number)
+    line = line->next_line();
+  return line;
+}
+
+void T_resource_file::set_line(int number, const char *text) {
+  T_resource_line *line = get_line(number);
+  if (line)
+    line->set_value(text);
+  else
+    append_line(text);
+}
+
+void T_resource_file::delete_line(int number) {
+  T_resource_line *line = get_line(number);
+  if (line)
+    remove_line(line);
+}
+
+void T_resource_file::set_name(const char *text) {
+  name.init_string(text);
+}
+
+T_resource_line *T_resource_file::append_line(const char *text) {
+  const int number = last_line ? last_line->number + 1 : 1;
+  new T_resource_line(number, text, &first_line, &last_line, this); // The list keeps it.
+  return last_line;
+}
+
+void T_resource_file::remove_line(T_resource_line *line) {
+  delete_item(line, &first_line, &last_line);
+}

@@ -1,0 +1,57 @@
+#ifndef KELVARUNE_RESOURCE_T_RESOURCE_FILE_H
+#define KELVARUNE_RESOURCE_T_RESOURCE_FILE_H
+
+#include "resource/T_resource_item.h"
+#include "resource/T_resource_source.h"
+#include "resource/T_resource_string.h"
+
+class T_resource_line;
+
+/// One resource file, held line by line. Owns its lines. Line numbers rise along the list; deleting
+/// a line leaves a gap.
+class T_resource_file : public T_resource_item {
+public:
+  /// An empty file object; nothing is read. `first` and `last` may be none (not in a list).
+  T_resource_file(const char *name, T_resource_source source, T_resource_file **first,
+                  T_resource_file **last, T_resource_item *parent);
+  ~T_resource_file() override;
+
+  /// Appends the lines of the file on disk, numbered on from the last line held, and returns the
+  /// first line of all, which is the one to analyse from.
+  ///
+  /// Returns none when the file cannot be queried or opened (a message goes to standard error) or
+  /// when its size is 0, as that of devices and FIFOs is, which are therefore never waited for. A
+  /// last line without a newline is dropped; a line is cut at its first NUL.
+  T_resource_line *load();
+
+  /// Renames the file on disk to its name and '~', then writes all lines. Failures are messages on
+  /// standard error; a failed rename does not keep the file from being written.
+  void save() const;
+
+  /// The first line whose number is at least `number`, or none.
+  T_resource_line *get_line(int number) const;
+
+  /// Replaces the text of the first line whose number is at least `number`; when there is none,
+  /// appends a line numbered one above the last (1 in an empty file), whatever `number` was. What
+  /// the line belongs to does not change.
+  void set_line(int number, const char *text);
+
+  /// Destroys the first line whose number is at least `number`, if any, with the resource that it
+  /// carries.
+  void delete_line(int number);
+
+  void set_name(const char *text);
+
+  /// Appends a line with the next number and returns it.
+  T_resource_line *append_line(const char *text);
+
+  /// Destroys `line`, which is in this file.
+  void remove_line(T_resource_line *line);
+
+  T_resource_string name; ///< The path as given.
+  T_resource_source source;
+  T_resource_line *first_line = nullptr; ///< Owned list.
+  T_resource_line *last_line = nullptr;
+};
+
+#endif

@@ -1,0 +1,172 @@
+// The line syntax. A definition is first read as a value, with no effect, then recorded; so a wrong
+// one leaves no trace, and the reading can be followed without the links between the objects.
+
+#include "resource/syntax_analysis.h"
+
+#include "resource/ResourceManager.h"
+#include "resource/ResourceMarks.h"
+#include "resource/T_resource_comment.h"
+#include "resource/T_resource_file.h"
+#include "resource/T_resource_ident.h"
+#include "resource/T_resource_line.h"
+#include "resource/T_resource_manager.h"
+#include "resource/T_resource_tool.h"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+namespace {
+
+/// The comments seen since the last definition.
+struct pending_comments_t {
+  T_resource_comment *first = nullptr;
+  T_resource_comment *last = nullptr;
+};
+
+struct definition_t {
+  std::string tool;
+  std::string name;
+  std::string value;
+  T_resource_line *last = nullptr; ///< The line that holds the value.
+};
+
+bool is_trailing_blank(char c) {
+  return c == get_RESOURCE_MARK_SPACE() || c == get_RESOURCE_MARK_TAB();
+}
+
+bool is_blank(char c) {
+  return is_trailing_blank(c) || c == get_RESOURCE_MARK_RETURN();
+}
+
+bool is_separator(char c) {
+  return c == get_RESOURCE_MARK_STAR() || c == get_RESOURCE_MARK_POINT();
+}
+
+const char *skip_blanks(const char *text) {
+  while (is_blank(*text))
+    ++text;
+  return text;
+}
+
+/// The first separator in `text`, or none.
+const char *find_separator(const char *text) {
+  while (*text != get_RESOURCE_MARK_ENDLINE() && !is_separator(*text))
+    ++text;
+  return is_separator(*text) ? text : nullptr;
+}
+
+/// Where the text after prefix and separator starts; none when `text` is not a definition.
+const char *after_prefix(const char *text) {
+  const char *prefix = get_RESOURCE_MARK_RESOURCE();
+  const std::size_t length = std::strlen(prefix);
+  const bool isDefinition = std::strncmp(text, prefix, length) == 0 && is_separator(text[length]);
+  return isDefinition ? text + length + 1 : nullptr;
+}
+
+/// The value that starts at `text`, without a backslash that ends the line and without trailing
+/// blanks.
+std::string value_at(const char *text) {
+  std::string value = text;
+  if (!value.empty() && value.back() == get_RESOURCE_MARK_NEXTLINE())
+    value.pop_back();
+  while (!value.empty() && is_trailing_blank(value.back()))
+    value.pop_back();
+  return value;
+}
+
+/// Reads the value that starts at `text` of `line` or, while a backslash leads there, on the next
+/// line. Returns an error message or none.
+const char *read_value(const char *text, T_resource_line *line, definition_t &definition) {
+  text = skip_blanks(text);
+  while (*text == get_RESOURCE_MARK_NEXTLINE() && line->next_line()) {
+    line = line->next_line();
+    text = skip_blanks(line->text.chars);
+  }
+  if (*text == get_RESOURCE_MARK_ENDLINE() || *text == get_RESOURCE_MARK_NEXTLINE())
+    return "resource value not found";
+  definition.value = value_at(text);
+  definition.last = line;
+  return nullptr;
+}
+
+/// Reads the definition whose tool name starts at `text` of `line`. Returns an error message or
+/// none.
+const char *read_definition(const char *text, T_resource_line *line, definition_t &definition) {
+  const char *separator = find_separator(text);
+  if (!separator)
+    return "tool name not found";
+  definition.tool.assign(text, separator);
+  const char *name = separator + 1;
+  const char *colon = std::strchr(name, get_RESOURCE_MARK_COLON());
+  if (!colon)
+    return "resource name or colon not found";
+  definition.name.assign(name, colon);
+  return read_value(colon + 1, line, definition);
+}
+
+void report_syntax_error(const T_resource_line *line, const char *message) {
+  std::fprintf(stderr, "%s:%d: Resource syntax error: %s\n",
+               line->file() ? line->file()->name.chars : "", line->number, message);
+}
+
+/// Puts the comment of `line` among the pending ones: the one it has from an earlier analysis,
+/// which leaves its resource, else a new one. Thus no comment ever has two owners.
+void add_comment(T_resource_line *line, pending_comments_t &pending) {
+  if (T_resource_comment *comment = line->comment()) {
+    comment->leave_resource();
+    T_resource_item::append_item(comment, &pending.first, &pending.last);
+    return;
+  }
+  new T_resource_comment(line, &pending.first, &pending.last, nullptr); // The line keeps it.
+}
+
+/// Gives the pending comments to `resource`, or leaves them to their lines when there is none.
+void hand_over(pending_comments_t &pending, T_resource_ident *resource) {
+  while (T_resource_comment *comment = pending.first) {
+    T_resource_item::unlink_item(comment, &pending.first, &pending.last);
+    if (!resource)
+      continue;
+    T_resource_item::append_item(comment, &resource->first_comment, &resource->last_comment);
+    comment->parent = resource;
+  }
+}
+
+T_resource_ident *record(const definition_t &definition, T_resource_line *first) {
+  T_resource_manager *manager = get_resource_manager();
+  if (!manager)
+    return nullptr;
+  T_resource_tool *tool = manager->get_tool(definition.tool.c_str());
+  if (!tool)
+    tool = manager->set_tool(definition.tool.c_str());
+  return tool->set_resource(definition.name.c_str(), definition.value.c_str(), definition.last,
+                            first);
+}
+
+/// Analyses `line` and returns the line to go on with.
+T_resource_line *analyse_line(T_resource_line *line, pending_comments_t &pending) {
+  const char *text = skip_blanks(line->text.chars);
+  if (*text == get_RESOURCE_MARK_COMMENT()) {
+    add_comment(line, pending);
+    return line->next_line();
+  }
+  text = after_prefix(text);
+  if (!text)
+    return line->next_line();
+  definition_t definition;
+  if (const char *error = read_definition(text, line, definition)) {
+    report_syntax_error(line, error);
+    return line->next_line();
+  }
+  hand_over(pending, record(definition, line));
+  return definition.last->next_line();
+}
+
+} // namespace
+
+void syntax_analysis(T_resource_line *line) {
+  pending_comments_t pending;
+  while (line)
+    line = analyse_line(line, pending);
+  hand_over(pending, nullptr);
+}
