@@ -1,0 +1,161 @@
+// Locates tools in real directories: two installation directories, of which one is reached through
+// a link, and a working directory.
+
+#include "mechanism/Mechanism.h"
+#include "resource/ResourceManager.h"
+#include "support/Fixtures.h"
+
+#include <gmock/gmock.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+TEST(ComputePath, PrefersTheResource) {
+  const TemporaryDirectory directory;
+  init_resource_manager();
+  load_resources(directory
+                     .write("resources", "MVL*Proof*Alto_Path: /opt/tools//bin/../bin/./alto/\n"
+                                         "MVL*Proof*Latin: /opt/\xe9\n"
+                                         "MVL*Other*Elsewhere: /opt/other\n")
+                     .c_str(),
+                 nullptr, nullptr);
+  const struct {
+    const char *name;
+    const char *defaultPath;
+    const char *resource;
+    const char *expected;
+  } rows[] = {
+      {"no resource, path as written", "bin//../alto", "", "bin//../alto"},
+      {"resource, normalised", "alto", "Alto_Path", "/opt/tools/bin/alto"},
+      {"only the text after the last star", "alto", "Any*Thing*Alto_Path", "/opt/tools/bin/alto"},
+      {"nothing after the star", "bin//alto", "Alto_Path*", "bin//alto"},
+      {"unknown resource", "bin//alto", "Basso_Path", "bin//alto"},
+      {"resource of another tool", "alto", "Elsewhere", "alto"},
+      {"the value is Latin-1", "alto", "Latin", "/opt/é"},
+  };
+  for (const auto &row : rows) {
+    EXPECT_EQ(
+        mechanism::computePath(QString::fromUtf8(row.defaultPath), QString::fromUtf8(row.resource))
+            .toStdString(),
+        row.expected)
+        << row.name;
+  }
+}
+
+class ToolExistence : public testing::Test {
+protected:
+  ToolExistence() : root(fs::canonical(directory.path().toStdString())), saved(fs::current_path()) {
+    for (const char *name : {"A", "B", "work"})
+      fs::create_directory(root / name);
+    fs::create_directory_symlink(root / "B", root / "link");
+    fs::current_path(root / "work");
+  }
+  ~ToolExistence() override { fs::current_path(saved); }
+
+  void put(const std::string &name, fs::perms permissions = fs::perms::owner_all) {
+    fs::create_directories((root / name).parent_path());
+    directory.write(name, "");
+    fs::permissions(root / name, permissions);
+  }
+
+  /// The path found for `path` with the installation directories A and link, below the root; "-"
+  /// when none is, and the path has not changed.
+  std::string found(const std::string &path) {
+    fs::path located = path;
+    if (mechanism::checkToolExistence(located, {(root / "A").native(), (root / "link").native()}))
+      return located.native().substr(root.native().size() + 1);
+    return located.native() == path ? "-" : "changed to " + located.native();
+  }
+
+  TemporaryDirectory directory;
+  fs::path root;
+  fs::path saved;
+};
+
+TEST_F(ToolExistence, SearchesInOrder) {
+  put("A/both");
+  put("B/both");
+  put("B/late");
+  put("B/late.exe");
+  put("A/suffix.exe");
+  put("B/suffix");
+  put("A/alto.sh.exe");
+  put("A/.hidden.exe");
+  put("A/sub.d/tool.exe");
+  put("A/blocked", fs::perms::group_all | fs::perms::others_all);
+  put("A/blocked.exe", fs::perms::owner_read);
+  put("B/blocked", fs::perms::owner_exec);
+  put("A/data", fs::perms::owner_read | fs::perms::owner_write);
+  put("work/here");
+  put("work/there.exe");
+  put("tool");
+  fs::create_directory(root / "A/here");
+  fs::create_symlink(root / "tool", root / "A/linked");
+  fs::create_symlink(root / "A/loop", root / "A/loop");
+  fs::create_symlink(root / "gone", root / "A/dangling");
+  const struct {
+    const char *name;
+    const char *path;
+    const char *expected;
+  } rows[] = {
+      {"the first directory wins", "both", "A/both"},
+      {"a link to a directory is resolved; the bare name wins", "late", "B/late"},
+      {"the suffix is tried before the next directory", "suffix", "A/suffix.exe"},
+      {"no suffix after an extension", "alto.sh", "-"},
+      {"a leading dot is no extension", ".hidden", "A/.hidden.exe"},
+      {"a dot in a directory is no extension", "sub.d/tool", "A/sub.d/tool.exe"},
+      {"only the owner's bit counts", "blocked", "B/blocked"},
+      {"a file that is not executable", "data", "-"},
+      {"a directory is no tool; the working directory comes last", "here", "work/here"},
+      {"the suffix in the working directory", "there", "work/there.exe"},
+      {"the path is not resolved", "../A/./both", "A/../A/./both"},
+      {"a link keeps its name", "linked", "A/linked"},
+      {"a loop of links", "loop", "-"},
+      {"a link to nothing", "dangling", "-"},
+      {"no path at all", "", "-"},
+      {"a path below a file", "both/x", "-"},
+  };
+  for (const auto &row : rows)
+    EXPECT_EQ(found(row.path), row.expected) << row.name;
+}
+
+TEST_F(ToolExistence, EmptyPathFindsAFileNamedAsTheSuffix) {
+  put("work/.exe");
+  EXPECT_EQ(found(""), "work/.exe");
+}
+
+TEST_F(ToolExistence, AbsolutePathsAreTriedAsTheyStand) {
+  put("B/tool");
+  put("B/suffix.exe");
+  put("A/data", fs::perms::owner_read);
+  EXPECT_EQ(found((root / "link/../B/tool").native()), "link/../B/tool");
+  EXPECT_EQ(found((root / "B/suffix").native()), "-");
+  EXPECT_EQ(found((root / "A/data").native()), "-");
+  EXPECT_EQ(found("/tool"), "-");
+}
+
+TEST_F(ToolExistence, MissingInstallationDirectoryIsAnErrorOnceItIsSearched) {
+  put("A/tool");
+  const std::vector<std::string> installDirs = {(root / "A").native(), (root / "gone").native()};
+  fs::path path = "tool";
+  EXPECT_TRUE(mechanism::checkToolExistence(path, installDirs));
+  path = root / "missing";
+  EXPECT_FALSE(mechanism::checkToolExistence(path, installDirs));
+  path = "missing";
+  try {
+    mechanism::checkToolExistence(path, installDirs);
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const fs::filesystem_error &error) {
+    EXPECT_EQ(error.path1(), root / "gone");
+  }
+}
+
+TEST_F(ToolExistence, VanishedWorkingDirectoryHoldsNoTool) {
+  put("A/tool");
+  fs::remove(root / "work");
+  EXPECT_EQ(found("tool"), "A/tool");
+  EXPECT_EQ(found("missing"), "-");
+}
+
+} // namespace
