@@ -1,0 +1,289 @@
+// A component of ten thousand goals has a POS file of megabytes, and it is saved after every
+// result. Serialising the whole document each time takes far longer than running the tools, so the
+// bytes of each goal are kept from the first save on.
+//
+// Two facts make that exact. A result changes attribute values of one goal and of its descendants,
+// nothing else. And the XML library writes the bytes of an element, from its "<" to its last ">",
+// independently of its neighbours, except for the indentation at the start of each line, which
+// depends on the depth. QDomNode::save writes any node as if it were a child of the root; a goal is
+// one level deeper. Where a goal holds nothing but elements every line break in its bytes was made
+// by the indentation, so one more level can be added line by line. A goal that holds text is cut
+// out of the bytes of its proof obligation, which is a child of the root.
+
+#include "pos/PosFile.h"
+
+#include "pos/pos.h"
+#include "xml/TagScanner.h"
+#include "xml/XmlFile.h"
+
+#include <QTextCodec>
+#include <QTextStream>
+
+#include <cstring>
+#include <iostream>
+#include <string_view>
+#include <thread>
+
+namespace pos {
+
+namespace {
+
+constexpr std::chrono::milliseconds RETRY_INTERVAL(1);
+
+std::string_view viewOf(const QByteArray &bytes) {
+  return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
+
+struct range_t {
+  std::size_t begin;
+  std::size_t end;
+};
+
+/// Finds the goals in the bytes of a document or of one of its proof obligations.
+class GoalFinder {
+public:
+  /// `depth` is the number of elements open around the bytes: 0 for a document, 1 for a proof
+  /// obligation.
+  GoalFinder(std::string_view bytes, std::size_t depth)
+      : scanner(bytes), open(depth), inObligation(false) {}
+
+  /// Finds the next goal; `obligation` counts the proof obligations from 1.
+  bool next(range_t &goal, std::size_t &obligation) {
+    xml::tag_t tag;
+    while (scanner.next(tag)) {
+      const std::size_t depth = tag.kind == xml::tag_kind_t::CLOSE ? --open : open;
+      if (tag.kind == xml::tag_kind_t::OPEN)
+        ++open;
+      if (depth == 1 && tag.kind != xml::tag_kind_t::CLOSE) {
+        inObligation = tag.name == obligationTag;
+        obligations += inObligation ? 1 : 0;
+      }
+      if (depth != 2 || !inObligation || tag.name != goalTag)
+        continue;
+      if (tag.kind != xml::tag_kind_t::CLOSE)
+        begin = tag.begin;
+      if (tag.kind == xml::tag_kind_t::OPEN)
+        continue;
+      goal = {begin, tag.end};
+      obligation = obligations;
+      return true;
+    }
+    return false;
+  }
+
+private:
+  const std::string obligationTag = TAG_PROOF_OBLIGATION.toStdString();
+  const std::string goalTag = TAG_SIMPLE_GOAL.toStdString();
+  xml::TagScanner scanner;
+  std::size_t open;
+  bool inObligation;
+  std::size_t obligations = 0;
+  std::size_t begin = 0;
+};
+
+// Encodings in which a byte below 128 is that ASCII character, wherever it stands.
+bool keepsAscii(const QByteArray &codecName) {
+  return codecName == "UTF-8" || codecName == "US-ASCII" || codecName.startsWith("ISO-8859-") ||
+         codecName.startsWith("windows-125");
+}
+
+bool holdsOnlyElements(const QDomNode &node) {
+  for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling()) {
+    if (!child.isElement() || !holdsOnlyElements(child))
+      return false;
+  }
+  return true;
+}
+
+// The bytes from the first "<" to the last ">": without the indentation and line break around them.
+QByteArray elementOnly(const QByteArray &bytes) {
+  const int begin = bytes.indexOf('<');
+  return bytes.mid(begin, bytes.lastIndexOf('>') + 1 - begin);
+}
+
+QByteArray savedNode(const QDomNode &node, QTextCodec *codec) {
+  QByteArray bytes;
+  QTextStream stream(&bytes, QIODevice::WriteOnly);
+  stream.setCodec(codec);
+  node.save(stream, XML_INDENT);
+  stream.flush();
+  return elementOnly(bytes);
+}
+
+// Tries until the deadline, by polling: a lock with a time limit is unknown to the thread
+// sanitizer, and this is only used when the program is stopped.
+bool lockBefore(std::mutex &mutex, std::chrono::steady_clock::time_point deadline) {
+  while (!mutex.try_lock()) {
+    if (std::chrono::steady_clock::now() >= deadline)
+      return false;
+    std::this_thread::sleep_for(RETRY_INTERVAL);
+  }
+  return true;
+}
+
+} // namespace
+
+PosFile::PosFile(QString filePath) : path(std::move(filePath)), replacer(path.toStdString()) {}
+
+bool PosFile::load(QDomDocument &target) {
+  ready = false;
+  const xml::read_result_t result = xml::readDocument(path, target);
+  if (!result.readable)
+    return false;
+  wellFormed = result.wellFormed;
+  document = target;
+  pieces.clear();
+  changedGoals.clear();
+  divisible = true;
+  return true;
+}
+
+void PosFile::goalChanged(std::size_t obligation, std::size_t goal) {
+  changedGoals.insert({obligation, goal});
+}
+
+bool PosFile::saveUpTo(quint64 ticket, std::mutex &documentMutex) {
+  const std::lock_guard writing(writeMutex);
+  if (written >= ticket)
+    return true; // the write of another thread held it
+  QVector<QByteArray> content;
+  quint64 collected = 0;
+  {
+    const std::lock_guard lock(documentMutex);
+    if (!ready)
+      return false;
+    collected = issued;
+    content = collect();
+  }
+  if (!write(content))
+    return false;
+  written = collected;
+  return true;
+}
+
+bool PosFile::saveBefore(std::chrono::steady_clock::time_point deadline,
+                         std::mutex &documentMutex) {
+  if (!ready || !lockBefore(writeMutex, deadline))
+    return false;
+  const std::lock_guard writing(writeMutex, std::adopt_lock);
+  QVector<QByteArray> content;
+  {
+    if (!lockBefore(documentMutex, deadline))
+      return false;
+    const std::lock_guard lock(documentMutex, std::adopt_lock);
+    content = collect();
+  }
+  return write(content);
+}
+
+bool PosFile::write(const QVector<QByteArray> &content) {
+  if (!wellFormed && !keepMalformed())
+    return false;
+  const file::result_t result = replacer.replace(content);
+  if (result.outcome == file::outcome_t::FAILED)
+    reportFailure(result.error);
+  return result.outcome == file::outcome_t::DONE;
+}
+
+// Without a copy of what could not be read the file is not touched: its statuses would be lost.
+bool PosFile::keepMalformed() {
+  const file::result_t result = replacer.keepBackup();
+  if (result.outcome == file::outcome_t::FAILED)
+    reportFailure(result.error);
+  wellFormed = result.outcome == file::outcome_t::DONE;
+  return wellFormed;
+}
+
+void PosFile::reportFailure(int error) {
+  if (!reportedErrors.insert(error).second)
+    return;
+  const std::string line =
+      "Cannot save POS file " + path.toStdString() + ": " + std::strerror(error) + ".\n";
+  std::cerr << line << std::flush;
+}
+
+QVector<QByteArray> PosFile::collect() {
+  if (divisible && !pieces.isEmpty()) {
+    for (const address_t &address : changedGoals)
+      divisible = divisible && serialiseGoal(address);
+    changedGoals.clear();
+  }
+  if (divisible && pieces.isEmpty())
+    split(wholeDocument());
+  return divisible ? pieces : QVector<QByteArray>{wholeDocument()};
+}
+
+QByteArray PosFile::wholeDocument() {
+  document.documentElement().setAttribute(ATTR_AUTHOR, QStringLiteral("proof_director"));
+  QByteArray bytes;
+  QTextStream stream(&bytes, QIODevice::WriteOnly);
+  document.save(stream, XML_INDENT);
+  codec = stream.codec();
+  stream.flush();
+  return bytes;
+}
+
+// Cuts the bytes of the whole document into pieces. Where the bytes do not show the goals that the
+// document has, it stays undivided.
+void PosFile::split(const QByteArray &bytes) {
+  goals.clear();
+  for (const QDomElement &obligation :
+       xml::children(document.documentElement(), TAG_PROOF_OBLIGATION)) {
+    goals.emplace_back();
+    for (const QDomElement &goal : xml::children(obligation, TAG_SIMPLE_GOAL))
+      goals.back().push_back(goal);
+  }
+  changedGoals.clear();
+  divisible = keepsAscii(codec->name());
+  leads.clear();
+  firstPieces.clear();
+  std::vector<std::size_t> counts(goals.size());
+  GoalFinder finder(viewOf(bytes), 0);
+  range_t goal;
+  std::size_t obligation = 0;
+  std::size_t end = 0;
+  while (divisible && finder.next(goal, obligation)) {
+    divisible = obligation <= counts.size();
+    if (!divisible)
+      break;
+    ++counts[obligation - 1];
+    leads.push_back(static_cast<int>(goal.begin - end));
+    pieces.append(bytes.mid(static_cast<int>(end), static_cast<int>(goal.end - end)));
+    end = goal.end;
+  }
+  pieces.append(bytes.mid(static_cast<int>(end)));
+  int first = 0;
+  for (std::size_t i = 0; i < goals.size(); ++i) {
+    divisible = divisible && counts[i] == goals[i].size();
+    firstPieces.push_back(first);
+    first += static_cast<int>(goals[i].size());
+  }
+  if (!divisible)
+    pieces.clear();
+}
+
+bool PosFile::serialiseGoal(const address_t &address) {
+  const QDomElement &goal = goals.at(address.first).at(address.second);
+  QByteArray bytes;
+  if (holdsOnlyElements(goal)) {
+    bytes = savedNode(goal, codec);
+    bytes.replace("\n", "\n" + QByteArray(XML_INDENT, ' '));
+  } else {
+    const QByteArray obligation = savedNode(goal.parentNode(), codec);
+    GoalFinder finder(viewOf(obligation), 1);
+    range_t range;
+    std::size_t number = 0;
+    for (std::size_t i = 0; i <= address.second; ++i) {
+      if (!finder.next(range, number))
+        return false;
+    }
+    bytes =
+        obligation.mid(static_cast<int>(range.begin), static_cast<int>(range.end - range.begin));
+  }
+  const std::size_t index = static_cast<std::size_t>(firstPieces[address.first]) + address.second;
+  QByteArray &piece = pieces[static_cast<int>(index)];
+  piece = piece.left(leads[index]) + bytes;
+  return true;
+}
+
+} // namespace pos

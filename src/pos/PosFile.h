@@ -1,0 +1,98 @@
+#ifndef KELVARUNE_POS_POSFILE_H
+#define KELVARUNE_POS_POSFILE_H
+
+#include "file/FileReplacer.h"
+
+#include <QByteArray>
+#include <QDomDocument>
+#include <QString>
+#include <QVector>
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <set>
+#include <vector>
+
+namespace pos {
+
+/// A POS document and the file it came from, which is kept current cheaply and never damaged.
+///
+/// Saved bytes are those that QDomDocument::save with XML_INDENT gives. They are not made anew for
+/// every save: the bytes of each goal are kept, and only those of changed goals are serialised
+/// again. Each save replaces the whole file (see file::FileReplacer).
+///
+/// Threads: the document, `goalChanged` and `ticket` are guarded by a mutex of the owner, which
+/// passes it to the saving functions; these may be called by several threads at once and must be
+/// called without holding it. They hold it only to collect the bytes, not while they write. When
+/// several threads want to save, one write serves all those that asked before it collected.
+class PosFile {
+public:
+  explicit PosFile(QString path);
+
+  /// Reads the file into `document`, which shares its nodes with this object from then on. False
+  /// when the file cannot be read. Errors of the XML are ignored; the document is then read as far
+  /// as it goes, and the first save keeps the file's bytes under its name followed by "~".
+  bool load(QDomDocument &document);
+
+  /// Allows saving: the owner has read all it needs, the document is what the file shall hold.
+  void setReady() { ready = true; }
+  bool isReady() const { return ready; }
+
+  /// Tells that attributes of goal `goal` of proof obligation `obligation` (indexes as in the
+  /// document, from 0), or of elements in it, got other values. All other changes of the document
+  /// must be made before the first save.
+  void goalChanged(std::size_t obligation, std::size_t goal);
+
+  /// A mark for the document as it is now; see saveUpTo.
+  quint64 ticket() { return ++issued; }
+
+  /// Returns when the file holds the document as it was at `ticket`, or a later state of it. False
+  /// when the file could not be written. A failure for want of space or by an I/O error is told in
+  /// one line on standard error, once per reason; the next save tries again with everything.
+  bool saveUpTo(quint64 ticket, std::mutex &documentMutex);
+
+  /// As saving at a new ticket, but gives up (false) when other threads keep the document or the
+  /// file busy until `deadline`. The file then holds what was saved last.
+  bool saveBefore(std::chrono::steady_clock::time_point deadline, std::mutex &documentMutex);
+
+private:
+  using address_t = std::pair<std::size_t, std::size_t>;
+
+  bool write(const QVector<QByteArray> &pieces);
+  bool keepMalformed();
+  void reportFailure(int error);
+
+  // Under the document's mutex:
+  QVector<QByteArray> collect();
+  QByteArray wholeDocument();
+  void split(const QByteArray &bytes);
+  bool serialiseGoal(const address_t &address);
+
+  QString path;
+  QDomDocument document;
+  bool wellFormed = true;
+  std::atomic<bool> ready = false;
+
+  // Guarded by the document's mutex. `pieces` is the file's content: per goal the bytes since the
+  // end of the goal before it (`leads` of them) and the goal's own, then the rest. Empty before the
+  // first save and where goals cannot be kept apart.
+  QVector<QByteArray> pieces;
+  std::vector<int> leads;
+  std::vector<std::vector<QDomElement>> goals;
+  std::vector<int> firstPieces;
+  std::set<address_t> changedGoals;
+  QTextCodec *codec = nullptr;
+  bool divisible = true;
+
+  std::atomic<quint64> issued = 0;
+
+  std::mutex writeMutex; // guards what follows; taken before the document's mutex
+  quint64 written = 0;
+  file::FileReplacer replacer;
+  std::set<int> reportedErrors;
+};
+
+} // namespace pos
+
+#endif
