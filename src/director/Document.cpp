@@ -1,0 +1,159 @@
+// The POS document. The two loaders differ on purpose: registering offers every driver of the
+// mechanism for an open goal, reloading only those that have concluded on it before, because a
+// replay establishes earlier proofs again.
+
+#include "director/ProofDirector.h"
+#include "director/StatusRules.h"
+#include "process/StopSignals.h"
+#include "xml/XmlFile.h"
+
+using mechanism::trust_t;
+
+namespace {
+
+QString statusOf(const QDomElement &element) {
+  return element.attribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+}
+
+bool hasConcluded(const QDomElement &driver) {
+  const QString status = statusOf(driver);
+  return status == pos::ATTR_VALUE_PROVED || status == pos::ATTR_VALUE_DISPROVED;
+}
+
+// Whether the mechanism may still raise the status of a goal.
+bool mayImprove(pos::status_t goal, trust_t trust) {
+  if (goal == pos::PROVED || goal == pos::DISPROVED)
+    return false;
+  return goal != pos::UNRELIABLY_PROVED || trust != trust_t::NEVER;
+}
+
+std::string tagOf(const QDomElement &obligation) {
+  return obligation.firstChildElement(pos::TAG_TAG).text().toStdString();
+}
+
+// Nothing is to be saved before a load has completed, so it may be interrupted anywhere.
+bool loadInterruptibly(pos::PosFile &file, QDomDocument &document) {
+  const process::stop_signals::Open open;
+  return file.load(document);
+}
+
+} // namespace
+
+QDomElement ProofDirector::mechanismElement(const QDomElement &goal) const {
+  const QString name = QString::fromStdString(mechanism.name);
+  for (const QDomElement &element : xml::children(goal, pos::TAG_MECHANISM)) {
+    if (element.attribute(pos::ATTR_NAME) == name)
+      return element;
+  }
+  return QDomElement();
+}
+
+QDomElement ProofDirector::registerMechanism(const QDomElement &goal) {
+  QDomElement element = posDocument.createElement(pos::TAG_MECHANISM);
+  element.setAttribute(pos::ATTR_NAME, QString::fromStdString(mechanism.name));
+  element.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+  for (const QString &name : std::as_const(mechanism.driver_names)) {
+    QDomElement driver = posDocument.createElement(pos::TAG_DRIVER);
+    driver.setAttribute(pos::ATTR_NAME, name);
+    driver.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+    element.appendChild(driver);
+  }
+  QDomNode(goal).appendChild(element);
+  return element;
+}
+
+bool ProofDirector::loadPosFile() {
+  unprovedCount = 0;
+  if (!loadInterruptibly(posFile, posDocument))
+    return false;
+  bool changed = false;
+  const QDomElement root = posDocument.documentElement();
+  for (const QDomElement &obligation : xml::children(root, pos::TAG_PROOF_OBLIGATION)) {
+    std::vector<po_data_t> goals;
+    for (QDomElement goal : xml::children(obligation, pos::TAG_SIMPLE_GOAL)) {
+      po_data_t data;
+      data.status = pos::proofStatusOfAttrValue(statusOf(goal));
+      const bool improvable = mayImprove(data.status, mechanism.trust);
+      unprovedCount += data.status == pos::UNPROVED ? 1 : 0;
+      data.element = mechanismElement(goal);
+      if (data.element.isNull()) {
+        data.element = registerMechanism(goal);
+        changed = true;
+        if (data.status == pos::UNKNOWN)
+          goal.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+      }
+      if (improvable && statusOf(data.element) == pos::ATTR_VALUE_UNPROVED) {
+        // Whatever the driver's own status is (wanted).
+        for (const QDomElement &driver : xml::children(data.element, pos::TAG_DRIVER))
+          data.drivers.append(driver.attribute(pos::ATTR_NAME));
+        data.status = pos::UNPROVED;
+      }
+      goals.push_back(std::move(data));
+    }
+    poData.emplace_back(tagOf(obligation), std::move(goals));
+  }
+  posFile.setReady();
+  return changed;
+}
+
+bool ProofDirector::reloadPosFile() {
+  if (!loadInterruptibly(posFile, posDocument))
+    return false;
+  unprovedCount = 0;
+  const QDomElement root = posDocument.documentElement();
+  for (const QDomElement &obligation : xml::children(root, pos::TAG_PROOF_OBLIGATION)) {
+    std::vector<po_data_t> goals;
+    for (const QDomElement &goal : xml::children(obligation, pos::TAG_SIMPLE_GOAL)) {
+      const bool unproved = statusOf(goal) == pos::ATTR_VALUE_UNPROVED;
+      unprovedCount += unproved ? 1 : 0;
+      const QDomElement element = mechanismElement(goal);
+      if (element.isNull())
+        return false;
+      po_data_t data = {pos::UNPROVED, {}, element};
+      if (unproved && statusOf(element) == pos::ATTR_VALUE_UNPROVED) {
+        for (const QDomElement &driver : xml::children(element, pos::TAG_DRIVER)) {
+          if (hasConcluded(driver))
+            data.drivers.append(driver.attribute(pos::ATTR_NAME));
+        }
+      }
+      goals.push_back(std::move(data));
+    }
+    poData.emplace_back(tagOf(obligation), std::move(goals));
+  }
+  posFile.setReady();
+  return true;
+}
+
+bool ProofDirector::savePosFile() {
+  return posFile.saveUpTo(posFile.ticket(), resultMutex);
+}
+
+void ProofDirector::updateStatus(const address_t &address, const QString &verdict) {
+  po_data_t &data = poData.at(address.first).second.at(address.second);
+  bool last = false; // a driver that the element does not have is not its last one
+  for (QDomElement driver : xml::children(data.element, pos::TAG_DRIVER)) {
+    if (driver.attribute(pos::ATTR_NAME) == currentDriver.name) {
+      last = driver.nextSiblingElement(pos::TAG_DRIVER).isNull();
+      driver.setAttribute(pos::ATTR_STATUS, verdict);
+      break;
+    }
+  }
+
+  if (concludesGoal(verdict, mechanism.trust, data.status))
+    data.drivers.clear();
+  else
+    data.drivers.removeOne(currentDriver.name);
+
+  const mechanism_update_t update =
+      nextMechanismStatus(verdict, last, mechanism.trust, data.status);
+  if (update.write)
+    data.element.setAttribute(pos::ATTR_STATUS, pos::strOfProofStatus(update.status));
+
+  QDomElement goal = data.element.parentNode().toElement();
+  if (goalFollows(statusOf(goal), update.status)) {
+    goal.setAttribute(pos::ATTR_STATUS, pos::strOfProofStatus(update.status));
+    --unprovedCount; // also for a goal that was not counted; wraps below 0 (wanted)
+  }
+  data.status = update.status;
+  posFile.goalChanged(address.first, address.second);
+}

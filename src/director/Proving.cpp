@@ -1,0 +1,218 @@
+// One entry is a chain: the prover's output goes straight into the reader, and the reader's output
+// is read while the tools run, so that however much a tool writes none of them blocks. The verdicts
+// count only when both have ended and there is exactly one for each goal.
+//
+// A tool that cannot be started counts as one that wrote nothing; what follows from that shows in
+// the verdicts.
+
+#include "director/ProofDirector.h"
+#include "director/ReaderOutput.h"
+#include "director/RunningTool.h"
+#include "process/PipeReader.h"
+
+#include <algorithm>
+#include <iostream>
+#include <map>
+#include <optional>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using mechanism::input_t;
+
+namespace {
+
+const std::map<pos::status_t, const char *> stringOfStatus = {{pos::UNPROVED, "-"},
+                                                              {pos::UNKNOWN, "-"},
+                                                              {pos::UNRELIABLY_PROVED, "*"},
+                                                              {pos::PROVED, "+"},
+                                                              {pos::DISPROVED, "!"}};
+
+const std::map<pos::status_t, const char *> xmlOfStatus = {{pos::UNPROVED, "<m/>"},
+                                                           {pos::UNKNOWN, "<m/>"},
+                                                           {pos::UNRELIABLY_PROVED, "<u/>"},
+                                                           {pos::PROVED, "<p/>"},
+                                                           {pos::DISPROVED, "<d/>"}};
+
+constexpr std::size_t READ_WITHOUT_READER = std::size_t(1) << 20;
+constexpr int FIRST_LOOK_MS = 1000;
+constexpr int RAREST_LOOK_MS = 60000;
+
+// The POS value that a whole line of a reader stands for.
+std::optional<QString> verdictOf(std::string_view line) {
+  if (line == "Proved")
+    return pos::ATTR_VALUE_PROVED;
+  if (line == "Unknown")
+    return pos::ATTR_VALUE_UNKNOWN;
+  if (line == "Disproved")
+    return pos::ATTR_VALUE_DISPROVED;
+  return std::nullopt;
+}
+
+// A secondary file for a prover's standard input. Nobody waits here for the writer of a FIFO.
+file::Descriptor openInput(const QString &path) {
+  file::Descriptor input(
+      ::open(path.toUtf8().constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status;
+  if (!input.isOpen() || ::fstat(input.get(), &status) != 0 || S_ISDIR(status.st_mode))
+    return file::Descriptor();
+  ::fcntl(input.get(), F_SETFL, 0);
+  return input;
+}
+
+ino_t inodeOf(const file::Descriptor &descriptor) {
+  struct stat status = {};
+  return ::fstat(descriptor.get(), &status) == 0 ? status.st_ino : 0;
+}
+
+// The prover has ended, so the reader gets the end of file and ends too, unless something that the
+// prover started holds their pipe open; that is ended when the reader takes suspiciously long.
+void awaitReader(process::ToolProcess &reader, process::PipeReader &results, ino_t chainPipe) {
+  for (int limitMs = FIRST_LOOK_MS; !reader.waitForEnd(&results, limitMs);
+       limitMs = std::min(2 * limitMs, RAREST_LOOK_MS))
+    process::sessions::endPipeWriters(chainPipe);
+  results.readRest();
+}
+
+} // namespace
+
+void ProofDirector::proveEntry(const unsigned long &index) {
+  const prover_data_t &entry = proverData.at(index);
+  if (stopping)
+    return;
+  ReaderOutput output;
+  const bool ended = runChain(entry, output);
+  countProgress(&progress_t::finished);
+  if (!ended || stopping)
+    return;
+  traceLine("processing command output ", output.text());
+  if (poFilter.isEmpty() && output.lineCount() != entry.addresses.size()) {
+    addError("Unexpected number of results. Expected: " + std::to_string(entry.addresses.size()) +
+                 " Found: " + std::to_string(output.lineCount()),
+             tr("Unexpected number of results from driver %1 reader.").arg(currentDriver.name));
+    return;
+  }
+  if (publish(entry, output))
+    savePosFile();
+}
+
+bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output) {
+  file::pipe_t chain = file::makePipe();
+  file::pipe_t results = file::makePipe();
+  const ino_t chainPipe = inodeOf(chain.readEnd);
+  traceLine("Issuing proving command ", entry.cmdp.native(), " ",
+            entry.argsp.join(QLatin1Char(' ')).toStdString(), "\n and reading command ",
+            entry.cmdr.native(), " ", entry.argsr.join(QLatin1Char(' ')).toStdString());
+
+  const bool fromFile = currentDriver.prover.input == input_t::STDIN;
+  file::pipe_t silence = fromFile ? file::pipe_t() : file::makePipe(); // stays open and empty
+  const file::Descriptor input = fromFile ? openInput(entry.inpath) : std::move(silence.readEnd);
+
+  RunningTool prover(processes, processesMutex);
+  RunningTool reader(processes, processesMutex);
+  if (input.isOpen())
+    prover->start(entry.cmdp, entry.argsp, input.get(), chain.writeEnd.get());
+  chain.writeEnd.reset();
+  const auto takeResults = [&](const char *bytes, std::size_t size) { output.append(bytes, size); };
+  const auto takeNothing = [](const char *, std::size_t) {};
+  const bool reading =
+      reader->start(entry.cmdr, entry.argsr, chain.readEnd.get(), results.writeEnd.get());
+  results.writeEnd.reset();
+  if (stopping) { // the tools may have been too young to be seen by stop
+    prover->kill();
+    reader->kill();
+  }
+
+  // Without a reader its part is taken here for a while, so that a prover does not die of a broken
+  // pipe for what it usually writes, but one that writes without end does.
+  process::PipeReader pipe =
+      reading ? process::PipeReader(std::move(results.readEnd), takeResults)
+              : process::PipeReader(std::move(chain.readEnd), takeNothing, READ_WITHOUT_READER);
+  chain.readEnd.reset();
+
+  prover->waitForEnd(&pipe);
+  prover.unregister();
+  if (hasCrashed(*prover, "Driver prover crashed.", tr("Driver %1 prover crashed.")))
+    return false;
+  awaitReader(*reader, pipe, chainPipe);
+  reader.unregister();
+  return !hasCrashed(*reader, "Driver reader crashed.", tr("Driver %1 reader crashed."));
+}
+
+bool ProofDirector::hasCrashed(const process::ToolProcess &tool, const std::string &line,
+                               const QString &message) {
+  if (tool.crashed() && !stopping) // else it was killed on purpose
+    addError(line, message.arg(currentDriver.name));
+  return tool.crashed();
+}
+
+bool ProofDirector::publish(const prover_data_t &entry, const ReaderOutput &output) {
+  const std::lock_guard lock(resultMutex);
+  if (stopping) // the last document is being saved or has been
+    return false;
+  bool changed = false;
+  LineCursor lines(output.text());
+  for (const address_t &address : entry.addresses) {
+    openOperations(address.first);
+    const std::optional<QString> verdict = verdictOf(lines.next());
+    if (verdict) {
+      publishVerdict(address, *verdict, lines);
+      changed = true;
+    } else {
+      std::cout << (xml ? "<m/>" : "-");
+    }
+  }
+  std::cout << std::flush;
+  if (changed)
+    traceLine("Saving new DOM in POS file ", pos.toStdString());
+  return changed;
+}
+
+void ProofDirector::openOperations(std::uint64_t obligation) {
+  for (; nextOperation <= obligation; ++nextOperation) {
+    if (nextOperation != 0)
+      std::cout << (xml ? "</operation>" : "") << '\n';
+    std::cout << "\t\t" << (xml ? "<operation><name>" : "") << poData.at(nextOperation).first
+              << (xml ? "</name>" : "") << "\n\t\t\t";
+  }
+}
+
+void ProofDirector::publishVerdict(const address_t &address, const QString &verdict,
+                                   LineCursor &lines) {
+  traceLine("updating proof status of proof obligation ", address.first, ",", address.second,
+            " to ", verdict.toStdString(), " for driver ", currentDriver.name.toStdString());
+  if (poFilter.isEmpty())
+    updateStatus(address, verdict);
+  if (verdict == pos::ATTR_VALUE_PROVED)
+    countProgress(&progress_t::proved);
+  const pos::status_t status = poData.at(address.first).second.at(address.second).status;
+  std::cout << (xml ? xmlOfStatus : stringOfStatus).at(status);
+  if (poFilter.isEmpty())
+    return;
+  std::cout << (xml ? "<model>\n" : "model:\n");
+  while (!lines.atEnd())
+    std::cout << lines.next() << '\n';
+  std::cout << (xml ? "</model>\n" : "\n");
+}
+
+void ProofDirector::proveJob() {
+  unsigned long index = 0;
+  while (claimEntry(job_t::PROVING, index))
+    proveEntry(index);
+}
+
+void ProofDirector::writeAndProveJob() {
+  unsigned long index = 0;
+  while (claimEntry(job_t::WRITING, index)) {
+    writeEntry(index);
+    traceProving(index);
+    proveEntry(index);
+  }
+}
+
+void ProofDirector::traceProving(unsigned long index) const {
+  const prover_data_t &entry = proverData.at(index);
+  workerTraceLine("Thread ", ::gettid(), " proves entry (", entry.cmdp.native(), ", ",
+                  entry.inpath.toStdString(), ").");
+}
