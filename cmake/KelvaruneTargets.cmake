@@ -47,7 +47,7 @@ function(kelvarune_test name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gtest GTest::gmock GTest::gtest_main
+  target_link_libraries(${name} PRIVATE ${arg_LINK} Qt5::Core Qt5::Xml GTest::gtest GTest::gmock GTest::gtest_main
                                         kelvarune_options)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()

@@ -76,30 +76,24 @@ void count(driver_metrics_t &metrics, status_t status) {
   }
 }
 
-bool provedByMechanism(const QDomElement &goal) {
-  for (const QDomElement &mechanism : xml::children(goal, TAG_MECHANISM)) {
-    if (statusOf(mechanism) == PROVED)
-      return true;
-  }
-  return false;
-}
-
-void countMechanisms(metrics_t &metrics, const QDomElement &goal) {
-  for (const QDomElement &mechanism : xml::children(goal, TAG_MECHANISM)) {
-    mechanism_metrics_t &record = findOrCreate(metrics.mechanisms, mechanism);
-    count(record, statusOf(mechanism));
-    for (const QDomElement &driver : xml::children(mechanism, TAG_DRIVER))
-      count(findOrCreate(record.drivers, driver), statusOf(driver));
-  }
+void countDrivers(mechanism_metrics_t &metrics, const QDomElement &mechanism) {
+  for (const QDomElement &driver : xml::children(mechanism, TAG_DRIVER))
+    count(findOrCreate(metrics.drivers, driver), statusOf(driver));
 }
 
 void countGoal(metrics_t &metrics, const QDomElement &goal) {
   count(metrics, statusOf(goal));
   if (isProvedProofState(proofStateOf(goal, ATTR_VALUE_UNPROVED)))
     ++metrics.provedByProofState;
-  if (provedByMechanism(goal))
-    ++metrics.provedExternally;
-  countMechanisms(metrics, goal);
+  bool provedExternally = false;
+  for (const QDomElement &mechanism : xml::children(goal, TAG_MECHANISM)) {
+    mechanism_metrics_t &record = findOrCreate(metrics.mechanisms, mechanism);
+    const status_t status = statusOf(mechanism);
+    count(record, status);
+    countDrivers(record, mechanism);
+    provedExternally = provedExternally || status == PROVED;
+  }
+  metrics.provedExternally += provedExternally ? 1 : 0;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #ifndef KELVARUNE_TESTS_SUPPORT_FIXTURES_H
 #define KELVARUNE_TESTS_SUPPORT_FIXTURES_H
 
+#include <QDir>
 #include <QDomDocument>
 #include <QFile>
 #include <QTemporaryDir>

@@ -1,0 +1,239 @@
+// The director as graphical tools embed it: registering, filters, designated goals, the job loops
+// and stopping. What the command line reaches is tested by running the program.
+
+#include "director/ProofDirector.h"
+#include "support/Fixtures.h"
+#include "xml/XmlFile.h"
+
+#include <sstream>
+#include <thread>
+
+namespace {
+
+const char *const WRITER = R"(#!/bin/sh
+while [ $# -gt 0 ]; do case $1 in -o) echo "$2" > "$2"; shift;; esac; shift; done
+)";
+
+/// A component with three goals in two obligations, and a mechanism whose reader says what stands
+/// in the file "verdicts".
+class Director : public testing::Test {
+protected:
+  Director() {
+    directory.writeTool("writer", WRITER);
+    directory.writeTool("prover", "#!/bin/sh\ncat\n");
+    directory.writeTool("reader",
+                        "#!/bin/sh\ncat > /dev/null\ncat " + directory.bytePath("verdicts") + "\n");
+    directory.write("c.pog", "");
+    directory.write("verdicts", "Proved\n");
+    writePos("");
+  }
+
+  void writePos(const std::string &mechanism) {
+    const auto goal = [&](const char *status) {
+      return "<Simple_Goal status=\"" + std::string(status) + "\">" + mechanism + "</Simple_Goal>";
+    };
+    directory.write("c.pos", "<Proof_Obligations><Proof_Obligation><Tag>A</Tag>" +
+                                 goal("Unproved") + goal("Unknown") +
+                                 "</Proof_Obligation><Proof_Obligation><Tag>B</Tag>" +
+                                 goal("Proved") + "</Proof_Obligation></Proof_Obligations>");
+  }
+
+  static std::string driver(const std::string &name, const std::string &attributes = "") {
+    return "<driver name=\"" + name + "\" " + attributes +
+           "><writer path=\"writer\"/><prover path=\"prover\"/><reader path=\"reader\"/></driver>";
+  }
+
+  ProofDirector &make(const std::string &drivers, const std::string &trust = "always",
+                      const std::string &driverFilter = "", const std::string &goal = "",
+                      bool marked = false, unsigned jobs = 1) {
+    directory.write("m.xml", "<mechanism trust=\"" + trust + "\">" + drivers + "</mechanism>");
+    director.reset(new ProofDirector("c", directory.bytePath("m.xml"), directory.bytePath("c.pos"),
+                                     directory.bytePath("c.pog"), directory.path().toStdString(),
+                                     {directory.path().toStdString()}, false, jobs, 0, driverFilter,
+                                     goal, marked));
+    EXPECT_TRUE(director->isLoaded());
+    return *director;
+  }
+
+  std::string play(ProofDirector &which) {
+    testing::internal::CaptureStdout();
+    which.play();
+    return testing::internal::GetCapturedStdout();
+  }
+
+  /// "goal status/mechanism status/driver statuses" of each goal in the file.
+  std::string savedStatuses() {
+    const QDomDocument document = documentOf(directory.read("c.pos"));
+    QStringList goals;
+    for (const QDomElement &obligation :
+         xml::children(document.documentElement(), pos::TAG_PROOF_OBLIGATION)) {
+      for (const QDomElement &goal : xml::children(obligation, pos::TAG_SIMPLE_GOAL)) {
+        const QDomElement mechanism = goal.firstChildElement(pos::TAG_MECHANISM);
+        QStringList parts = {goal.attribute(pos::ATTR_STATUS),
+                             mechanism.attribute(pos::ATTR_STATUS)};
+        for (const QDomElement &element : xml::children(mechanism, pos::TAG_DRIVER))
+          parts << element.attribute(pos::ATTR_STATUS);
+        goals << parts.join(QLatin1Char('/'));
+      }
+    }
+    return goals.join(QLatin1Char(' ')).toStdString();
+  }
+
+  TemporaryDirectory directory;
+  std::unique_ptr<ProofDirector> director;
+};
+
+TEST_F(Director, PlayRegistersTheMechanismAndProves) {
+  ProofDirector &played = make(driver("d1") + driver("d2"));
+  EXPECT_EQ(play(played), "\tProof driver d1, still 1 unproved PO\n\t\tA\n\t\t\t++\n\n"
+                          "\tProof driver d2, still 4294967295 unproved PO\n")
+      << "the goal that was unknown is not counted when registered, but when proved";
+  EXPECT_EQ(savedStatuses(), "Proved/Proved/Proved/Unproved Proved/Proved/Proved/Unproved "
+                             "Proved/Unproved/Unproved/Unproved");
+  EXPECT_FALSE(played.hasErrors());
+  EXPECT_EQ(played.progress().proved, 2U);
+
+  ProofDirector &again = make(driver("d1"));
+  EXPECT_FALSE(again.loadPosFile()) << "already registered";
+}
+
+TEST_F(Director, RedundancyTakesTwoDrivers) {
+  EXPECT_EQ(play(make(driver("d1") + driver("d2") + driver("d3"), "redundancy")),
+            "\tProof driver d1, still 1 unproved PO\n\t\tA\n\t\t\t**\n\n"
+            "\tProof driver d2, still 4294967295 unproved PO\n\t\tA\n\t\t\t++\n\n"
+            "\tProof driver d3, still 4294967293 unproved PO\n");
+  EXPECT_EQ(savedStatuses(),
+            "Proved/Proved/Proved/Proved/Unproved Proved/Proved/Proved/Proved/Unproved "
+            "Proved/Unproved/Unproved/Unproved/Unproved");
+}
+
+TEST_F(Director, FiltersChooseDrivers) {
+  const std::string drivers = driver("d1") + driver("d2", "fast=\"true\"");
+  EXPECT_EQ(play(make(drivers, "always", "d2")).substr(0, 17), "\tProof driver d2,");
+  writePos("");
+  EXPECT_EQ(play(make(drivers, "always", "", "", true)).substr(0, 17), "\tProof driver d2,");
+  writePos("");
+  EXPECT_EQ(play(make(drivers, "always", "d3")), "");
+}
+
+TEST_F(Director, DesignatedGoalPrintsItsModelAndKeepsItsStatus) {
+  directory.write("verdicts", "Disproved\nx = 1\n\ny = 2\n");
+  EXPECT_EQ(play(make(driver("d"), "always", "", "A.2")),
+            "\tProof driver d, still 1 unproved PO\n\t\tA\n\t\t\t-model:\nx = 1\n\ny = 2\n\n\n\n");
+  EXPECT_EQ(director->getWriterData().at(0).args.mid(0, 3),
+            (QStringList{QStringLiteral("-a"), QStringLiteral("0"), QStringLiteral("1")}));
+  EXPECT_EQ(director->getWriterData().at(0).args.last(), QStringLiteral("-m"));
+  EXPECT_EQ(savedStatuses(), "Unproved/Unproved/Unproved Unproved/Unproved/Unproved "
+                             "Proved/Unproved/Unproved");
+}
+
+TEST_F(Director, DesignatedGoalSelection) {
+  struct row_t {
+    const char *goal;
+    selection_t selection;
+  };
+  const row_t rows[] = {{"B.1", {{{1, 0}}}},
+                        {"A.x", {{{0, static_cast<unsigned long>(-1)}}}},
+                        {"C.1", {}},
+                        {"a.1", {}}};
+  for (const row_t &row : rows) {
+    ProofDirector &selecting = make(driver("d", "group=\"related\""), "always", "", row.goal);
+    selecting.loadPosFile();
+    selecting.setCurrentDriver(selecting.getMechanism().drivers.at(0));
+    selection_t selection;
+    selecting.selectForDriver(selection);
+    EXPECT_EQ(selection, row.selection) << row.goal;
+    selecting.produceWriterData(QStringLiteral("d"), QStringLiteral("c.pog"), selection);
+    selecting.produceProverData();
+    ASSERT_EQ(selecting.getProverData().size(), selection.size());
+    if (!selection.empty()) {
+      // The place in the selection stands for the obligation.
+      EXPECT_EQ(selecting.getProverData()[0].inpath, QStringLiteral("d/c_m_d_0.po2"));
+      EXPECT_EQ(selecting.getWriterData()[0].args.at(1), QStringLiteral("0"));
+      EXPECT_TRUE(selecting.getWriterData()[0].positions.empty());
+    }
+  }
+}
+
+TEST_F(Director, JobLoopsRunEveryEntryOnce) {
+  ProofDirector &jobs = make(driver("d"));
+  jobs.loadPosFile();
+  jobs.setCurrentDriver(jobs.getMechanism().drivers.at(0));
+  selection_t selection;
+  jobs.selectForDriver(selection);
+  jobs.produceWriterData(directory.path(), directory.path(QStringLiteral("c.pog")), selection);
+  jobs.produceProverData();
+  EXPECT_THROW(jobs.writeEntry(2), std::out_of_range);
+  EXPECT_THROW(jobs.proveEntry(2), std::out_of_range);
+  jobs.writeJob();
+  for (const writer_data_t &entry : jobs.getWriterData())
+    EXPECT_TRUE(QFile::exists(entry.po2filename));
+  jobs.proveJob(); // every index is claimed already
+  EXPECT_EQ(jobs.progress().finished, 0U);
+  testing::internal::CaptureStdout();
+  jobs.proveEntry(0);
+  jobs.proveEntry(1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "\t\tA\n\t\t\t++");
+  jobs.removeSecondaryFiles();
+  for (const writer_data_t &entry : jobs.getWriterData())
+    EXPECT_FALSE(QFile::exists(entry.po2filename));
+}
+
+TEST_F(Director, StopFromAnotherThreadEndsTheRun) {
+  for (const unsigned jobs : {1U, 3U}) {
+    writePos("");
+    directory.writeTool("prover", "#!/bin/sh\nexec sleep 60\n");
+    ProofDirector &stopped = make(driver("d"), "always", "", "", false, jobs);
+    std::thread stopper([&] {
+      while (stopped.progress().started < std::min(jobs, 2U))
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      EXPECT_TRUE(stopped.stop());
+    });
+    play(stopped);
+    stopper.join();
+    EXPECT_EQ(savedStatuses(), "Unproved/Unproved/Unproved Unproved/Unproved/Unproved "
+                               "Proved/Unproved/Unproved");
+    EXPECT_EQ(QDir(directory.path()).entryList({QStringLiteral("*.po2")}).size(), 0);
+    EXPECT_FALSE(stopped.hasErrors()) << "killed on purpose";
+  }
+}
+
+TEST_F(Director, NothingIsSavedBeforeALoad) {
+  const std::string before = directory.read("c.pos");
+  ProofDirector &fresh = make(driver("d"));
+  EXPECT_FALSE(fresh.savePosFile());
+  EXPECT_FALSE(fresh.stop());
+  EXPECT_FALSE(fresh.reloadPosFile()) << "no goal has the mechanism";
+  EXPECT_FALSE(fresh.stop());
+  EXPECT_EQ(directory.read("c.pos"), before);
+}
+
+TEST_F(Director, DumpsKeepTheirOddities) {
+  ProofDirector &dumped = make(driver("d"));
+  dumped.loadPosFile();
+  dumped.setCurrentDriver(dumped.getMechanism().drivers.at(0));
+  std::ostringstream out;
+  out << dumped.getPoData();
+  EXPECT_EQ(out.str().substr(0, 12), "{\n  A,\n  {\n ");
+  EXPECT_EQ(out.str().substr(out.str().size() - 4), "  }\n") << "no closing brace";
+  EXPECT_NE(out.str().find(", Unproved, {d}}"), std::string::npos) << out.str();
+
+  prover_data_t prover = {"/p", {QStringLiteral("1"), QStringLiteral("2")}, "/r", {}, {}, {{3, 4}}};
+  prover.argsr = QStringList{QStringLiteral("never shown")};
+  prover.inpath = QStringLiteral("f");
+  out.str("");
+  out << prover;
+  EXPECT_EQ(out.str(),
+            "cmdp: /p\nargsp: \n1\n2\ncmdr:/r\nargsr:\n1\n2\ninpath:f\npo addresses:\n\t3\t4\n");
+  out.str("");
+  out << writer_data_t{
+      "/w", {QStringLiteral("a"), QStringLiteral("b")}, QStringLiteral("f"), {{1, 2}, {3, 4}}};
+  EXPECT_EQ(out.str(), "cmd: /w\nargs: a b\npo2filename: f\npositions: {1, 2}{3, 4}\n");
+  out.str("");
+  out << dumped;
+  EXPECT_EQ(out.str().substr(0, 5), "pos: ");
+  EXPECT_NE(out.str().find("\nloaded: 1\nmechanism:[mechanism]\n"), std::string::npos);
+}
+
+} // namespace

@@ -1,0 +1,68 @@
+#include "director/StatusRules.h"
+
+#include <gtest/gtest.h>
+
+using mechanism::trust_t;
+
+namespace {
+
+constexpr auto NEVER = trust_t::NEVER;
+constexpr auto REDUNDANCY = trust_t::REDUNDANCY;
+constexpr auto ALWAYS = trust_t::ALWAYS;
+
+TEST(StatusRules, NextMechanismStatus) {
+  struct row_t {
+    const char *verdict;
+    bool last;
+    trust_t trust;
+    pos::status_t current;
+    pos::status_t next;
+    bool write;
+    bool concludes;
+  };
+  const row_t rows[] = {
+      {"Proved", false, NEVER, pos::UNPROVED, pos::UNRELIABLY_PROVED, true, true},
+      {"Proved", false, NEVER, pos::UNRELIABLY_PROVED, pos::UNRELIABLY_PROVED, false, true},
+      {"Proved", false, ALWAYS, pos::UNPROVED, pos::PROVED, true, true},
+      {"Proved", false, ALWAYS, pos::PROVED, pos::PROVED, false, true},
+      {"Proved", false, ALWAYS, pos::DISPROVED, pos::PROVED, true, true},
+      {"Proved", false, REDUNDANCY, pos::UNPROVED, pos::UNRELIABLY_PROVED, true, false},
+      {"Proved", true, REDUNDANCY, pos::UNRELIABLY_PROVED, pos::PROVED, true, true},
+      {"Proved", true, REDUNDANCY, pos::PROVED, pos::UNRELIABLY_PROVED, true, false},
+      {"Unknown", false, ALWAYS, pos::UNPROVED, pos::UNPROVED, false, false},
+      {"Unknown", true, ALWAYS, pos::UNPROVED, pos::UNKNOWN, true, false},
+      {"Unknown", true, ALWAYS, pos::UNKNOWN, pos::UNKNOWN, false, false},
+      {"Unknown", false, REDUNDANCY, pos::UNRELIABLY_PROVED, pos::UNRELIABLY_PROVED, false, false},
+      {"Unknown", true, REDUNDANCY, pos::UNRELIABLY_PROVED, pos::UNKNOWN, true, false},
+      {"Disproved", false, NEVER, pos::UNPROVED, pos::DISPROVED, true, true},
+      {"Disproved", true, REDUNDANCY, pos::DISPROVED, pos::DISPROVED, false, true},
+      {"else", false, ALWAYS, pos::UNPROVED, pos::PROVED, true, false},
+  };
+  for (const row_t &row : rows) {
+    SCOPED_TRACE(std::string(row.verdict) + " last " + std::to_string(row.last) + " trust " +
+                 std::to_string(static_cast<int>(row.trust)) + " from " +
+                 std::to_string(row.current));
+    const QString verdict = QString::fromLatin1(row.verdict);
+    const mechanism_update_t update =
+        nextMechanismStatus(verdict, row.last, row.trust, row.current);
+    EXPECT_EQ(update.status, row.next);
+    EXPECT_EQ(update.write, row.write);
+    EXPECT_EQ(concludesGoal(verdict, row.trust, row.current), row.concludes);
+  }
+}
+
+TEST(StatusRules, GoalFollows) {
+  const QString unproved = QStringLiteral("Unproved");
+  const QString unreliable = QStringLiteral("UnreliablyProved");
+  const QString proved = QStringLiteral("Proved");
+  for (const pos::status_t status : {pos::UNPROVED, pos::UNKNOWN})
+    EXPECT_FALSE(goalFollows(unproved, status)) << status;
+  for (const pos::status_t status : {pos::UNRELIABLY_PROVED, pos::PROVED, pos::DISPROVED}) {
+    EXPECT_TRUE(goalFollows(unproved, status)) << status;
+    EXPECT_EQ(goalFollows(unreliable, status), status != pos::UNRELIABLY_PROVED) << status;
+    EXPECT_FALSE(goalFollows(proved, status)) << status;
+    EXPECT_FALSE(goalFollows(QStringLiteral("Unknown"), status)) << status;
+  }
+}
+
+} // namespace
