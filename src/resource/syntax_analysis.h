@@ -6,9 +6,11 @@ class T_resource_line;
 /// Analyses `line` and all lines after it, and records their definitions and comments in the
 /// manager; without one, nothing is recorded. `line` may be none.
 ///
-/// A comment goes to the next definition that is recorded in the same call. A definition whose
-/// value the file ends before, or that is continued by a blank line, has no value. A wrong line is
-/// reported on standard error, as "file:line: Resource syntax error: message", and skipped.
+/// Comments go to the next definition in the same call that has no error; when that one cannot be
+/// recorded, to nothing. A continued definition that meets the end of the file or a blank line has
+/// no value. A wrong definition is reported on standard error, as
+/// "file:line: Resource syntax error: message" with the number of its first line; that line is
+/// skipped.
 ///
 /// Lines analysed before are analysed again: their comments move with their definitions, and a line
 /// that means something else now leaves what it belonged to.

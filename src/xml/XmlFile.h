@@ -44,7 +44,7 @@ public:
   class iterator {
   public:
     iterator(const QDomElement &element, const QString *tag) : tag(tag) { stepTo(element); }
-    QDomElement operator*() const { return current; }
+    const QDomElement &operator*() const { return current; }
     iterator &operator++() {
       stepTo(following);
       return *this;
