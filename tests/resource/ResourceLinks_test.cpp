@@ -149,24 +149,16 @@ std::string someLines(Chance &chance, T_resource_source source, model_t &model) 
     const std::string tool = chance.tool();
     const std::string name = chance.name();
     const std::string value = chance.value();
-    const std::string head = "MVL*" + tool + "." + name + ":";
-    switch (chance.below(5)) {
-    case 0:
-      lines += "! " + value + "\n";
-      continue;
-    case 1:
+    const char *const continuations[] = {"", "\\\n", "\\\n\\\n"};
+    const int form = chance.below(5);
+    if (form == 3)
       lines += "\n";
+    if (form == 4)
+      lines += "! comment\n";
+    if (form >= 3)
       continue;
-    case 2:
-      lines += head + value + "\n";
-      break;
-    case 3:
-      lines += head + "\\\n" + value + "\n";
-      break;
-    default:
-      lines += head + "\\\n\\\n" + value + " \\\n";
-      break;
-    }
+    lines.append("MVL*").append(tool).append(".").append(name).append(":");
+    lines.append(continuations[form]).append(value).append(" \\\n");
     model[{tool, name}] = {value, source};
   }
   return lines;

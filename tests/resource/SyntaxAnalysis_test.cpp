@@ -75,12 +75,15 @@ TEST_P(Syntax, ReadsAFile) {
   load(RESOURCE_SOURCE_MORVANEL, "general", row.content);
   const std::string errors = testing::internal::GetCapturedStderr();
 
+  const std::string prefix = directory.bytePath("general") + ":";
   std::string expected;
   std::istringstream messages(row.errors);
   for (std::string number, message;
        std::getline(messages, number, ':') && std::getline(messages, message);)
-    expected +=
-        directory.bytePath("general") + ":" + number + ": Resource syntax error:" + message + "\n";
+    expected.append(prefix)
+        .append(number)
+        .append(": Resource syntax error:")
+        .append(message + "\n");
   EXPECT_EQ(errors, expected);
   EXPECT_EQ(printed(), row.resources);
   EXPECT_EQ(textOf(RESOURCE_SOURCE_MORVANEL), row.lines ? row.lines : row.content);
@@ -106,13 +109,13 @@ TEST_F(Analysis, ALineThatMeansSomethingElseNowLeavesItsResource) {
   load(RESOURCE_SOURCE_EXPLICIT, "explicit", "! c\nMVL*t*r: \\\n\\\n1\nMVL*t*q: 2\n");
   T_resource_file *file = manager().get_file(RESOURCE_SOURCE_EXPLICIT);
   struct {
-    int number;
     const char *text;
+    int number;
     int analyseFrom;
   } const changes[] = {
-      {3, "MVL*t*new: 5", 3},    {4, "! note", 3},         {1, "MVL*t*r: 7", 1},
-      {2, "! second", 1},        {5, "MVL*t*new: 6", 5},   {5, "MVL*t*r: \\", 1},
-      {1, "MVL*t*again: \\", 1}, {2, "MVL*t*again: 1", 2}, {3, "MVL*t*q: 1", 1},
+      {"MVL*t*new: 5", 3, 3},    {"! note", 4, 3},         {"MVL*t*r: 7", 1, 1},
+      {"! second", 2, 1},        {"MVL*t*new: 6", 5, 5},   {"MVL*t*r: \\", 5, 1},
+      {"MVL*t*again: \\", 1, 1}, {"MVL*t*again: 1", 2, 2}, {"MVL*t*q: 1", 3, 1},
   };
   testing::internal::CaptureStderr();
   for (const auto &change : changes) {
