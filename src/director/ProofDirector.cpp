@@ -57,7 +57,7 @@ progress_t ProofDirector::progress() const {
 }
 
 bool ProofDirector::stop() {
-  if (!isStoppable())
+  if (!posFile.isReady())
     return false; // Nothing runs yet. May have interrupted the load, so nothing is touched either.
   stopping = true;
   std::vector<pid_t> sessions;
@@ -73,4 +73,12 @@ bool ProofDirector::stop() {
       posFile.saveBefore(std::chrono::steady_clock::now() + PATIENCE_AT_STOP, resultMutex);
   process::sessions::end(sessions);
   return saved;
+}
+
+void ProofDirector::stopAndCleanUp() {
+  if (!posFile.isReady())
+    return;
+  stop();
+  process::sessions::end(process::sessions::all());
+  removeSecondaryFiles();
 }

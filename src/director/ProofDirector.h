@@ -128,8 +128,9 @@ public:
   /// saved last and the result is false. Before the POS file is loaded it does nothing.
   bool stop();
 
-  /// Whether the POS file has been loaded, so that stopping has something to save.
-  bool isStoppable() const { return posFile.isReady(); }
+  /// As stop, for a program that ends right after: also ends running writers, which are beyond the
+  /// reach of `stop`, and so makes sure that no secondary file appears afterwards.
+  void stopAndCleanUp();
 
   /// How far the current pass has come. A snapshot for display.
   progress_t progress() const;

@@ -1,11 +1,16 @@
-// The end of every run. The statuses are read from the file again, so that the summary tells what
-// was saved.
+// What a run prints beside the results. The statuses are read from the file again, so that the
+// summary tells what was saved.
 
 #include "front/Report.h"
 
 #include "pos/pos.h"
 
 #include <iostream>
+
+void print_proving(const std::string &component, const std::string &mechanism, bool xml) {
+  std::cout << (xml ? "<proving>" : "") << "Proving " << component << " with external mechanism "
+            << mechanism << (xml ? "</proving>" : "") << std::endl;
+}
 
 void print_metrics(const std::string &posPath, bool xml, const std::string &label) {
   pos::metrics_t metrics = {};

@@ -10,7 +10,6 @@
 #include "front/Utils.h"
 #include "pos/pos.h"
 #include "process/Guardian.h"
-#include "process/Sessions.h"
 #include "process/StopSignals.h"
 #include "process/ToolProcess.h"
 #include "resource/ResourceManager.h"
@@ -30,12 +29,8 @@ namespace {
 ProofDirector *director = nullptr;
 
 void sighandler(int) {
-  if (director && director->isStoppable()) {
-    director->stop();
-    // Writers are beyond the reach of `stop`; once they are gone no secondary file can appear.
-    process::sessions::end(process::sessions::all());
-    director->removeSecondaryFiles();
-  }
+  if (director)
+    director->stopAndCleanUp();
   ::_exit(EXIT_FAILURE); // workers may be running still: no destructor is safe
 }
 
@@ -59,9 +54,7 @@ bool replayMechanism(const options_t &options, const std::string &component,
                                "", false);
   if (!director->isLoaded())
     return false;
-  std::cout << (options.xml ? "<proving>" : "") << "Proving " << component
-            << " with external mechanism " << director->getMechanismName()
-            << (options.xml ? "</proving>" : "") << std::endl;
+  print_proving(component, director->getMechanismName(), options.xml);
   director->replay();
   const ProofDirector *finished = std::exchange(director, nullptr);
   delete finished;
