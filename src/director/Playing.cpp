@@ -6,7 +6,6 @@
 #include "file/Descriptor.h"
 #include "process/StopSignals.h"
 
-#include <iostream>
 #include <thread>
 
 #include <poll.h>
@@ -37,12 +36,15 @@ private:
 
 } // namespace
 
+std::string ProofDirector::tagged(const char *tag, const std::string &text) const {
+  return xml ? '<' + std::string(tag) + '>' + text + "</" + tag + '>' : text;
+}
+
 void ProofDirector::replay() {
   traceLine("Start loading POS file.");
   if (!reloadPosFile()) {
     traceLine("Loading POS file failed.");
-    std::cout << (xml ? "<error>" : "") << "Error " << component << " .pos"
-              << (xml ? "</error>" : "") << std::endl;
+    process::writeToStandardOutput(tagged("error", "Error " + component + " .pos") + '\n');
     return;
   }
   traceLine("Loading POS file completed.");
@@ -69,8 +71,10 @@ void ProofDirector::playDrivers() {
     if (markedDriversOnly && !currentDriver.fast)
       continue;
     traceLine("Playing ", i, "-th driver (", name, ")");
-    std::cout << (xml ? "<proofPass>" : "") << "\tProof driver " << name << ", still "
-              << unprovedCount << " unproved PO" << (xml ? "</proofPass>" : "") << std::endl;
+    process::writeToStandardOutput(tagged("proofPass", "\tProof driver " + name + ", still " +
+                                                           std::to_string(unprovedCount) +
+                                                           " unproved PO") +
+                                   '\n');
     traceLine("Playing ", i, "-th driver (", name, ")"); // a second time (wanted)
     if (poFilter.isEmpty() && !hasWork()) {
       traceLine("Driver cannot improve proof status.");
@@ -94,9 +98,9 @@ void ProofDirector::playCurrentDriver() {
     runEntries();
   else
     runWorkers();
-  std::cout << std::endl;
+  process::writeToStandardOutput("\n");
   if (nextOperation != 0)
-    std::cout << (xml ? "</operation>" : "") << std::endl;
+    process::writeToStandardOutput(xml ? "</operation>\n" : "\n");
   removeSecondaryFiles();
 }
 

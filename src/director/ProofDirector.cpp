@@ -8,7 +8,6 @@
 #include "process/ToolProcess.h"
 
 #include <chrono>
-#include <iostream>
 
 namespace {
 
@@ -42,13 +41,9 @@ QStringList ProofDirector::errorMessages() const {
 }
 
 void ProofDirector::addError(const std::string &line, const QString &message) {
-  writeToStandardError(line + '\n');
+  process::writeToStandardError(line + '\n');
   const std::lock_guard lock(errorsMutex);
   errors.append(message);
-}
-
-void ProofDirector::writeToStandardError(const std::string &text) {
-  std::cerr << text << std::flush;
 }
 
 progress_t ProofDirector::progress() const {

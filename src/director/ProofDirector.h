@@ -4,6 +4,7 @@
 #include "mechanism/Mechanism.h"
 #include "pos/PosFile.h"
 #include "pos/pos.h"
+#include "process/StandardStreams.h"
 
 #include <QDomDocument>
 #include <QObject>
@@ -215,6 +216,7 @@ public:
 
 private:
   // Playing.cpp
+  std::string tagged(const char *tag, const std::string &text) const;
   void playCurrentDriver();
   void runEntries();
   void runWorkers();
@@ -230,9 +232,10 @@ private:
   bool hasCrashed(const process::ToolProcess &tool, const std::string &line,
                   const QString &message);
   bool publish(const prover_data_t &entry, const ReaderOutput &output);
+  void printResults();
   // These two expect resultMutex held:
   void openOperations(std::uint64_t obligation);
-  void publishVerdict(const address_t &address, const QString &verdict, LineCursor &lines);
+  std::string publishVerdict(const address_t &address, const QString &verdict, LineCursor &lines);
 
   // Document.cpp
   QDomElement mechanismElement(const QDomElement &goal) const;
@@ -245,23 +248,28 @@ private:
   template <typename... Parts>
   void traceLine(const Parts &...parts) const {
     if (trace == 1)
-      writeLine("-- ProofDirector -- ", parts...);
+      process::writeToStandardError(traceOf(parts...));
+  }
+
+  /// The text of such a line, empty unless the trace level is 1: for places that hold a lock.
+  template <typename... Parts>
+  std::string traceOf(const Parts &...parts) const {
+    return trace == 1 ? lineOf("-- ProofDirector -- ", parts...) : std::string();
   }
 
   /// As traceLine for the lines of the worker loops, whose prefix is spelt with a blank (wanted).
   template <typename... Parts>
   void workerTraceLine(const Parts &...parts) const {
     if (trace == 1)
-      writeLine("-- Proof Director -- ", parts...);
+      process::writeToStandardError(lineOf("-- Proof Director -- ", parts...));
   }
 
   template <typename... Parts>
-  static void writeLine(const Parts &...parts) {
+  static std::string lineOf(const Parts &...parts) {
     std::ostringstream line;
     (line << ... << parts) << '\n';
-    writeToStandardError(line.str());
+    return line.str();
   }
-  static void writeToStandardError(const std::string &text);
 
   bool loaded = false;
   mechanism::mechanism_t mechanism;
@@ -286,6 +294,8 @@ private:
   std::mutex jobMutex;
   mechanism::driver_t currentDriver;
   std::uint64_t nextOperation = 0; // guarded by resultMutex
+  std::ostringstream results;      // for standard output, not printed yet; guarded by resultMutex
+  std::mutex printMutex;           // serialises the printing of results; taken before resultMutex
   std::uint32_t unprovedCount = 0; // guarded by resultMutex; wraps below 0 (wanted)
   std::mutex resultMutex;
   po_data_list_t poData; // its records guarded by resultMutex while workers run

@@ -11,7 +11,6 @@
 #include "process/PipeReader.h"
 
 #include <algorithm>
-#include <iostream>
 #include <map>
 #include <optional>
 
@@ -95,6 +94,7 @@ void ProofDirector::proveEntry(const unsigned long &index) {
   }
   if (publish(entry, output))
     savePosFile();
+  printResults();
 }
 
 bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output) {
@@ -147,23 +147,27 @@ bool ProofDirector::hasCrashed(const process::ToolProcess &tool, const std::stri
   return tool.crashed();
 }
 
+// Updates the document and makes the text for standard output, which is printed after the lock is
+// given back: a reader of the program's output that does not read must not hold up a stop.
 bool ProofDirector::publish(const prover_data_t &entry, const ReaderOutput &output) {
-  const std::lock_guard lock(resultMutex);
-  if (stopping) // the last document is being saved or has been
-    return false;
   bool changed = false;
-  LineCursor lines(output.text());
-  for (const address_t &address : entry.addresses) {
-    openOperations(address.first);
-    const std::optional<QString> verdict = verdictOf(lines.next());
-    if (verdict) {
-      publishVerdict(address, *verdict, lines);
-      changed = true;
-    } else {
-      std::cout << (xml ? "<m/>" : "-");
+  std::string traces;
+  {
+    const std::lock_guard lock(resultMutex);
+    if (stopping) // the last document is being saved or has been
+      return false;
+    LineCursor lines(output.text());
+    for (const address_t &address : entry.addresses) {
+      openOperations(address.first);
+      const std::optional<QString> verdict = verdictOf(lines.next());
+      if (verdict)
+        traces += publishVerdict(address, *verdict, lines);
+      else
+        results << (xml ? "<m/>" : "-");
+      changed = changed || verdict;
     }
   }
-  std::cout << std::flush;
+  process::writeToStandardError(traces);
   if (changed)
     traceLine("Saving new DOM in POS file ", pos.toStdString());
   return changed;
@@ -172,28 +176,43 @@ bool ProofDirector::publish(const prover_data_t &entry, const ReaderOutput &outp
 void ProofDirector::openOperations(std::uint64_t obligation) {
   for (; nextOperation <= obligation; ++nextOperation) {
     if (nextOperation != 0)
-      std::cout << (xml ? "</operation>" : "") << '\n';
-    std::cout << "\t\t" << (xml ? "<operation><name>" : "") << poData.at(nextOperation).first
-              << (xml ? "</name>" : "") << "\n\t\t\t";
+      results << (xml ? "</operation>" : "") << '\n';
+    results << "\t\t" << (xml ? "<operation><name>" : "") << poData.at(nextOperation).first
+            << (xml ? "</name>" : "") << "\n\t\t\t";
   }
 }
 
-void ProofDirector::publishVerdict(const address_t &address, const QString &verdict,
-                                   LineCursor &lines) {
-  traceLine("updating proof status of proof obligation ", address.first, ",", address.second,
-            " to ", verdict.toStdString(), " for driver ", currentDriver.name.toStdString());
+// Returns the trace.
+std::string ProofDirector::publishVerdict(const address_t &address, const QString &verdict,
+                                          LineCursor &lines) {
+  std::string text =
+      traceOf("updating proof status of proof obligation ", address.first, ",", address.second,
+              " to ", verdict.toStdString(), " for driver ", currentDriver.name.toStdString());
   if (poFilter.isEmpty())
     updateStatus(address, verdict);
   if (verdict == pos::ATTR_VALUE_PROVED)
     countProgress(&progress_t::proved);
   const pos::status_t status = poData.at(address.first).second.at(address.second).status;
-  std::cout << (xml ? xmlOfStatus : stringOfStatus).at(status);
+  results << (xml ? xmlOfStatus : stringOfStatus).at(status);
   if (poFilter.isEmpty())
-    return;
-  std::cout << (xml ? "<model>\n" : "model:\n");
+    return text;
+  results << (xml ? "<model>\n" : "model:\n");
   while (!lines.atEnd())
-    std::cout << lines.next() << '\n';
-  std::cout << (xml ? "</model>\n" : "\n");
+    results << lines.next() << '\n';
+  results << (xml ? "</model>\n" : "\n");
+  return text;
+}
+
+// Prints what has been published and not been printed yet, in the order in which it was published.
+void ProofDirector::printResults() {
+  const std::lock_guard printing(printMutex);
+  std::string text;
+  {
+    const std::lock_guard lock(resultMutex);
+    text = results.str();
+    results.str(std::string());
+  }
+  process::writeToStandardOutput(text);
 }
 
 void ProofDirector::proveJob() {

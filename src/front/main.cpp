@@ -54,7 +54,10 @@ bool replayMechanism(const options_t &options, const std::string &component,
                                "", false);
   if (!director->isLoaded())
     return false;
-  print_proving(component, director->getMechanismName(), options.xml);
+  {
+    const process::stop_signals::Open open; // nothing is loaded yet
+    print_proving(component, director->getMechanismName(), options.xml);
+  }
   director->replay();
   const ProofDirector *finished = std::exchange(director, nullptr);
   delete finished;

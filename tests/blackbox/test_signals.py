@@ -98,11 +98,11 @@ class InTheMiddle(ReplayCase):
 class AtItsEnds(ReplayCase):
     """A full pipe as standard output stops the program at a chosen place."""
 
-    def start_with_room(self, room, *args):
+    def start_with_room(self, room, *args, pages=1):
         """Starts the program when its standard output takes only so many bytes more."""
         self.reading, writing = os.pipe()
         self.addCleanup(os.close, self.reading)
-        size = fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+        size = fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, pages * 4096)
         os.write(writing, b"#" * (size - room))
         process = self.start(*args, stdout=writing)
         os.close(writing)
@@ -138,27 +138,21 @@ class AtItsEnds(ReplayCase):
         self.assertEqual(before, self.path("comp.pos").read_bytes())
 
     def test_between_two_verdicts(self):
-        document = [po(f"T{i}", candidate()) for i in range(40)]
+        # The program waits for a free page of the pipe, so the output must be more than a few.
+        document = [po(f"T{i}" + "-" * 400, candidate()) for i in range(40)]
         for jobs in ("1", "4"):
             with self.subTest(jobs=jobs):
                 self.pos(*document)
-                begin = proving() + driver_pass("d1", 40)
-                room = len(begin) + 8 * len("\t\tT0\n\t\t\t+\n")
-                process = self.start_with_room(room, "-m", "m.xml", *FILES, "-c", jobs)
-                self.wait_for(lambda: self.waiting() >= 4096 - room + len(begin), "the first pass")
+                process = self.start_with_room(4 * 4096, "-m", "m.xml", *FILES, "-c", jobs,
+                                               pages=4)
+                self.wait_for(lambda: self.waiting() > 2 * 4096, "the first pass")
                 self.settled(self.waiting)
                 self.assertEnds(process)
-                shown = os.read(self.reading, 4096).count(b"+")
+                shown = os.read(self.reading, 4 * 4096).count(b"+")
                 saved = parsed(self.path("comp.pos").read_bytes()).iter("Simple_Goal")
+                self.assertGreater(shown, 0)
                 self.assertGreaterEqual(sum(e.get("status") == "Proved" for e in saved), shown)
                 self.assertWorkIsEmpty()
-
-    def test_during_the_report(self):
-        text = proving() + driver_pass("d1", 1, [("T0", "+")])
-        process = self.start_with_room(len(text) + 4, "-m", "m.xml", *FILES)
-        self.wait_for(lambda: self.waiting() >= 4096 - 4, "the report")
-        self.assertEnds(process)
-        self.assertPos(po("T0", PROVED))
 
     def test_unimpeded(self):
         self.expect("-m", "m.xml", *FILES, out=proving() + driver_pass("d1", 1, [("T0", "+")])

@@ -1,0 +1,16 @@
+#ifndef KELVARUNE_PROCESS_STANDARDSTREAMS_H
+#define KELVARUNE_PROCESS_STANDARDSTREAMS_H
+
+#include <string>
+
+namespace process {
+
+/// Writes `text` to standard output or standard error (through std::cout and std::cerr) and flushes
+/// it. Where nobody reads, this blocks; stop signals can interrupt it then, on the thread that lets
+/// them in. So the caller must hold nothing that stopping needs.
+void writeToStandardOutput(const std::string &text);
+void writeToStandardError(const std::string &text);
+
+} // namespace process
+
+#endif
