@@ -2,7 +2,6 @@
 # through which libraries and programs are made.
 
 add_library(kelvarune_options INTERFACE)
-target_compile_features(kelvarune_options INTERFACE cxx_std_17)
 target_compile_definitions(kelvarune_options INTERFACE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII
                                                        QT_NO_KEYWORDS)
 target_compile_options(
