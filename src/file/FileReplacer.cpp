@@ -1,13 +1,14 @@
 // Every byte count and every flush is checked: on a nearly full disk a write comes up short without
 // an error, and on some file systems only the flush tells of one.
 //
+// Overwriting blocks that a file has is several times faster than allocating new ones, so two files
+// take turns (see FileReplacer). Whatever is unexpected about either leads back to a new file.
+//
 // Temporary files have unique names and are locked while they are in use. So a temporary file that
 // can be locked was left by a run that was killed, and is removed by the next one that saves; two
 // running programs never take each other's file for their own.
 
 #include "file/FileReplacer.h"
-
-#include "file/Descriptor.h"
 
 #include <algorithm>
 #include <atomic>
@@ -179,9 +180,46 @@ bool isDiskError(int error) {
          error == EMFILE || error == ENFILE;
 }
 
+// Whether a file is still as it was, by everything that the system tells of it.
+bool isUnchanged(const struct stat &now, const struct stat &before) {
+  const auto same = [](const timespec &a, const timespec &b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+  };
+  return now.st_dev == before.st_dev && now.st_ino == before.st_ino &&
+         now.st_size == before.st_size && now.st_nlink == before.st_nlink &&
+         same(now.st_mtim, before.st_mtim) && same(now.st_ctim, before.st_ctim);
+}
+
+bool refersTo(const std::string &path, const Descriptor &file) {
+  struct stat named;
+  struct stat open;
+  return ::lstat(path.c_str(), &named) == 0 && ::fstat(file.get(), &open) == 0 &&
+         named.st_dev == open.st_dev && named.st_ino == open.st_ino;
+}
+
+// How many pieces at the start are the same. Unchanged ones share their bytes.
+int commonPieces(const QVector<QByteArray> &a, const QVector<QByteArray> &b) {
+  const int count = std::min(a.size(), b.size());
+  for (int i = 0; i < count; ++i) {
+    if (a[i].constData() != b[i].constData() && a[i] != b[i])
+      return i;
+  }
+  return count;
+}
+
 } // namespace
 
 FileReplacer::FileReplacer(std::string path) : target(std::move(path)) {}
+
+FileReplacer::~FileReplacer() {
+  removeSpare();
+}
+
+void FileReplacer::removeSpare() {
+  if (!spare.path.empty() && refersTo(spare.path, spare.file))
+    ::unlink(spare.path.c_str());
+  spare = known_file_t();
+}
 
 result_t FileReplacer::replace(const QVector<QByteArray> &pieces) {
   Descriptor old(::open(target.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
@@ -197,7 +235,14 @@ result_t FileReplacer::replace(const QVector<QByteArray> &pieces) {
   if (!leftoversRemoved)
     removeLeftovers(path);
   leftoversRemoved = true;
+  if (mayUseSpare(status, path))
+    return replaceBySpare(pieces, std::move(old), path);
+  removeSpare();
+  return replaceWhole(pieces, std::move(old), status, path);
+}
 
+result_t FileReplacer::replaceWhole(const QVector<QByteArray> &pieces, Descriptor old,
+                                    const struct stat &status, const std::string &path) {
   temporary_t temporary;
   if (const int error = createTemporary(path, temporary))
     return isDiskError(error) ? failed(error) : writeInPlace(old.get(), status, pieces);
@@ -207,12 +252,68 @@ result_t FileReplacer::replace(const QVector<QByteArray> &pieces) {
     return failed(error);
   if (::fdatasync(temporary.file.get()) != 0)
     return failed(errno);
-  if (::rename(temporary.path.c_str(), path.c_str()) != 0) {
+  const std::string name = temporary.path;
+  if (exchange(name, {path, std::move(temporary.file), {}, pieces},
+               {name, std::move(old), {}, {}})) {
+    temporary.path.clear();
+    return {outcome_t::DONE, 0};
+  }
+  if (::rename(name.c_str(), path.c_str()) != 0) {
     const int error = errno;
     return isDiskError(error) ? failed(error) : writeInPlace(old.get(), status, pieces);
   }
   temporary.path.clear();
   return {outcome_t::DONE, 0};
+}
+
+// The spare may only be written over while nobody else has changed either file, and nobody has it
+// open, having opened it when it was the current one: a lease is granted only then.
+bool FileReplacer::mayUseSpare(const struct stat &status, const std::string &path) const {
+  struct stat spareStatus;
+  return !spare.path.empty() && current.path == path && isUnchanged(status, current.status) &&
+         ::stat(spare.path.c_str(), &spareStatus) == 0 && isUnchanged(spareStatus, spare.status) &&
+         ::fcntl(spare.file.get(), F_SETLEASE, F_WRLCK) == 0 &&
+         ::fcntl(spare.file.get(), F_SETLEASE, F_UNLCK) == 0;
+}
+
+result_t FileReplacer::replaceBySpare(const QVector<QByteArray> &pieces, Descriptor old,
+                                      const std::string &path) {
+  const int common = commonPieces(spare.content, pieces);
+  const off_t from = sizeOf(pieces.mid(0, common));
+  known_file_t written = std::move(spare);
+  spare = known_file_t();
+  const std::string name = written.path;
+  temporary_t temporary = {name, Descriptor()}; // removed unless all goes well
+  if (::lseek(written.file.get(), from, SEEK_SET) != from)
+    return failed(errno);
+  if (const int error = writeAll(written.file.get(), pieces.mid(common)))
+    return failed(error);
+  if (::ftruncate(written.file.get(), sizeOf(pieces)) != 0 || ::fdatasync(written.file.get()) != 0)
+    return failed(errno);
+  written.path = path;
+  written.content = pieces;
+  if (!exchange(name, std::move(written), {name, std::move(old), {}, current.content}))
+    return failed(errno);
+  temporary.path.clear();
+  return {outcome_t::DONE, 0};
+}
+
+// Lets the written file and the one it replaces change names and notes what they are then. False
+// with the names as they were when the file system cannot do that.
+bool FileReplacer::exchange(const std::string &temporary, known_file_t written,
+                            known_file_t replaced) {
+  if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, written.path.c_str(), RENAME_EXCHANGE) !=
+      0)
+    return false;
+  ::flock(replaced.file.get(), LOCK_EX | LOCK_NB); // so that it is no leftover of a killed run
+  const bool known = ::fstat(written.file.get(), &written.status) == 0 &&
+                     ::fstat(replaced.file.get(), &replaced.status) == 0;
+  written.file.reset();
+  current = std::move(written);
+  spare = std::move(replaced);
+  if (!known)
+    current.path.clear();
+  return true;
 }
 
 result_t FileReplacer::keepBackup() const {

@@ -1,10 +1,14 @@
 #ifndef KELVARUNE_FILE_FILEREPLACER_H
 #define KELVARUNE_FILE_FILEREPLACER_H
 
+#include "file/Descriptor.h"
+
 #include <QByteArray>
 #include <QVector>
 
 #include <string>
+
+#include <sys/stat.h>
 
 namespace file {
 
@@ -24,16 +28,23 @@ struct result_t {
 /// old one or the new one, whatever interrupts the program or the disk.
 ///
 /// The new content goes to a temporary file beside the file, with the file's mode, owner and
-/// extended attributes, is flushed to the disk and renamed. A path that is a symbolic link stays
-/// one; the file that it leads to is replaced. Where a rename is not possible or would change more
-/// than the content (the directory cannot be written, the file has other hard links, the owner
-/// cannot be kept, the file is a mount point or no regular file), the file is written in place; its
-/// space is then reserved first, so that a full disk still changes nothing.
+/// extended attributes, is flushed to the disk and renamed. The file that had the name before is
+/// kept under the temporary name as a spare until the object is destroyed, and when nobody has
+/// touched either file in between, the next content is written over the spare, from the first byte
+/// that differs, and the two change names: the disk need not find new room each time. A path that
+/// is a symbolic link stays one; the file that it leads to is replaced. Where a rename is not
+/// possible or would change more than the content (the directory cannot be written, the file has
+/// other hard links, the owner cannot be kept, the file is a mount point or no regular file), the
+/// file is written in place; its space is then reserved first, so that a full disk still changes
+/// nothing.
 ///
 /// Not for several threads at once. Several programs may replace the same file; the last one wins.
 class FileReplacer {
 public:
   explicit FileReplacer(std::string path);
+  ~FileReplacer();
+  FileReplacer(const FileReplacer &) = delete;
+  FileReplacer &operator=(const FileReplacer &) = delete;
 
   const std::string &path() const { return target; }
 
@@ -43,9 +54,29 @@ public:
   /// Copies the file as it is now to the same path followed by "~", replacing what stands there.
   result_t keepBackup() const;
 
+  /// Removes the spare, as destruction does, for programs that end without it.
+  void removeSpare();
+
 private:
+  /// A file whose content is known: what it was when it was written here.
+  struct known_file_t {
+    std::string path;
+    Descriptor file;
+    struct stat status = {};
+    QVector<QByteArray> content;
+  };
+
+  result_t replaceWhole(const QVector<QByteArray> &pieces, Descriptor old,
+                        const struct stat &status, const std::string &path);
+  bool mayUseSpare(const struct stat &status, const std::string &path) const;
+  result_t replaceBySpare(const QVector<QByteArray> &pieces, Descriptor old,
+                          const std::string &path);
+  bool exchange(const std::string &temporary, known_file_t written, known_file_t replaced);
+
   std::string target;
   bool leftoversRemoved = false;
+  known_file_t current; // what the path names; without path: unknown
+  known_file_t spare;   // what the temporary name names; without path: there is none
 };
 
 } // namespace file

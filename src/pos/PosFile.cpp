@@ -173,7 +173,9 @@ bool PosFile::saveBefore(std::chrono::steady_clock::time_point deadline,
     const std::lock_guard lock(documentMutex, std::adopt_lock);
     content = collect();
   }
-  return write(content);
+  const bool done = write(content);
+  replacer.removeSpare(); // the program is likely to end without destroying anything
+  return done;
 }
 
 bool PosFile::write(const QVector<QByteArray> &content) {

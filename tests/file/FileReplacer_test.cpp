@@ -1,6 +1,8 @@
 #include "file/FileReplacer.h"
 #include "support/Fixtures.h"
 
+#include <set>
+
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -42,6 +44,44 @@ TEST(FileReplacer, KeepsEverythingButTheContent) {
     EXPECT_EQ(::getxattr(path.c_str(), "user.note", &value, 1), 1);
   }
   EXPECT_EQ(entriesOf(directory), QStringList{QStringLiteral("a.pos")});
+}
+
+std::string contentOf(int fd) {
+  std::string content(1 << 16, 0);
+  const ssize_t size = ::pread(fd, content.data(), content.size(), 0);
+  content.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+  return content;
+}
+
+TEST(FileReplacer, FilesTakeTurnsUnlessSomebodyElseComesIn) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("a.pos", "0");
+  QVector<QByteArray> pieces = {"head ", "middle ", "tail"};
+  std::set<ino_t> inodes;
+  std::vector<int> readers;
+  {
+    file::FileReplacer replacer(path);
+    for (int i = 0; i < 40; ++i) {
+      pieces[i % 3] = QByteArray(i % 5, 'a' + i % 26) + ' ';
+      if (i == 10)
+        directory.write("a.pos", "somebody else's longer content");
+      if (i == 20)
+        ::chmod(path.c_str(), 0600);
+      if (i > 15 && i % 2) // who opened a file keeps what it was
+        readers.push_back(::open(path.c_str(), O_RDONLY));
+      const std::string before = readers.empty() ? "" : contentOf(readers.back());
+      ASSERT_EQ(replacer.replace(pieces).outcome, file::outcome_t::DONE);
+      ASSERT_EQ(directory.read("a.pos"), (pieces[0] + pieces[1] + pieces[2]).toStdString()) << i;
+      ASSERT_EQ(readers.empty() ? "" : contentOf(readers.back()), before) << i;
+      if (i < 10)
+        inodes.insert(statusOf(path).st_ino);
+    }
+  }
+  EXPECT_EQ(inodes.size(), 2U) << "two files take turns";
+  EXPECT_EQ(entriesOf(directory), QStringList{QStringLiteral("a.pos")}) << "the spare is gone";
+  EXPECT_EQ(statusOf(path).st_mode & 0777, 0600U);
+  for (const int reader : readers)
+    ::close(reader);
 }
 
 TEST(FileReplacer, FollowsLinksAndKeepsThem) {
