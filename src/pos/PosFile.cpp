@@ -81,12 +81,6 @@ private:
   std::size_t begin = 0;
 };
 
-// Encodings in which a byte below 128 is that ASCII character, wherever it stands.
-bool keepsAscii(const QByteArray &codecName) {
-  return codecName == "UTF-8" || codecName == "US-ASCII" || codecName.startsWith("ISO-8859-") ||
-         codecName.startsWith("windows-125");
-}
-
 bool holdsOnlyElements(const QDomNode &node) {
   for (QDomNode child = node.firstChild(); !child.isNull(); child = child.nextSibling()) {
     if (!child.isElement() || !holdsOnlyElements(child))
@@ -236,7 +230,7 @@ void PosFile::split(const QByteArray &bytes) {
       goals.back().push_back(goal);
   }
   changedGoals.clear();
-  divisible = keepsAscii(codec->name());
+  divisible = xml::keepsAscii(codec->name());
   leads.clear();
   firstPieces.clear();
   std::vector<std::size_t> counts(goals.size());

@@ -68,21 +68,43 @@ std::size_t parsedDepth(const QXmlInputSource &source) {
   return handler.deepest;
 }
 
+// The encoding that a document declares; UTF-8 without a declaration, empty for UTF-16.
+QByteArray encodingOf(const QByteArray &bytes) {
+  constexpr int LONGEST_DECLARATION = 256;
+  const QByteArray begin = bytes.left(LONGEST_DECLARATION);
+  if (begin.startsWith("\xFE\xFF") || begin.startsWith("\xFF\xFE") || begin.contains('\0'))
+    return QByteArray();
+  const QByteArray declaration = begin.left(begin.indexOf("?>"));
+  const int name = declaration.indexOf("encoding");
+  if (!declaration.contains("<?xml") || name < 0)
+    return QByteArray("UTF-8");
+  const QByteArray value = declaration.mid(declaration.indexOf('=', name) + 1).trimmed();
+  return value.isEmpty() ? QByteArray() : value.mid(1, value.indexOf(value[0], 1) - 1);
+}
+
 std::size_t depthOf(const QByteArray &bytes) {
   QXmlInputSource source;
-  source.setData(bytes);
-  // Decoded as the parser will, since in some encodings a "<" is not the byte that ASCII has.
-  const QString text = source.data();
+  QByteArray text = bytes;
+  if (!keepsAscii(encodingOf(bytes))) { // decoded as the parser will
+    source.setData(bytes);
+    text = source.data().toUtf8();
+  }
+  if (!text.contains("<!ENTITY"))
+    return nestingDepth({text.constData(), static_cast<std::size_t>(text.size())});
   // Entities may hold elements, so a few bytes can nest without end: only the parser knows.
-  if (text.contains(QLatin1String("<!ENTITY")))
-    return parsedDepth(source);
-  const QByteArray utf8 = text.toUtf8();
-  return nestingDepth({utf8.constData(), static_cast<std::size_t>(utf8.size())});
+  source.setData(bytes);
+  return parsedDepth(source);
 }
 
 #pragma GCC diagnostic pop
 
 } // namespace
+
+bool keepsAscii(const QByteArray &encoding) {
+  const QByteArray name = encoding.toUpper();
+  return name == "UTF-8" || name == "US-ASCII" || name.startsWith("ISO-8859-") ||
+         name.startsWith("WINDOWS-125");
+}
 
 read_result_t readDocument(const QString &path, QDomDocument &document) {
   read_result_t result;

@@ -31,6 +31,10 @@ struct read_result_t {
 /// says so. Never blocks on a FIFO or a device. Any thread.
 read_result_t readDocument(const QString &path, QDomDocument &document);
 
+/// Whether in the encoding of this name every byte below 128 is that ASCII character, wherever it
+/// stands. Known of the usual encodings only.
+bool keepsAscii(const QByteArray &encoding);
+
 /// The attribute `name` of `element`: null when absent, empty but not null when present and empty.
 QString attribute(const QDomElement &element, const QString &name);
 
