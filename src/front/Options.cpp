@@ -1,5 +1,6 @@
 // The command line. Five long options declare their value as optional but cannot do without it;
-// such an option without "=value" ends the program at once, before anything is done or printed.
+// such an option without "=value" ends the program there and then: only resource files named before
+// it have been loaded.
 
 #include "front/Options.h"
 

@@ -10,15 +10,17 @@
 #include "front/Utils.h"
 #include "pos/pos.h"
 #include "process/Guardian.h"
+#include "process/StandardStreams.h"
 #include "process/StopSignals.h"
-#include "process/ToolProcess.h"
 #include "resource/ResourceManager.h"
 
 #include <QHash>
 
 #include <cstdlib>
 #include <iostream>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include <signal.h>
 #include <unistd.h>

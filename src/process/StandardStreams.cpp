@@ -9,6 +9,7 @@
 #include <climits>
 #include <iostream>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -33,6 +34,13 @@ void writeToStandardOutput(const std::string &text) {
 
 void writeToStandardError(const std::string &text) {
   write(std::cerr, STDERR_FILENO, text);
+}
+
+void ensureStandardDescriptors() {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) < 0)
+      return;
+  }
 }
 
 } // namespace process

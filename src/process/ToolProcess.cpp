@@ -123,13 +123,6 @@ bool hasError(int errorPipe) {
 
 } // namespace
 
-void ensureStandardDescriptors() {
-  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
-    if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) < 0)
-      return;
-  }
-}
-
 ToolProcess::~ToolProcess() {
   kill();
   reap(true);

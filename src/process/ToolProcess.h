@@ -63,10 +63,6 @@ private:
   bool endedBySignal = false;
 };
 
-/// Opens the null device in place of each of the descriptors 0, 1 and 2 that is closed, so that no
-/// pipe to a tool gets such a number. Call at program start.
-void ensureStandardDescriptors();
-
 } // namespace process
 
 #endif

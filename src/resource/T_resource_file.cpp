@@ -86,9 +86,6 @@ void T_resource_file::save() const {
 }
 
 T_resource_line *T_resource_file::get_line(int number) const {
-  // Numbers rise, so loading, which always asks beyond the end, need not walk the list.
-  if (!last_line || last_line->number < number)
-    return nullptr;
   T_resource_line *line = first_line;
   while (line && line->number < number)
     line = line->next_line();

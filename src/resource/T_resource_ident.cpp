@@ -23,6 +23,13 @@ bool is_between(const T_resource_line *line, const T_resource_line *first,
          line->number <= last->number;
 }
 
+/// Parts a line from its resource and takes it out of its file. A line in no file is its maker's.
+void discard(T_resource_line *line) {
+  line->item = nullptr;
+  if (line->file())
+    line->file()->remove_line(line);
+}
+
 } // namespace
 
 T_resource_ident::T_resource_ident(const char *name, const char *value, T_resource_line *line,
@@ -54,10 +61,8 @@ T_resource_tool *T_resource_ident::tool() const {
 void T_resource_ident::define_by(T_resource_line *first, T_resource_line *last) {
   for (T_resource_line *old = line; old && old->item == this;) {
     T_resource_line *before = old->prev_line();
-    if (!is_between(old, first, last)) {
-      old->item = nullptr;
-      old->file()->remove_line(old);
-    }
+    if (!is_between(old, first, last))
+      discard(old);
     old = before;
   }
   line = last;
@@ -73,9 +78,7 @@ void T_resource_ident::remove_lines() {
   while (line && line->item == this) {
     T_resource_line *old = line;
     line = old->prev_line();
-    old->item = nullptr;
-    if (old->file())
-      old->file()->remove_line(old);
+    discard(old);
   }
   line = nullptr;
 }
