@@ -1,0 +1,168 @@
+// The last row of the screen is taken out of the part that scrolls. That state outlives the
+// program, so it is undone on every way out that a program can see: the end of a run, a stop, a
+// suspension, and the signals that end it unhandled.
+//
+// An estimate is given only once some entries have ended, and only for the driver being played:
+// what is left for the next one depends on this one's results.
+
+#include "StatusLine.h"
+
+#include "process/StopSignals.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::chrono::milliseconds INTERVAL(200);
+constexpr int PATIENCE_MS = 100;
+constexpr unsigned long ENTRIES_BEFORE_ESTIMATE = 3;
+
+// Each leaves the cursor where it was. The first scrolls up by one when the cursor is in the last
+// row; it must not use a line feed, which a terminal may turn into a return to the first column.
+constexpr char LEAVE_LAST_ROW[] = "\0337\033[r\0338\033D\033[1A";
+constexpr char GIVE_BACK[] = "\0337\033[r\033[999;1H\033[2K\0338";
+
+/// Whether the last row of the screen is kept apart.
+std::atomic<bool> isKept = false;
+
+// A terminal halted by its user takes nothing; then the text is lost rather than the program held.
+void writeOut(const char *text, std::size_t size) {
+  pollfd watched = {STDERR_FILENO, POLLOUT, 0};
+  if (::poll(&watched, 1, PATIENCE_MS) > 0 && ::write(STDERR_FILENO, text, size) < 0)
+    return; // the terminal is gone; nothing depends on it
+}
+
+void giveScreenBack() {
+  if (isKept.exchange(false))
+    writeOut(GIVE_BACK, std::strlen(GIVE_BACK));
+}
+
+// For signals that suspend or end the program without its doing.
+void leaveScreen(int signal) {
+  giveScreenBack();
+  ::raise(signal == SIGTSTP ? SIGSTOP : signal); // the others have their default effect again
+}
+
+void handleUnlessIgnored(int signal, int flags) {
+  struct sigaction previous = {};
+  struct sigaction action = {};
+  action.sa_handler = leaveScreen;
+  action.sa_flags = flags;
+  if (::sigaction(signal, nullptr, &previous) == 0 && previous.sa_handler == SIG_DFL)
+    ::sigaction(signal, &action, nullptr);
+}
+
+bool isUsableTerminal() {
+  const char *type = std::getenv("TERM");
+  return ::isatty(STDERR_FILENO) && !(type && std::strcmp(type, "dumb") == 0);
+}
+
+// Shells read and draw their prompt on the same screen while the program is in the background.
+bool isInForeground() {
+  const pid_t foreground = ::tcgetpgrp(STDERR_FILENO);
+  return foreground < 0 || foreground == ::getpgrp();
+}
+
+winsize screenSize() {
+  winsize size = {};
+  ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size);
+  if (size.ws_row == 0 || size.ws_col == 0) // a terminal that does not know, such as a serial line
+    size = {24, 80, 0, 0};
+  return size;
+}
+
+std::string duration(double seconds) {
+  const long whole = std::lround(std::ceil(seconds));
+  if (whole < 60)
+    return std::to_string(whole) + " s";
+  if (whole < 3600)
+    return std::to_string(whole / 60) + " min " + std::to_string(whole % 60) + " s";
+  return std::to_string(whole / 3600) + " h " + std::to_string(whole / 60 % 60) + " min";
+}
+
+// What the rest of a pass takes at its pace so far, but no less than the last result has been
+// awaited: what is left in the end are the entries that take long.
+double secondsLeft(const progress_t &progress, double elapsed, double waited) {
+  const double perEntry = elapsed / static_cast<double>(progress.finished);
+  return std::max(perEntry * static_cast<double>(progress.total - progress.finished), waited);
+}
+
+} // namespace
+
+StatusLine::StatusLine(const ProofDirector &shownDirector) : director(shownDirector) {
+  if (!isUsableTerminal())
+    return;
+  handleUnlessIgnored(SIGTSTP, SA_RESTART);
+  for (const int signal : {SIGQUIT, SIGABRT, SIGPIPE})
+    handleUnlessIgnored(signal, SA_RESETHAND);
+  const process::stop_signals::AllBlocked blocked;
+  thread = std::thread([this] { run(); });
+}
+
+StatusLine::~StatusLine() {
+  end();
+}
+
+void StatusLine::end() {
+  if (!thread.joinable())
+    return;
+  {
+    const std::lock_guard lock(mutex);
+    ending = true;
+  }
+  ended.notify_one();
+  thread.join();
+  giveScreenBack();
+}
+
+void StatusLine::run() {
+  std::unique_lock lock(mutex);
+  while (!ended.wait_for(lock, INTERVAL, [this] { return ending; }))
+    show();
+}
+
+void StatusLine::follow(const progress_t &now) {
+  lastEnd = now.finished == progress.finished ? lastEnd : steady_t::now();
+  if (now.driver != progress.driver || now.finished < progress.finished)
+    passStart = lastEnd = steady_t::now();
+  progress = now;
+}
+
+std::string StatusLine::text() const {
+  const std::chrono::duration<double> elapsed = steady_t::now() - passStart;
+  const std::chrono::duration<double> waited = steady_t::now() - lastEnd;
+  const std::string driver = progress.driver.toStdString();
+  std::string line = driver + ": " + std::to_string(progress.finished) + "/" +
+                     std::to_string(progress.total) + ", " + std::to_string(progress.proved) +
+                     " proved, " + std::to_string(progress.started - progress.finished) +
+                     " running, " + duration(elapsed.count()) + " elapsed";
+  if (progress.finished >= ENTRIES_BEFORE_ESTIMATE && progress.finished < progress.total)
+    line += ", about " + duration(secondsLeft(progress, elapsed.count(), waited.count())) +
+            " left for " + driver;
+  return QString::fromStdString(line).left(columns - 1).toStdString();
+}
+
+void StatusLine::show() {
+  follow(director.progress());
+  const winsize size = screenSize();
+  if (progress.driver.isEmpty() || size.ws_row < 2 || !isInForeground())
+    return;
+  std::string output;
+  // Terminals forget what is kept apart when they are resized in any direction.
+  if (!isKept || size.ws_row != rows || size.ws_col != columns)
+    output = LEAVE_LAST_ROW + ("\0337\033[1;" + std::to_string(size.ws_row - 1)) + "r\0338";
+  rows = size.ws_row;
+  columns = size.ws_col;
+  output += "\0337\033[" + std::to_string(rows) + ";1H\033[2K" + text() + "\0338";
+  isKept = true;
+  writeOut(output.data(), output.size());
+}

@@ -1,0 +1,50 @@
+#ifndef KELVARUNE_PLAY_STATUSLINE_H
+#define KELVARUNE_PLAY_STATUSLINE_H
+
+#include "director/ProofDirector.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+
+/// Shows on a terminal how far a director has come, from construction to its end.
+///
+/// The line goes to standard error, and only when that is a terminal that is not called "dumb", and
+/// while the program is in the terminal's foreground. It stands in the last row of the screen,
+/// which is kept apart for it, so that it never mixes with results and messages. Never blocks on a
+/// terminal that has been halted.
+class StatusLine {
+public:
+  /// `director` must outlive the line.
+  explicit StatusLine(const ProofDirector &director);
+  ~StatusLine();
+  StatusLine(const StatusLine &) = delete;
+  StatusLine &operator=(const StatusLine &) = delete;
+
+  /// Gives the screen back; nothing is shown afterwards. For the thread that constructed it, also
+  /// from a handler that interrupts it in one of its waits. A second call does nothing.
+  void end();
+
+private:
+  using steady_t = std::chrono::steady_clock;
+
+  void run();
+  void show();
+  void follow(const progress_t &now);
+  std::string text() const;
+
+  const ProofDirector &director;
+  progress_t progress;
+  steady_t::time_point passStart;
+  steady_t::time_point lastEnd; // of an entry; the start of the pass before there is one
+  int rows = 0;                 // of the screen whose last row is kept apart
+  int columns = 0;
+  std::mutex mutex;
+  std::condition_variable ended;
+  bool ending = false; // guarded by mutex
+  std::thread thread;
+};
+
+#endif

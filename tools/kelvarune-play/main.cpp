@@ -1,0 +1,148 @@
+// kelvarune-play: first proofs. It registers mechanisms in a POS file and plays their drivers,
+// where kelvarune only replays what is registered. The director does the work and writes the
+// output; this program checks the inputs first and tells the outcome by its exit status.
+
+#include "Checks.h"
+#include "Options.h"
+#include "StatusLine.h"
+#include "director/ProofDirector.h"
+#include "front/Report.h"
+#include "front/Utils.h"
+#include "pos/pos.h"
+#include "process/Guardian.h"
+#include "process/StandardStreams.h"
+#include "process/StopSignals.h"
+#include "resource/ResourceManager.h"
+
+#include <QCoreApplication>
+#include <QHash>
+#include <QTextCodec>
+
+#include <iostream>
+#include <map>
+#include <memory>
+
+#include <signal.h>
+#include <unistd.h>
+
+namespace {
+
+enum exit_status_t {
+  EXIT_COMPLETED = 0,
+  EXIT_NOT_PROVED = 1,
+  EXIT_UNUSABLE = 2,
+  EXIT_TOOL_FAILED = 3,
+  EXIT_SIGNALLED = 128
+};
+
+/// What is at work, for the handler of the stop signals; null when there is none.
+ProofDirector *director = nullptr;
+StatusLine *statusLine = nullptr;
+
+void stop(int signal) {
+  if (director)
+    director->stopAndCleanUp();
+  if (statusLine)
+    statusLine->end();
+  ::_exit(EXIT_SIGNALLED + signal);
+}
+
+void handleStopSignals() {
+  process::stop_signals::letInAtWaits({SIGINT, SIGTERM, SIGHUP});
+  struct sigaction action = {};
+  action.sa_handler = stop;
+  action.sa_flags = SA_RESTART;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    sigaddset(&action.sa_mask, signal); // they may come together, and stopping takes locks
+  ::sigaction(SIGINT, &action, nullptr);
+  ::sigaction(SIGTERM, &action, nullptr);
+  struct sigaction previous = {};
+  ::sigaction(SIGHUP, nullptr, &previous);
+  if (previous.sa_handler != SIG_IGN) // as nohup asks for
+    ::sigaction(SIGHUP, &action, nullptr);
+}
+
+/// Reads the command line and checks the inputs. False after telling what cannot be used.
+bool getReady(play_options_t &options) {
+  const process::stop_signals::Open open; // nothing is loaded yet
+  if (!parseOptions(QCoreApplication::arguments(), options))
+    return false;
+  init_resource_manager();
+  QStringList faults = faultsOfFiles(options);
+  if (faults.isEmpty()) {
+    for (const QString &file : std::as_const(options.resources))
+      load_resources(file.toUtf8().constData());
+    faults = faultsOfContents(options);
+  }
+  for (const QString &fault : std::as_const(faults))
+    std::cerr << "kelvarune-play: " << fault.toStdString() << std::endl;
+  return faults.isEmpty();
+}
+
+/// Plays one mechanism and adds the failures of its tools to `errors`.
+void play(const play_options_t &options, const std::string &component, const QString &mechanism,
+          QStringList &errors) {
+  const std::unique_ptr<ProofDirector> owner(
+      new ProofDirector(component, mechanism.toStdString(), options.posPath.toStdString(),
+                        options.pogPath.toStdString(), options.directory.toStdString(),
+                        options.installDirs, options.xml, options.concurrency, options.trace,
+                        options.driver.toStdString(), options.goal.toStdString(), options.fast));
+  director = owner.get();
+  {
+    const process::stop_signals::Open open; // nothing is loaded yet
+    print_proving(component, director->getMechanismName(), options.xml);
+  }
+  {
+    StatusLine line(*director);
+    statusLine = &line;
+    director->play();
+    statusLine = nullptr;
+  }
+  errors += director->errorMessages();
+  director = nullptr;
+}
+
+void listErrors(const QStringList &errors) {
+  std::map<QString, int> counts;
+  for (const QString &error : errors)
+    ++counts[error];
+  for (const auto &[error, count] : counts)
+    std::cerr << "kelvarune-play: " << error.toStdString() << " (" << count
+              << (count == 1 ? " time)" : " times)") << std::endl;
+}
+
+bool everyGoalIsProved(const std::string &posPath) {
+  pos::metrics_t metrics;
+  return pos::getMetrics(posPath, metrics) && metrics.proved == metrics.total;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  process::ensureStandardDescriptors();
+  handleStopSignals();
+  const process::Guardian guardian;
+  qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order
+  QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // names are, in every locale
+  const QCoreApplication application(argc, argv);
+  QCoreApplication::setApplicationName(QStringLiteral("kelvarune-play"));
+  QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
+
+  play_options_t options;
+  if (!getReady(options))
+    return EXIT_UNUSABLE;
+
+  const std::string posPath = options.posPath.toStdString();
+  const std::string component = baseNameOfPath(posPath);
+  if (options.xml)
+    std::cout << "<proof>" << std::endl;
+  QStringList errors;
+  for (const QString &mechanism : std::as_const(options.mechanisms))
+    play(options, component, mechanism, errors);
+  const process::stop_signals::Open open;
+  print_metrics(posPath, options.xml, component);
+  listErrors(errors);
+  if (!errors.isEmpty())
+    return EXIT_TOOL_FAILED;
+  return options.strict && !everyGoalIsProved(posPath) ? EXIT_NOT_PROVED : EXIT_COMPLETED;
+}

@@ -1,0 +1,107 @@
+// The page's markup, style and script are files of their own below report/, compiled in. Here they
+// are put together with the numbers, which travel as JSON in the page; the script draws the rest.
+
+#include "Commands.h"
+#include "Options.h"
+#include "Output.h"
+#include "Report.h"
+#include "Stats.h"
+#include "front/Utils.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace {
+
+QByteArray resource(const char *name) {
+  QFile file(QStringLiteral(":/report/") + QLatin1String(name));
+  file.open(QIODevice::ReadOnly);
+  return file.readAll();
+}
+
+/// Numbers the drivers in the order in which they are met.
+class DriverIndex {
+public:
+  QJsonArray indexesOf(const std::vector<driver_name_t> &drivers) {
+    QJsonArray result;
+    for (const driver_name_t &driver : drivers)
+      result.append(indexOf(driver));
+    return result;
+  }
+  int indexOf(const driver_name_t &driver) {
+    const auto [found, isNew] = indexes.insert({driver, names.size()});
+    if (isNew)
+      names.append(driver.text());
+    return found->second;
+  }
+
+  QJsonArray names;
+
+private:
+  std::map<driver_name_t, int> indexes;
+};
+
+// Ten thousand objects with long keys would be most of the page, so a goal is an array: index of
+// the obligation, number, status, proofs that hold, uncounted ones, the own proof (or null), and
+// whether it hangs on one driver.
+QJsonArray rowOf(const goal_t &goal, DriverIndex &drivers) {
+  return {goal.place.obligation - 1,
+          goal.place.number,
+          static_cast<int>(goal.status),
+          drivers.indexesOf(goal.provedBy),
+          drivers.indexesOf(goal.uncountedProofs),
+          goal.provedByItself ? QJsonValue(goal.proofState) : QJsonValue(),
+          goal.onlyProver ? 1 : 0};
+}
+
+QJsonObject dataOf(const options_t &options, const std::vector<goal_t> &goals,
+                   const stats_t &stats) {
+  QJsonArray tags;
+  QJsonArray rows;
+  DriverIndex drivers;
+  for (const goal_t &goal : goals) {
+    if (goal.place.obligation > tags.size())
+      tags.append(shown(goal.place.tag));
+    rows.append(rowOf(goal, drivers));
+  }
+  QJsonObject data = jsonOf(stats);
+  data[QLatin1String("component")] =
+      QString::fromStdString(baseNameOfPath(options.file().toStdString()));
+  data[QLatin1String("file")] = QFileInfo(options.file()).fileName();
+  // The file's time rather than now: the same file always gives the same page.
+  data[QLatin1String("modified")] =
+      QFileInfo(options.file()).lastModified().toUTC().toString(Qt::ISODate);
+  data[QLatin1String("program")] =
+      QStringLiteral("kelvarune-pos ") + QCoreApplication::applicationVersion();
+  data[QLatin1String("obligations")] = tags;
+  data[QLatin1String("drivers")] = drivers.names;
+  data[QLatin1String("goals")] = rows;
+  return data;
+}
+
+// Within a script element only "<" could end it or start a comment.
+QByteArray scriptJson(const QJsonObject &data) {
+  return QJsonDocument(data).toJson(QJsonDocument::Compact).replace("<", "\\u003c");
+}
+
+QByteArray pageOf(const QJsonObject &data) {
+  QByteArray page = resource("page.html");
+  page.replace("@STYLE@", resource("page.css"));
+  page.replace("@SCRIPT@", resource("page.js"));
+  page.replace("@DATA@", scriptJson(data)); // last: it may hold any of these marks
+  return page;
+}
+
+} // namespace
+
+int commands::htmlReport(const options_t &options) {
+  std::vector<goal_t> goals;
+  stats_t stats;
+  if (!readGoals(options.file(), goals) || !countGoals(options.file(), goals, stats))
+    return EXIT_REFUSED;
+  return finishReport(options, pageOf(dataOf(options, goals, stats)));
+}

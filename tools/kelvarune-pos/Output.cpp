@@ -1,0 +1,136 @@
+// The program's voices. Standard output is written at the end of a command, in one piece: a command
+// that fails half-way has then printed nothing that could be taken for its result.
+
+#include "Output.h"
+
+#include "front/Utils.h"
+
+#include <QCoreApplication>
+#include <QJsonDocument>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <map>
+
+#include <unistd.h>
+
+namespace {
+
+constexpr int FORMAT_VERSION = 1;
+
+bool useColours() {
+  static const bool use = ::isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR") &&
+                          qgetenv("TERM") != "dumb";
+  return use;
+}
+
+QString quotedField(const QString &field) {
+  const auto mustBeQuoted = [](QChar c) {
+    return c == QLatin1Char(',') || c == QLatin1Char('"') || c == QLatin1Char('\n') ||
+           c == QLatin1Char('\r');
+  };
+  if (std::none_of(field.begin(), field.end(), mustBeQuoted))
+    return field;
+  return QLatin1Char('"') + QString(field).replace(QLatin1String("\""), QLatin1String("\"\"")) +
+         QLatin1Char('"');
+}
+
+} // namespace
+
+void complain(const QString &what) {
+  const QString line = QStringLiteral("kelvarune-pos: ") + shown(what) + QLatin1Char('\n');
+  std::cerr << line.toStdString() << std::flush;
+}
+
+bool printOut(const QByteArray &bytes) {
+  for (int at = 0; at < bytes.size();) {
+    const ssize_t written =
+        ::write(STDOUT_FILENO, bytes.constData() + at, static_cast<std::size_t>(bytes.size() - at));
+    if (written < 0 && errno == EINTR)
+      continue;
+    if (written < 0) {
+      complain(QStringLiteral("cannot write standard output: ") +
+               QString::fromLocal8Bit(std::strerror(errno)));
+      return false;
+    }
+    at += static_cast<int>(written);
+  }
+  return true;
+}
+
+int finish(const QByteArray &bytes, int status) {
+  return printOut(bytes) ? status : EXIT_REFUSED;
+}
+
+int finishJson(const char *kind, const QString &path, QJsonObject content, int status) {
+  content[QLatin1String("format")] = QStringLiteral("kelvarune-pos");
+  content[QLatin1String("version")] = FORMAT_VERSION;
+  content[QLatin1String("kind")] = QLatin1String(kind);
+  content[QLatin1String("file")] = path;
+  content[QLatin1String("component")] = QString::fromStdString(baseNameOfPath(path.toStdString()));
+  return finish(QJsonDocument(content).toJson(), status);
+}
+
+QString shown(const QString &name) {
+  if (name.isEmpty())
+    return QStringLiteral("(no name)");
+  QString text = name;
+  std::replace_if(
+      text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; },
+      QChar(QChar::ReplacementCharacter));
+  return text;
+}
+
+QString counted(int number, const char *noun) {
+  return QString::number(number) + QLatin1Char(' ') + QLatin1String(noun) +
+         (number == 1 ? QString() : QStringLiteral("s"));
+}
+
+QByteArray csvRecord(const QStringList &fields) {
+  QStringList quoted;
+  for (const QString &field : fields)
+    quoted.append(quotedField(field));
+  return quoted.join(QLatin1Char(',')).toUtf8() + "\r\n";
+}
+
+cell_t statusCell(pos::status_t status) {
+  static const std::map<pos::status_t, const char *> colours = {{pos::UNPROVED, "33"},
+                                                                {pos::UNKNOWN, "35"},
+                                                                {pos::UNRELIABLY_PROVED, "36"},
+                                                                {pos::PROVED, "32"},
+                                                                {pos::DISPROVED, "1;31"}};
+  return {pos::strOfProofStatus(status), colours.at(status)};
+}
+
+QString coloured(const cell_t &cell) {
+  if (*cell.colour == '\0' || !useColours())
+    return cell.text;
+  return QStringLiteral("\x1b[") + QLatin1String(cell.colour) + QLatin1Char('m') + cell.text +
+         QStringLiteral("\x1b[0m");
+}
+
+void Table::add(std::vector<cell_t> cells) {
+  widths.resize(std::max(widths.size(), cells.size()));
+  for (std::size_t i = 0; i < cells.size(); ++i)
+    widths[i] = std::max(widths[i], cells[i].text.size());
+  rows.push_back(std::move(cells));
+}
+
+QString Table::text() const {
+  QString result;
+  for (std::vector<cell_t> row : rows) {
+    while (!row.empty() && row.back().text.isEmpty())
+      row.pop_back();
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      const QString padding(widths[i] - row[i].text.size(), QLatin1Char(' '));
+      const bool right = alignments[static_cast<int>(i)] == 'r';
+      const bool last = i + 1 == row.size();
+      result += (i == 0 ? QString() : QStringLiteral("  ")) + (right ? padding : QString()) +
+                coloured(row[i]) + (right || last ? QString() : padding);
+    }
+    result += QLatin1Char('\n');
+  }
+  return result;
+}

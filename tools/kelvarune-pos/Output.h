@@ -1,0 +1,67 @@
+#ifndef KELVARUNE_TOOLS_POS_OUTPUT_H
+#define KELVARUNE_TOOLS_POS_OUTPUT_H
+
+#include "pos/pos.h"
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+/// The exit statuses of the program.
+enum exit_t : int { EXIT_DONE = 0, EXIT_FOUND = 1, EXIT_REFUSED = 2 };
+
+/// Writes "kelvarune-pos: ", `what` and a line break to standard error.
+void complain(const QString &what);
+
+/// Writes all of `bytes` to standard output. False, with a complaint, when they cannot be written.
+/// A reader that has gone away ends the program by SIGPIPE, silently.
+bool printOut(const QByteArray &bytes);
+
+/// Writes `bytes` to standard output and gives the exit status: `status` when that went well.
+int finish(const QByteArray &bytes, int status = EXIT_DONE);
+
+/// As finish, for a JSON document: `content` with what all documents share (see schema.json).
+int finishJson(const char *kind, const QString &path, QJsonObject content, int status = EXIT_DONE);
+
+/// A name as people can read it on one line: control characters replaced, "(no name)" when empty.
+QString shown(const QString &name);
+
+/// `number` and the noun, in the plural unless there is one: "3 goals".
+QString counted(int number, const char *noun);
+
+/// One record of RFC 4180: fields quoted where they must be, CR LF at the end.
+QByteArray csvRecord(const QStringList &fields);
+
+/// Text that is coloured where standard output is a terminal and NO_COLOR is not set.
+struct cell_t {
+  QString text;
+  const char *colour = ""; ///< an SGR parameter such as "32"; empty for none
+
+  cell_t(const QString &text, const char *colour = "") : text(text), colour(colour) {}
+  explicit cell_t(int number) : text(QString::number(number)) {}
+};
+
+/// The canonical text of a status in its colour.
+cell_t statusCell(pos::status_t status);
+
+QString coloured(const cell_t &cell);
+
+/// Columns that line up. Rows may have fewer cells than others.
+class Table {
+public:
+  /// `alignments` has a letter per column: "l" or "r".
+  explicit Table(const char *alignments) : alignments(alignments) {}
+
+  void add(std::vector<cell_t> cells);
+  QString text() const;
+
+private:
+  QByteArray alignments;
+  std::vector<std::vector<cell_t>> rows;
+  std::vector<int> widths;
+};
+
+#endif

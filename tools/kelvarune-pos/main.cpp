@@ -1,0 +1,59 @@
+// Starts the subcommand that the command line names.
+
+#include "Commands.h"
+#include "Options.h"
+#include "Output.h"
+#include "process/ToolProcess.h"
+
+#include <QCoreApplication>
+#include <QHash>
+
+#include <map>
+
+#include <signal.h>
+
+namespace {
+
+int report(const options_t &options) {
+  return options.html ? commands::htmlReport(options) : commands::junitReport(options);
+}
+
+int run(const options_t &options) {
+  static const std::map<QString, int (*)(const options_t &)> table = {
+      {QStringLiteral("list"), commands::list},       {QStringLiteral("stats"), commands::stats},
+      {QStringLiteral("goals"), commands::goals},     {QStringLiteral("check"), commands::check},
+      {QStringLiteral("unprove"), commands::unprove}, {QStringLiteral("remove"), commands::remove},
+      {QStringLiteral("diff"), commands::diff},       {QStringLiteral("report"), report}};
+  return table.at(options.command)(options);
+}
+
+// As UTF-8 whatever the locale, since that is how the libraries take paths.
+QStringList argumentsOf(int argc, char **argv) {
+  QStringList arguments;
+  for (int i = 0; i < argc; ++i)
+    arguments.append(QString::fromUtf8(argv[i]));
+  return arguments;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  process::ensureStandardDescriptors(); // or a POS file could become standard output
+  ::signal(SIGPIPE, SIG_DFL);           // also where the caller ignores it
+  qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order
+  const QStringList arguments = argumentsOf(argc, argv);
+  QCoreApplication application(argc, argv);
+  QCoreApplication::setApplicationName(QStringLiteral("kelvarune-pos"));
+  QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
+
+  options_t options;
+  switch (parseOptions(arguments, options)) {
+  case parse_t::DONE:
+    return EXIT_DONE;
+  case parse_t::REFUSED:
+    return EXIT_REFUSED;
+  case parse_t::RUN:
+    break;
+  }
+  return run(options);
+}
