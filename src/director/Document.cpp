@@ -125,7 +125,9 @@ bool ProofDirector::reloadPosFile() {
 }
 
 bool ProofDirector::savePosFile() {
-  return posFile.saveUpTo(posFile.ticket(), resultMutex);
+  const bool saved = posFile.saveUpTo(posFile.ticket(), resultMutex);
+  process::writeToStandardError(posFile.takeFailure());
+  return saved;
 }
 
 void ProofDirector::updateStatus(const address_t &address, const QString &verdict) {

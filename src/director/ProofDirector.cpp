@@ -67,6 +67,7 @@ bool ProofDirector::stop() {
   const bool saved =
       posFile.saveBefore(std::chrono::steady_clock::now() + PATIENCE_AT_STOP, resultMutex);
   process::sessions::end(sessions);
+  process::offerToStandardError(posFile.takeFailure());
   return saved;
 }
 

@@ -289,7 +289,8 @@ private:
   QStringList errors;                          // guarded by errorsMutex
   std::list<process::ToolProcess *> processes; // guarded by processesMutex
   mutable std::mutex errorsMutex;
-  std::mutex processesMutex;
+  std::list<std::string> secondaryFiles; // of the current pass; guarded by processesMutex
+  mutable std::mutex processesMutex;
   std::uint64_t nextIndex = 0; // guarded by jobMutex
   std::mutex jobMutex;
   mechanism::driver_t currentDriver;

@@ -53,10 +53,8 @@ std::optional<QString> verdictOf(std::string_view line) {
 file::Descriptor openInput(const QString &path) {
   file::Descriptor input(
       ::open(path.toUtf8().constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  struct stat status;
-  if (!input.isOpen() || ::fstat(input.get(), &status) != 0 || S_ISDIR(status.st_mode))
-    return file::Descriptor();
-  ::fcntl(input.get(), F_SETFL, 0);
+  if (input.isOpen())
+    ::fcntl(input.get(), F_SETFL, 0);
   return input;
 }
 

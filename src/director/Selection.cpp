@@ -103,6 +103,11 @@ void ProofDirector::produceWriterData(const QString &directory, const QString &p
     }
     addEntry(bundle); // also without any goal
   }
+
+  const std::lock_guard lock(processesMutex);
+  secondaryFiles.clear();
+  for (const writer_data_t &entry : writerData)
+    secondaryFiles.push_back(entry.po2filename.toStdString());
 }
 
 void ProofDirector::produceProverData() {

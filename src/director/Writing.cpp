@@ -74,6 +74,7 @@ void ProofDirector::writeJob() {
 }
 
 void ProofDirector::removeSecondaryFiles() const {
-  for (const writer_data_t &entry : writerData)
-    ::unlink(entry.po2filename.toUtf8().constData());
+  const std::lock_guard lock(processesMutex);
+  for (const std::string &file : secondaryFiles)
+    ::unlink(file.c_str());
 }

@@ -20,6 +20,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
@@ -197,6 +198,15 @@ bool refersTo(const std::string &path, const Descriptor &file) {
          named.st_dev == open.st_dev && named.st_ino == open.st_ino;
 }
 
+// Whether nobody else has the file open: a lease for writing is granted only then. Who opens it
+// just now breaks the lease, which is told by a signal, by default one that ends the program;
+// SIGURG is ignored by default.
+bool isOpenHereOnly(const Descriptor &file) {
+  return ::fcntl(file.get(), F_SETSIG, SIGURG) == 0 &&
+         ::fcntl(file.get(), F_SETLEASE, F_WRLCK) == 0 &&
+         ::fcntl(file.get(), F_SETLEASE, F_UNLCK) == 0;
+}
+
 // How many pieces at the start are the same. Unchanged ones share their bytes.
 int commonPieces(const QVector<QByteArray> &a, const QVector<QByteArray> &b) {
   const int count = std::min(a.size(), b.size());
@@ -253,27 +263,23 @@ result_t FileReplacer::replaceWhole(const QVector<QByteArray> &pieces, Descripto
   if (::fdatasync(temporary.file.get()) != 0)
     return failed(errno);
   const std::string name = temporary.path;
-  if (exchange(name, {path, std::move(temporary.file), {}, pieces},
-               {name, std::move(old), {}, {}})) {
-    temporary.path.clear();
-    return {outcome_t::DONE, 0};
-  }
-  if (::rename(name.c_str(), path.c_str()) != 0) {
+  known_file_t written = {path, std::move(temporary.file), {}, pieces};
+  known_file_t replaced = {name, std::move(old), {}, {}};
+  if (!exchange(name, written, replaced) && ::rename(name.c_str(), path.c_str()) != 0) {
     const int error = errno;
-    return isDiskError(error) ? failed(error) : writeInPlace(old.get(), status, pieces);
+    return isDiskError(error) ? failed(error) : writeInPlace(replaced.file.get(), status, pieces);
   }
   temporary.path.clear();
   return {outcome_t::DONE, 0};
 }
 
 // The spare may only be written over while nobody else has changed either file, and nobody has it
-// open, having opened it when it was the current one: a lease is granted only then.
+// open since it was the current one.
 bool FileReplacer::mayUseSpare(const struct stat &status, const std::string &path) const {
   struct stat spareStatus;
   return !spare.path.empty() && current.path == path && isUnchanged(status, current.status) &&
          ::stat(spare.path.c_str(), &spareStatus) == 0 && isUnchanged(spareStatus, spare.status) &&
-         ::fcntl(spare.file.get(), F_SETLEASE, F_WRLCK) == 0 &&
-         ::fcntl(spare.file.get(), F_SETLEASE, F_UNLCK) == 0;
+         isOpenHereOnly(spare.file);
 }
 
 result_t FileReplacer::replaceBySpare(const QVector<QByteArray> &pieces, Descriptor old,
@@ -292,16 +298,17 @@ result_t FileReplacer::replaceBySpare(const QVector<QByteArray> &pieces, Descrip
     return failed(errno);
   written.path = path;
   written.content = pieces;
-  if (!exchange(name, std::move(written), {name, std::move(old), {}, current.content}))
+  known_file_t replaced = {name, std::move(old), {}, current.content};
+  if (!exchange(name, written, replaced))
     return failed(errno);
   temporary.path.clear();
   return {outcome_t::DONE, 0};
 }
 
-// Lets the written file and the one it replaces change names and notes what they are then. False
-// with the names as they were when the file system cannot do that.
-bool FileReplacer::exchange(const std::string &temporary, known_file_t written,
-                            known_file_t replaced) {
+// Lets the written file and the one it replaces change names and takes both over. False, with both
+// and their names as they were, when the file system cannot do that.
+bool FileReplacer::exchange(const std::string &temporary, known_file_t &written,
+                            known_file_t &replaced) {
   if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, written.path.c_str(), RENAME_EXCHANGE) !=
       0)
     return false;

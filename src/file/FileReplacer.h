@@ -71,7 +71,7 @@ private:
   bool mayUseSpare(const struct stat &status, const std::string &path) const;
   result_t replaceBySpare(const QVector<QByteArray> &pieces, Descriptor old,
                           const std::string &path);
-  bool exchange(const std::string &temporary, known_file_t written, known_file_t replaced);
+  bool exchange(const std::string &temporary, known_file_t &written, known_file_t &replaced);
 
   std::string target;
   bool leftoversRemoved = false;

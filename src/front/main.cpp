@@ -82,7 +82,7 @@ std::vector<std::string> mechanismFiles(const options_t &options) {
 } // namespace
 
 int main(int argc, char **argv) {
-  process::ensureStandardDescriptors();
+  process::setUpProgram();
   process::stop_signals::letInAtWaits({SIGTERM});
   ::signal(SIGTERM, sighandler);
   qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order

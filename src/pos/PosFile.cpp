@@ -20,9 +20,9 @@
 #include <QTextStream>
 
 #include <cstring>
-#include <iostream>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 namespace pos {
 
@@ -140,6 +140,8 @@ bool PosFile::saveUpTo(quint64 ticket, std::mutex &documentMutex) {
   const std::lock_guard writing(writeMutex);
   if (written >= ticket)
     return true; // the write of another thread held it
+  if (ended)
+    return false;
   QVector<QByteArray> content;
   quint64 collected = 0;
   {
@@ -160,14 +162,19 @@ bool PosFile::saveBefore(std::chrono::steady_clock::time_point deadline,
   if (!ready || !lockBefore(writeMutex, deadline))
     return false;
   const std::lock_guard writing(writeMutex, std::adopt_lock);
+  ended = true;
   QVector<QByteArray> content;
+  quint64 collected = 0;
   {
     if (!lockBefore(documentMutex, deadline))
       return false;
     const std::lock_guard lock(documentMutex, std::adopt_lock);
+    collected = issued;
     content = collect();
   }
   const bool done = write(content);
+  if (done)
+    written = collected;
   replacer.removeSpare(); // the program is likely to end without destroying anything
   return done;
 }
@@ -177,7 +184,7 @@ bool PosFile::write(const QVector<QByteArray> &content) {
     return false;
   const file::result_t result = replacer.replace(content);
   if (result.outcome == file::outcome_t::FAILED)
-    reportFailure(result.error);
+    noteFailure(result.error);
   return result.outcome == file::outcome_t::DONE;
 }
 
@@ -185,17 +192,26 @@ bool PosFile::write(const QVector<QByteArray> &content) {
 bool PosFile::keepMalformed() {
   const file::result_t result = replacer.keepBackup();
   if (result.outcome == file::outcome_t::FAILED)
-    reportFailure(result.error);
+    noteFailure(result.error);
   wellFormed = result.outcome == file::outcome_t::DONE;
   return wellFormed;
 }
 
-void PosFile::reportFailure(int error) {
-  if (!reportedErrors.insert(error).second)
-    return;
-  const std::string line =
-      "Cannot save POS file " + path.toStdString() + ": " + std::strerror(error) + ".\n";
-  std::cerr << line << std::flush;
+void PosFile::noteFailure(int error) {
+  static std::mutex mutex;
+  static std::set<std::pair<QString, int>> told;
+  {
+    const std::lock_guard lock(mutex);
+    if (!told.insert({path, error}).second)
+      return;
+  }
+  const std::lock_guard lock(failureMutex);
+  failure += "Cannot save POS file " + path.toStdString() + ": " + std::strerror(error) + ".\n";
+}
+
+std::string PosFile::takeFailure() {
+  const std::lock_guard lock(failureMutex);
+  return std::exchange(failure, std::string());
 }
 
 QVector<QByteArray> PosFile::collect() {

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <mutex>
 #include <set>
+#include <string>
 #include <vector>
 
 namespace pos {
@@ -22,7 +23,7 @@ namespace pos {
 /// every save: the bytes of each goal are kept, and only those of changed goals are serialised
 /// again. Each save replaces the whole file (see file::FileReplacer).
 ///
-/// Threads: the document, `goalChanged` and `ticket` are guarded by a mutex of the owner, which
+/// Threads: the document and `goalChanged` are guarded by a mutex of the owner, which
 /// passes it to the saving functions; these may be called by several threads at once and must be
 /// called without holding it. They hold it only to collect the bytes, not while they write. When
 /// several threads want to save, one write serves all those that asked before it collected.
@@ -44,24 +45,30 @@ public:
   /// must be made before the first save.
   void goalChanged(std::size_t obligation, std::size_t goal);
 
-  /// A mark for the document as it is now; see saveUpTo.
+  /// A mark for the document as it is now; see saveUpTo. Any thread, after its changes were made
+  /// under the document's mutex.
   quint64 ticket() { return ++issued; }
 
   /// Returns when the file holds the document as it was at `ticket`, or a later state of it. False
-  /// when the file could not be written. A failure for want of space or by an I/O error is told in
-  /// one line on standard error, once per reason; the next save tries again with everything.
+  /// when the file could not be written; the next save tries again with everything.
   bool saveUpTo(quint64 ticket, std::mutex &documentMutex);
 
-  /// As saving at a new ticket, but gives up (false) when other threads keep the document or the
-  /// file busy until `deadline`. The file then holds what was saved last.
+  /// The last save: as saving at a new ticket, but gives up (false) when other threads keep the
+  /// document or the file busy until `deadline`. The file then holds what was saved last. Nothing
+  /// is written afterwards.
   bool saveBefore(std::chrono::steady_clock::time_point deadline, std::mutex &documentMutex);
+
+  /// A line that tells of a failed save for want of space, by an I/O error or the like, with path
+  /// and reason; empty when there is nothing new to tell: each reason is told once per path and
+  /// program run. Any thread.
+  std::string takeFailure();
 
 private:
   using address_t = std::pair<std::size_t, std::size_t>;
 
   bool write(const QVector<QByteArray> &pieces);
   bool keepMalformed();
-  void reportFailure(int error);
+  void noteFailure(int error);
 
   // Under the document's mutex:
   QVector<QByteArray> collect();
@@ -90,7 +97,10 @@ private:
   std::mutex writeMutex; // guards what follows; taken before the document's mutex
   quint64 written = 0;
   file::FileReplacer replacer;
-  std::set<int> reportedErrors;
+  bool ended = false;
+
+  std::mutex failureMutex;
+  std::string failure; // guarded by failureMutex
 };
 
 } // namespace pos

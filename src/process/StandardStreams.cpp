@@ -11,6 +11,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <unistd.h>
 
 namespace process {
@@ -36,7 +37,14 @@ void writeToStandardError(const std::string &text) {
   write(std::cerr, STDERR_FILENO, text);
 }
 
-void ensureStandardDescriptors() {
+void offerToStandardError(const std::string &text) {
+  pollfd watched = {STDERR_FILENO, POLLOUT, 0};
+  if (!text.empty() && ::poll(&watched, 1, 0) == 1)
+    std::cerr << text.substr(0, PIPE_BUF) << std::flush;
+}
+
+void setUpProgram() {
+  ::signal(SIGCHLD, SIG_DFL);
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
     if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) < 0)
       return;

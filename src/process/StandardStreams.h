@@ -11,9 +11,13 @@ namespace process {
 void writeToStandardOutput(const std::string &text);
 void writeToStandardError(const std::string &text);
 
-/// Opens the null device in place of each of the descriptors 0, 1 and 2 that is closed, so that no
-/// pipe to a tool gets such a number. Call at program start.
-void ensureStandardDescriptors();
+/// Writes a few words to standard error if they can go out at once.
+void offerToStandardError(const std::string &text);
+
+/// Puts right what the program may have inherited from its caller. Each of the descriptors 0, 1 and
+/// 2 that is closed gets the null device, so that no pipe to a tool gets such a number; and SIGCHLD
+/// is not ignored, which would hide how tools end. Call at program start.
+void setUpProgram();
 
 } // namespace process
 

@@ -12,6 +12,7 @@
 #include "process/StopSignals.h"
 
 #include <cerrno>
+#include <chrono>
 #include <vector>
 
 #include <poll.h>
@@ -148,9 +149,10 @@ bool ToolProcess::start(const std::filesystem::path &program, const QStringList 
                          errors.writeEnd.get(),
                          ::getpid(),
                          slot};
+  const pid_t started = startChild(child);
   {
     const std::lock_guard lock(endMutex);
-    pid = startChild(child);
+    pid = started;
   }
   errors.writeEnd.reset();
   if (pid < 0 || hasError(errors.readEnd.get())) {
@@ -162,9 +164,17 @@ bool ToolProcess::start(const std::filesystem::path &program, const QStringList 
 }
 
 bool ToolProcess::waitForEnd(PipeReader *output, int limitMs) {
+  using std::chrono::steady_clock;
+  const auto deadline = steady_clock::now() + std::chrono::milliseconds(limitMs);
   while (pid > 0) {
+    const auto rest =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
+    if (limitMs >= 0 && rest.count() <= 0)
+      return false;
+    long waitMs = limitMs < 0 ? -1 : rest.count() + 1;
+    if (!pidfd.isOpen())
+      waitMs = ASK_AGAIN_MS;
     pollfd watched[] = {{pidfd.get(), POLLIN, 0}, {output ? output->descriptor() : -1, POLLIN, 0}};
-    const int waitMs = pidfd.isOpen() ? limitMs : ASK_AGAIN_MS;
     const timespec duration = {waitMs / 1000, (waitMs % 1000) * 1000000L};
     const int ready =
         ::ppoll(watched, 2, waitMs < 0 ? nullptr : &duration, stop_signals::waitMask());
@@ -172,8 +182,6 @@ bool ToolProcess::waitForEnd(PipeReader *output, int limitMs) {
       output->readSome();
     if (!pidfd.isOpen() || (ready > 0 && watched[0].revents))
       reap(pidfd.isOpen());
-    else if (ready == 0)
-      return false;
   }
   return true;
 }
@@ -193,11 +201,13 @@ void ToolProcess::reap(bool block) {
   siginfo_t info = {};
   // Wait without reaping first, so that endMutex is held for a moment only.
   const int when = WEXITED | (block ? 0 : WNOHANG);
-  while (pid > 0 && ::waitid(P_PID, static_cast<id_t>(pid), &info, when | WNOWAIT) != 0 &&
-         errno == EINTR) {
-  }
-  if (pid > 0 && info.si_pid == 0 && !block)
-    return;
+  int result = 0;
+  do
+    result = pid > 0 ? ::waitid(P_PID, static_cast<id_t>(pid), &info, when | WNOWAIT) : -1;
+  while (pid > 0 && result != 0 && errno == EINTR);
+  if (result == 0 && info.si_pid == 0)
+    return; // it runs on
+  // Any other failure means that somebody else has reaped it; nobody knows then how it ended.
   const std::lock_guard lock(endMutex);
   if (pid > 0)
     ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG);

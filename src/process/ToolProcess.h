@@ -34,13 +34,14 @@ public:
 
   /// Starts `program`, looked up in PATH when it has no directory. `standardInput` and
   /// `standardOutput` are only borrowed; -1 stands for the null device. False when the program
-  /// cannot be run (it does not exist, it is no program, the arguments are too long, ...).
+  /// cannot be run (it does not exist, it is no program, the arguments are too long, ...). A script
+  /// without "#!" is run by the system's shell, as everywhere.
   bool start(const std::filesystem::path &program, const QStringList &arguments, int standardInput,
              int standardOutput);
 
   /// Waits until the tool has ended, and meanwhile keeps `output` (may be null) read, so that
   /// nobody who writes into it is blocked. With a limit in milliseconds (negative: none) returns
-  /// false when that time passes without the end or a byte of output. Stop signals may interrupt
+  /// false when that time passes without the end. Stop signals may interrupt
   /// the wait on the thread that lets them in. True at once when no tool runs.
   bool waitForEnd(PipeReader *output = nullptr, int limitMs = -1);
 

@@ -99,7 +99,7 @@ class Leftovers(ReplayCase):
                    self.driver("crash2", reader="crash")]
         for jobs in ("1", "4"):
             with self.subTest(jobs=jobs):
-                few = self.hold([], 1, jobs)
+                few = self.hold(drivers[:1], 1, jobs)
                 many = self.hold(drivers, 12, jobs)
                 self.assertEqual(few, many, "open descriptors")
 

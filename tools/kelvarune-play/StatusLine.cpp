@@ -28,7 +28,9 @@ constexpr unsigned long ENTRIES_BEFORE_ESTIMATE = 3;
 
 // Each leaves the cursor where it was. The first scrolls up by one when the cursor is in the last
 // row; it must not use a line feed, which a terminal may turn into a return to the first column.
-constexpr char LEAVE_LAST_ROW[] = "\0337\033[r\0338\033D\033[1A";
+// Nothing but an old line can stand below the cursor once a last row is kept apart.
+constexpr char LEAVE_LAST_ROW[] = "\033D\033[1A";
+constexpr char DROP_LAST_ROW[] = "\0337\033[r\0338\033[J";
 constexpr char GIVE_BACK[] = "\0337\033[r\033[999;1H\033[2K\0338";
 
 /// Whether the last row of the screen is kept apart.
@@ -159,7 +161,8 @@ void StatusLine::show() {
   std::string output;
   // Terminals forget what is kept apart when they are resized in any direction.
   if (!isKept || size.ws_row != rows || size.ws_col != columns)
-    output = LEAVE_LAST_ROW + ("\0337\033[1;" + std::to_string(size.ws_row - 1)) + "r\0338";
+    output = (isKept ? DROP_LAST_ROW : "") + std::string(LEAVE_LAST_ROW) + "\0337\033[1;" +
+             std::to_string(size.ws_row - 1) + "r\0338";
   rows = size.ws_row;
   columns = size.ws_col;
   output += "\0337\033[" + std::to_string(rows) + ";1H\033[2K" + text() + "\0338";

@@ -119,7 +119,7 @@ bool everyGoalIsProved(const std::string &posPath) {
 } // namespace
 
 int main(int argc, char **argv) {
-  process::ensureStandardDescriptors();
+  process::setUpProgram();
   handleStopSignals();
   const process::Guardian guardian;
   qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order
