@@ -34,7 +34,8 @@ install_missing() {
 # What it takes to build the programs, and to run the example.
 build_packages=(g++ cmake ninja-build qtbase5-dev)
 example_packages=(python3 z3 cvc5)
-test_packages=(libgtest-dev libgmock-dev clang clang-format clang-tidy libclang-rt-14-dev)
+test_packages=(libgtest-dev libgmock-dev libbenchmark-dev clang clang-format clang-tidy
+  libclang-rt-14-dev chromium slurm-wlm munge)
 
 # build PRESET [CMAKE-OPTION...]: configures and builds; prints the log only when that fails.
 build() {

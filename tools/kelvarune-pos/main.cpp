@@ -3,7 +3,7 @@
 #include "Commands.h"
 #include "Options.h"
 #include "Output.h"
-#include "process/ToolProcess.h"
+#include "process/StandardStreams.h"
 
 #include <QCoreApplication>
 #include <QHash>
@@ -38,7 +38,7 @@ QStringList argumentsOf(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
-  process::ensureStandardDescriptors(); // or a POS file could become standard output
+  process::setUpProgram(); // or a POS file could become standard output
   ::signal(SIGPIPE, SIG_DFL);           // also where the caller ignores it
   qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order
   const QStringList arguments = argumentsOf(argc, argv);
