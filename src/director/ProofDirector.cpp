@@ -55,11 +55,11 @@ bool ProofDirector::stop() {
   if (!posFile.isReady())
     return false; // Nothing runs yet. May have interrupted the load, so nothing is touched either.
   stopping = true;
-  std::vector<pid_t> sessions;
+  std::vector<process::sessions::session_t> sessions;
   {
     const std::lock_guard lock(processesMutex);
     for (process::ToolProcess *process : processes) {
-      sessions.push_back(process->session());
+      sessions.push_back({process->session()});
       process->kill();
     }
   }

@@ -35,8 +35,19 @@ constexpr const char *TEMPORARY_SUFFIX = ".kelvarune-new";
 constexpr mode_t PERMISSION_BITS = 07777;
 constexpr int CREATE_ATTEMPTS = 10;
 
+// Whether the disk itself is the reason, so that writing in place could only do harm.
+bool isDiskError(int error) {
+  return error == ENOSPC || error == EDQUOT || error == EIO || error == EFBIG || error == ENOMEM ||
+         error == EMFILE || error == ENFILE;
+}
+
 result_t failed(int error) {
   return {outcome_t::FAILED, error};
+}
+
+// A file that is not there, or not for us to write, is the caller's affair; a broken disk is not.
+result_t notWritable(int error) {
+  return {isDiskError(error) ? outcome_t::FAILED : outcome_t::NOT_WRITABLE, error};
 }
 
 /// A file beside the target under a name of its own; removed unless it was renamed.
@@ -122,11 +133,14 @@ bool copyAttributes(int from, int to) {
   return length >= 0;
 }
 
-bool copyIdentity(int from, const struct stat &status, int to) {
+// 0, or the error number.
+int copyIdentity(int from, const struct stat &status, int to) {
   const bool ownerDiffers = status.st_uid != ::geteuid() || status.st_gid != ::getegid();
   if (ownerDiffers && ::fchown(to, status.st_uid, status.st_gid) != 0)
-    return false;
-  return ::fchmod(to, status.st_mode & PERMISSION_BITS) == 0 && copyAttributes(from, to);
+    return errno;
+  if (::fchmod(to, status.st_mode & PERMISSION_BITS) != 0 || !copyAttributes(from, to))
+    return errno;
+  return 0;
 }
 
 // Writes all the pieces at the descriptor's position; 0, or the error number.
@@ -165,20 +179,14 @@ off_t sizeOf(const QVector<QByteArray> &pieces) {
 result_t writeInPlace(int fd, const struct stat &status, const QVector<QByteArray> &pieces) {
   const bool regular = S_ISREG(status.st_mode);
   const off_t size = sizeOf(pieces);
-  if (regular && size > status.st_size && ::fallocate(fd, 0, 0, size) != 0 && errno != EOPNOTSUPP &&
-      errno != ENOSYS)
+  if (regular && size > status.st_size && ::fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, size) != 0 &&
+      errno != EOPNOTSUPP && errno != ENOSYS)
     return failed(errno);
   if (const int error = writeAll(fd, pieces))
     return failed(error);
   if (regular && (::ftruncate(fd, size) != 0 || ::fdatasync(fd) != 0))
     return failed(errno);
   return {outcome_t::DONE, 0};
-}
-
-// Whether the disk itself is the reason, so that writing in place could only do harm.
-bool isDiskError(int error) {
-  return error == ENOSPC || error == EDQUOT || error == EIO || error == EFBIG || error == ENOMEM ||
-         error == EMFILE || error == ENFILE;
 }
 
 // Whether a file is still as it was, by everything that the system tells of it.
@@ -235,7 +243,7 @@ result_t FileReplacer::replace(const QVector<QByteArray> &pieces) {
   Descriptor old(::open(target.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
   struct stat status;
   if (!old.isOpen() || ::fstat(old.get(), &status) != 0)
-    return {outcome_t::NOT_WRITABLE, errno};
+    return notWritable(errno);
   const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(target.c_str(), nullptr),
                                                              &std::free);
   if (!resolved || !S_ISREG(status.st_mode) || status.st_nlink != 1)
@@ -256,8 +264,8 @@ result_t FileReplacer::replaceWhole(const QVector<QByteArray> &pieces, Descripto
   temporary_t temporary;
   if (const int error = createTemporary(path, temporary))
     return isDiskError(error) ? failed(error) : writeInPlace(old.get(), status, pieces);
-  if (!copyIdentity(old.get(), status, temporary.file.get()))
-    return writeInPlace(old.get(), status, pieces);
+  if (const int error = copyIdentity(old.get(), status, temporary.file.get()))
+    return isDiskError(error) ? failed(error) : writeInPlace(old.get(), status, pieces);
   if (const int error = writeAll(temporary.file.get(), pieces))
     return failed(error);
   if (::fdatasync(temporary.file.get()) != 0)
@@ -327,10 +335,10 @@ result_t FileReplacer::keepBackup() const {
   const Descriptor source(::open(target.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status;
   if (!source.isOpen() || ::fstat(source.get(), &status) != 0)
-    return {outcome_t::NOT_WRITABLE, errno};
+    return notWritable(errno);
   const std::string backup = target + "~";
   temporary_t temporary;
-  if (const int error = createTemporary(backup, temporary))
+  if (const int error = createTemporary(target, temporary))
     return failed(error);
   ::fchmod(temporary.file.get(), status.st_mode & PERMISSION_BITS);
   std::vector<char> buffer(std::size_t(1) << 20);

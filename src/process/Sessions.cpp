@@ -5,10 +5,12 @@
 #include "process/Sessions.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <string>
 
 #include <dirent.h>
@@ -25,13 +27,13 @@ namespace {
 
 constexpr int TABLE_SIZE = 4096;
 constexpr pid_t CLAIMED = -1; // taken, the session is not known yet
-                              // -S with S > 1: session S whose leader has ended
 
 constexpr long POLL_MS = 10;
 constexpr int GRACE_POLLS = 30; // how long processes may take to follow a SIGTERM
 constexpr int LAST_POLL = 100;
 
-static_assert(slot_t::is_always_lock_free);
+static_assert(std::atomic<pid_t>::is_always_lock_free &&
+              std::atomic<std::int64_t>::is_always_lock_free);
 
 slot_t *table() {
   static slot_t *const slots = [] {
@@ -46,9 +48,11 @@ struct process_t {
   pid_t pid;
   pid_t parent;
   pid_t session;
+  std::int64_t startTicks;
 };
 
-// Reads "pid (name) state ppid pgrp session ..."; the name may hold anything, also parentheses.
+// Reads "pid (name) state ppid pgrp session ..." up to the start time, the 22nd field; the name may
+// hold anything, also parentheses.
 bool readProcess(pid_t pid, process_t &process) {
   const std::string path = "/proc/" + std::to_string(pid) + "/stat";
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -62,12 +66,20 @@ bool readProcess(pid_t pid, process_t &process) {
   text[length] = '\0';
   const char *afterName = std::strrchr(text, ')');
   char state = 0;
-  int group = 0;
   process.pid = pid;
+  const char *format =
+      " %c %d %*d %d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %*d %*d %" SCNd64;
   return afterName &&
-         std::sscanf(afterName + 1, " %c %d %d %d", &state, &process.parent, &group,
-                     &process.session) == 4 &&
+         std::sscanf(afterName + 1, format, &state, &process.parent, &process.session,
+                     &process.startTicks) == 4 &&
          state != 'Z' && state != 'X';
+}
+
+std::int64_t nowTicks() {
+  timespec now = {};
+  ::clock_gettime(CLOCK_BOOTTIME, &now);
+  static const std::int64_t perSecond = ::sysconf(_SC_CLK_TCK);
+  return now.tv_sec * perSecond + now.tv_nsec * perSecond / 1000000000;
 }
 
 void forEachProcess(const std::function<void(const process_t &)> &visit) {
@@ -111,55 +123,51 @@ bool holdsWriteEnd(pid_t pid, const std::string &pipeName) {
 } // namespace
 
 slot_t *claim() {
+  static std::atomic<unsigned> turn = 0; // in turns, so that the oldest ended session gives way
   slot_t *const slots = table();
   for (int i = 0; slots && i < TABLE_SIZE; ++i) {
-    pid_t expected = 0;
-    if (slots[i].compare_exchange_strong(expected, CLAIMED))
-      return &slots[i];
+    slot_t &slot = slots[turn++ % TABLE_SIZE];
+    pid_t found = slot.session;
+    const bool running = found == CLAIMED || (found > 0 && slot.endTicks == session_t::RUNNING);
+    if (!running && slot.session.compare_exchange_strong(found, CLAIMED)) {
+      slot.endTicks = session_t::RUNNING;
+      return &slot;
+    }
   }
   return nullptr;
 }
 
 void release(slot_t *slot) {
-  if (slot)
-    slot->store(0);
-}
-
-void releaseEnded(slot_t *slot) {
   if (!slot)
     return;
-  // Most descendants stay in the group of their tool, and asking for the group is cheap.
-  const pid_t session = slot->load();
-  const bool livesOn = session > 0 && ::kill(-session, 0) == 0;
-  const bool hasRoom = slot - table() < TABLE_SIZE / 2;
-  slot->store(livesOn && hasRoom ? -session : 0);
+  slot->endTicks = nowTicks();
+  pid_t unknown = CLAIMED; // the tool was never started
+  slot->session.compare_exchange_strong(unknown, 0);
 }
 
-std::vector<pid_t> all() {
-  std::vector<pid_t> result;
+std::vector<session_t> all() {
+  std::vector<session_t> result;
   slot_t *const slots = table();
   for (int i = 0; slots && i < TABLE_SIZE; ++i) {
-    const pid_t session = slots[i].load();
-    // The number of an ended leader is not given to a new process while its session has members;
-    // when a process of that number exists, it is a stranger and the session is long gone.
-    const bool leaderless = session < CLAIMED && ::kill(-session, 0) != 0;
-    if (session > 0 || leaderless)
-      result.push_back(std::abs(session));
+    const session_t session = {slots[i].session, slots[i].endTicks};
+    if (session.id > 0)
+      result.push_back(session);
   }
   return result;
 }
 
-void end(std::vector<pid_t> sessionIds) {
-  // Never what no tool can lead: 0 is the session of everything outside a container.
-  const auto isForeign = [](pid_t session) { return session <= 1 || session == ::getsid(0); };
-  sessionIds.erase(std::remove_if(sessionIds.begin(), sessionIds.end(), isForeign),
-                   sessionIds.end());
-  if (sessionIds.empty())
-    return;
-  for (int poll = 0; poll < LAST_POLL; ++poll) {
+void end(const std::vector<session_t> &sessions) {
+  std::map<pid_t, std::int64_t> endTicks;
+  for (const session_t &session : sessions) {
+    // Never what no tool can lead: 0 is the session of everything outside a container.
+    if (session.id > 1 && session.id != ::getsid(0))
+      endTicks[session.id] = std::max(endTicks[session.id], session.endTicks);
+  }
+  for (int poll = 0; poll < LAST_POLL && !endTicks.empty(); ++poll) {
     int living = 0;
     forEachProcess([&](const process_t &process) {
-      if (std::find(sessionIds.begin(), sessionIds.end(), process.session) == sessionIds.end())
+      const auto found = endTicks.find(process.session);
+      if (found == endTicks.end() || process.startTicks > found->second)
         return;
       ++living;
       if (process.pid == process.session || poll >= GRACE_POLLS)

@@ -2,6 +2,8 @@
 #define KELVARUNE_PROCESS_SESSIONS_H
 
 #include <atomic>
+#include <cstdint>
+#include <limits>
 #include <vector>
 
 #include <sys/types.h>
@@ -14,25 +16,37 @@
 /// creation and its program can write: no lock, no allocation.
 namespace process::sessions {
 
-using slot_t = std::atomic<pid_t>;
+/// A session. Once its leader has ended its number may be given to a stranger, so only processes
+/// that were there at that time belong to it; `endTicks` is that time in the system's clock ticks
+/// since it was booted.
+struct session_t {
+  static constexpr std::int64_t RUNNING = std::numeric_limits<std::int64_t>::max();
 
-/// Claims a free place of the table; null when all are taken (the tool then runs unrecorded).
+  pid_t id;
+  std::int64_t endTicks = RUNNING;
+};
+
+/// A place in the table: the session, 0 when it is free.
+struct slot_t {
+  std::atomic<pid_t> session;
+  std::atomic<std::int64_t> endTicks;
+};
+
+/// Claims a place of the table; null when tools that run have them all (the tool then runs
+/// unrecorded).
 slot_t *claim();
 
-/// Gives a place back.
+/// Notes that the tool has ended. What it has left running is remembered until the place is needed
+/// for another tool, the oldest first.
 void release(slot_t *slot);
 
-/// As release, for a tool that has ended; but when processes of its session live on, the place
-/// keeps the session as long as the table has room.
-void releaseEnded(slot_t *slot);
-
 /// The sessions that stand in the table now.
-std::vector<pid_t> all();
+std::vector<session_t> all();
 
 /// Ends every process of the given sessions: their leaders are killed, the others are asked first
 /// (SIGTERM) and killed after a short grace. Returns when all are gone, at the latest after about
 /// a second. Never waits for them as a parent does.
-void end(std::vector<pid_t> sessionIds);
+void end(const std::vector<session_t> &sessions);
 
 /// Kills the processes that still hold the write end of the pipe with this inode, except children
 /// of the calling process (which are tools of their own).

@@ -79,7 +79,7 @@ void resetSignals() {
   if (::getppid() != child.parent) // it died before the line above
     ::_exit(127);
   if (child.slot)
-    child.slot->store(::getpid());
+    child.slot->session = ::getpid();
   ::dup2(child.standardInput, STDIN_FILENO);
   ::dup2(child.standardOutput, STDOUT_FILENO);
   ::dup2(child.standardError, STDERR_FILENO);
@@ -213,7 +213,7 @@ void ToolProcess::reap(bool block) {
     ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG);
   endedBySignal = info.si_pid != 0 && info.si_code != CLD_EXITED;
   pid = 0;
-  sessions::releaseEnded(slot);
+  sessions::release(slot);
   slot = nullptr;
   pidfd.reset();
 }

@@ -82,6 +82,19 @@ QByteArray encodingOf(const QByteArray &bytes) {
   return value.isEmpty() ? QByteArray() : value.mid(1, value.indexOf(value[0], 1) - 1);
 }
 
+// The number of parentheses open at once in a document type, whose groups the parser descends into.
+std::size_t groupDepth(const QByteArray &text) {
+  const int begin = text.indexOf("<!DOCTYPE");
+  std::size_t depth = 0;
+  std::size_t deepest = 0;
+  for (int i = begin; begin >= 0 && i < text.size(); ++i) {
+    depth += text[i] == '(' ? 1 : 0;
+    depth -= text[i] == ')' && depth > 0 ? 1 : 0;
+    deepest = std::max(deepest, depth);
+  }
+  return deepest;
+}
+
 std::size_t depthOf(const QByteArray &bytes) {
   QXmlInputSource source;
   QByteArray text = bytes;
@@ -89,6 +102,8 @@ std::size_t depthOf(const QByteArray &bytes) {
     source.setData(bytes);
     text = source.data().toUtf8();
   }
+  if (groupDepth(text) > MAX_DEPTH)
+    return MAX_DEPTH + 1;
   if (!text.contains("<!ENTITY"))
     return nestingDepth({text.constData(), static_cast<std::size_t>(text.size())});
   // Entities may hold elements, so a few bytes can nest without end: only the parser knows.
