@@ -30,6 +30,10 @@ QString placed(const QString &file, const QDomElement &element) {
   return placed(file, element.lineNumber(), element.columnNumber());
 }
 
+QString tagOf(const QDomElement &obligation) {
+  return obligation.firstChildElement(pos::TAG_TAG).text();
+}
+
 QStringList faultsOfGoal(const play_options_t &options, const QDomDocument &document) {
   const QStringList parts = options.goal.split(QLatin1Char('.'));
   bool isNumber = false;
@@ -39,7 +43,7 @@ QStringList faultsOfGoal(const play_options_t &options, const QDomDocument &docu
                 .arg(options.goal)};
   for (const QDomElement &obligation :
        xml::children(document.documentElement(), pos::TAG_PROOF_OBLIGATION)) {
-    if (obligation.firstChildElement(pos::TAG_TAG).text() != parts[0])
+    if (tagOf(obligation) != parts[0])
       continue;
     int count = 0;
     for (const QDomElement &goal : xml::children(obligation, pos::TAG_SIMPLE_GOAL))
@@ -201,4 +205,29 @@ QStringList faultsOfContents(const play_options_t &options) {
     faults << QStringLiteral("--driver %1: no such driver; there are %2.")
                   .arg(options.driver, drivers.join(QStringLiteral(", ")));
   return faults;
+}
+
+QStringList misdirectedDrivers(const play_options_t &options) {
+  QDomDocument document;
+  xml::readDocument(options.posPath, document);
+  const QString first =
+      tagOf(document.documentElement().firstChildElement(pos::TAG_PROOF_OBLIGATION));
+  const QString tag = options.goal.section(QLatin1Char('.'), 0, 0);
+  QStringList lines;
+  if (options.goal.isEmpty() || first == tag)
+    return lines;
+  for (const QString &file : options.mechanisms) {
+    mechanism::mechanism_t mechanism;
+    mechanism::ofFile(file, mechanism, options.installDirs);
+    for (const mechanism::driver_t &driver : mechanism.drivers) {
+      const bool isPlayed = (options.driver.isEmpty() || driver.name == options.driver) &&
+                            (!options.fast || driver.fast);
+      if (isPlayed && driver.group == mechanism::group_t::RELATED)
+        lines << QStringLiteral("%1: driver %2 groups related goals, so its writer is asked for "
+                                "that goal of the first obligation, %3, and its model is not one "
+                                "of %4.")
+                     .arg(file, driver.name, first, options.goal);
+    }
+  }
+  return lines;
 }

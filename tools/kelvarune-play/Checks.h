@@ -12,4 +12,9 @@ QStringList faultsOfFiles(const play_options_t &options);
 /// Then what they hold; the resource files must have been loaded, as they say where tools are.
 QStringList faultsOfContents(const play_options_t &options);
 
+/// A line for each driver that does not work on the goal of --goal: one that groups related goals
+/// numbers the designated goal's obligation as if it were the first, whichever it is. The run is of
+/// use for the other drivers. Expects inputs without faults.
+QStringList misdirectedDrivers(const play_options_t &options);
+
 #endif

@@ -62,6 +62,11 @@ void handleStopSignals() {
     ::sigaction(SIGHUP, &action, nullptr);
 }
 
+void tell(const QStringList &lines) {
+  for (const QString &line : lines)
+    std::cerr << "kelvarune-play: " << line.toStdString() << std::endl;
+}
+
 /// Reads the command line and checks the inputs. False after telling what cannot be used.
 bool getReady(play_options_t &options) {
   const process::stop_signals::Open open; // nothing is loaded yet
@@ -74,8 +79,9 @@ bool getReady(play_options_t &options) {
       load_resources(file.toUtf8().constData());
     faults = faultsOfContents(options);
   }
-  for (const QString &fault : std::as_const(faults))
-    std::cerr << "kelvarune-play: " << fault.toStdString() << std::endl;
+  tell(faults);
+  if (faults.isEmpty())
+    tell(misdirectedDrivers(options));
   return faults.isEmpty();
 }
 

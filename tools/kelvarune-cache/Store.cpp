@@ -1,0 +1,261 @@
+// The bound must hold with many writers, but walking the directory for every new answer would cost
+// more than quick provers take. The file "usage" therefore holds the space used, and its lock
+// serialises those who change it. Only when the sum passes the bound is the directory walked, and
+// then a tenth of the bound is freed so that the next walk is far away. A writer that is killed
+// between its rename and its sum leaves the sum too small until the next walk.
+
+#include "kelvarune-cache/Store.h"
+
+#include "file/Descriptor.h"
+
+#include <QCryptographicHash>
+#include <QList>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <vector>
+
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace cache {
+
+namespace {
+
+constexpr std::uint64_t BLOCK_BYTES = 4096; // what the least file takes on most file systems
+constexpr double LEFTOVER_SECONDS = 3600;   // no writer takes so long for its temporary file
+const char MAGIC[] = "kelvarune-cache 1";
+const char TEMPORARY_PREFIX[] = ".new-";
+
+std::uint64_t diskBytes(std::uint64_t size) {
+  return (size + BLOCK_BYTES - 1) / BLOCK_BYTES * BLOCK_BYTES;
+}
+
+std::string folderOf(const std::string &directory, const QByteArray &key) {
+  return directory + "/" + key.left(2).toStdString();
+}
+
+std::string pathOf(const std::string &directory, const QByteArray &key) {
+  return folderOf(directory, key) + "/" + key.mid(2).toStdString();
+}
+
+// The checksum covers everything else, so that no damage passes for another answer.
+QByteArray headerOf(const QByteArray &key, const answer_t &answer) {
+  const QByteArray words = QByteArray(MAGIC) + ' ' + key + ' ' + QByteArray::number(answer.status);
+  QCryptographicHash sum(QCryptographicHash::Sha256);
+  sum.addData(words + '\n');
+  sum.addData(answer.output);
+  return words + ' ' + sum.result().toHex() + '\n';
+}
+
+bool readAll(int fd, QByteArray &content) {
+  char block[1 << 16];
+  for (ssize_t count; (count = ::read(fd, block, sizeof block)) != 0;) {
+    if (count < 0)
+      return false;
+    content.append(block, static_cast<int>(count));
+  }
+  return true;
+}
+
+bool writeAll(int fd, const QByteArray &content) {
+  for (int written = 0; written < content.size();) {
+    const ssize_t count = ::write(fd, content.constData() + written,
+                                  static_cast<std::size_t>(content.size() - written));
+    if (count < 0)
+      return false;
+    written += static_cast<int>(count);
+  }
+  return true;
+}
+
+std::optional<answer_t> readEntry(int fd, const QByteArray &key) {
+  QByteArray content;
+  if (!readAll(fd, content))
+    return std::nullopt;
+  const int headerEnd = content.indexOf('\n') + 1;
+  const QList<QByteArray> words = content.left(headerEnd).split(' ');
+  if (words.size() != 5)
+    return std::nullopt;
+  answer_t answer;
+  answer.status = words.at(3).toInt();
+  answer.output = content.mid(headerEnd);
+  if (headerOf(key, answer) != content.left(headerEnd))
+    return std::nullopt;
+  return answer;
+}
+
+/// The space that the answers take, kept in a locked file as long as the object lives.
+class Usage {
+public:
+  explicit Usage(const std::string &directory)
+      : file(::open((directory + "/usage").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)) {
+    if (file.isOpen() && ::flock(file.get(), LOCK_EX) != 0)
+      file.reset();
+  }
+
+  bool isLocked() const { return file.isOpen(); }
+
+  /// Nothing when the sum is not known and has to be counted.
+  std::optional<std::uint64_t> read() const {
+    QByteArray text;
+    bool isNumber = false;
+    if (!readAll(file.get(), text))
+      return std::nullopt;
+    const std::uint64_t bytes = text.trimmed().toULongLong(&isNumber);
+    return isNumber ? std::optional(bytes) : std::nullopt;
+  }
+
+  void write(std::uint64_t bytes) {
+    // Blanks fill the line to one length, so that no older, longer number shows behind it.
+    const QByteArray text = QByteArray::number(qulonglong(bytes)).leftJustified(20) + '\n';
+    if (::pwrite(file.get(), text.constData(), static_cast<std::size_t>(text.size()), 0) !=
+            text.size() &&
+        ::ftruncate(file.get(), 0) != 0)
+      return; // a sum that cannot be kept at all is counted again next time
+  }
+
+private:
+  file::Descriptor file;
+};
+
+struct entry_t {
+  std::string path;
+  timespec used;
+  std::uint64_t bytes;
+};
+
+double secondsSince(const timespec &time) {
+  timespec now;
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  return static_cast<double>(now.tv_sec - time.tv_sec) +
+         1e-9 * static_cast<double>(now.tv_nsec - time.tv_nsec);
+}
+
+bool usedEarlier(const entry_t &left, const entry_t &right) {
+  return std::pair(left.used.tv_sec, left.used.tv_nsec) <
+         std::pair(right.used.tv_sec, right.used.tv_nsec);
+}
+
+// Another program may change the directory meanwhile; what vanishes is not there.
+std::vector<entry_t> entriesOf(const std::string &directory) {
+  std::vector<entry_t> entries;
+  std::error_code ignored;
+  for (const auto &folder : std::filesystem::directory_iterator(directory, ignored)) {
+    if (folder.path().filename().native().size() != 2)
+      continue;
+    for (const auto &file : std::filesystem::directory_iterator(folder.path(), ignored)) {
+      struct stat status;
+      if (::lstat(file.path().c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+        continue;
+      const bool isTemporary = file.path().filename().native().rfind(TEMPORARY_PREFIX, 0) == 0;
+      if (!isTemporary)
+        entries.push_back(
+            {file.path(), status.st_mtim, diskBytes(static_cast<std::uint64_t>(status.st_size))});
+      else if (secondsSince(status.st_mtim) > LEFTOVER_SECONDS)
+        ::unlink(file.path().c_str());
+    }
+  }
+  return entries;
+}
+
+// Frees the space that goes beyond `limit` and returns what remains in use.
+std::uint64_t evict(std::vector<entry_t> entries, std::uint64_t limit) {
+  std::sort(entries.begin(), entries.end(), usedEarlier);
+  std::uint64_t used = 0;
+  for (const entry_t &entry : entries)
+    used += entry.bytes;
+  for (const entry_t &entry : entries) {
+    if (used <= limit)
+      break;
+    ::unlink(entry.path.c_str());
+    used -= entry.bytes;
+  }
+  return used;
+}
+
+constexpr std::uint64_t NO_LIMIT = ~std::uint64_t(0);
+
+bool isDamaged(const entry_t &entry) {
+  const file::Descriptor file(::open(entry.path.c_str(), O_RDONLY | O_CLOEXEC));
+  const std::filesystem::path path(entry.path);
+  const std::string key = path.parent_path().filename().native() + path.filename().native();
+  return file.isOpen() && !readEntry(file.get(), QByteArray::fromStdString(key));
+}
+
+bool makeFolder(const std::string &path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  return !error;
+}
+
+} // namespace
+
+Store::Store(std::string directory, std::uint64_t maxBytes)
+    : directory(std::move(directory)), maxBytes(maxBytes) {}
+
+std::optional<answer_t> Store::find(const QByteArray &key) const {
+  const file::Descriptor file(::open(pathOf(directory, key).c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.isOpen())
+    return std::nullopt;
+  std::optional<answer_t> answer = readEntry(file.get(), key);
+  if (answer)
+    ::futimens(file.get(), nullptr); // fails where the directory is shared read-only, rightly
+  return answer;
+}
+
+bool Store::keep(const QByteArray &key, const answer_t &answer) {
+  const QByteArray header = headerOf(key, answer);
+  const std::uint64_t bytes = diskBytes(static_cast<std::uint64_t>(header.size()) +
+                                        static_cast<std::uint64_t>(answer.output.size()));
+  if ((maxBytes > 0 && bytes > maxBytes) || !makeFolder(folderOf(directory, key)))
+    return false;
+
+  std::string temporary = folderOf(directory, key) + "/" + TEMPORARY_PREFIX + "XXXXXX";
+  const file::Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+  if (!file.isOpen())
+    return false;
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  const std::string path = pathOf(directory, key);
+  if (!writeAll(file.get(), header) || !writeAll(file.get(), answer.output) ||
+      ::fchmod(file.get(), 0666 & ~mask) != 0 || ::rename(temporary.c_str(), path.c_str()) != 0) {
+    ::unlink(temporary.c_str());
+    return false;
+  }
+
+  Usage usage(directory);
+  if (!usage.isLocked())
+    return true;
+  const std::optional<std::uint64_t> before = usage.read();
+  const std::uint64_t used = before ? *before + bytes : NO_LIMIT;
+  const std::uint64_t limit = maxBytes > 0 ? maxBytes : NO_LIMIT - 1;
+  usage.write(used <= limit ? used
+                            : evict(entriesOf(directory), std::max(limit - limit / 10, bytes)));
+  return true;
+}
+
+void Store::forget(const QByteArray &key) {
+  ::unlink(pathOf(directory, key).c_str());
+}
+
+bool Store::cleanUp(double unusedSeconds) {
+  if (!makeFolder(directory))
+    return false;
+  Usage usage(directory);
+  if (!usage.isLocked())
+    return false;
+  std::vector<entry_t> entries = entriesOf(directory);
+  const auto isUseless = [&](const entry_t &entry) {
+    const bool useless =
+        (unusedSeconds > 0 && secondsSince(entry.used) > unusedSeconds) || isDamaged(entry);
+    return useless && ::unlink(entry.path.c_str()) == 0;
+  };
+  entries.erase(std::remove_if(entries.begin(), entries.end(), isUseless), entries.end());
+  usage.write(evict(std::move(entries), maxBytes > 0 ? maxBytes : NO_LIMIT));
+  return true;
+}
+
+} // namespace cache
