@@ -1,0 +1,215 @@
+#!/usr/bin/env python3
+"""Ends the program at random moments, softly and hard, and looks at what is left.
+
+SIGTERM: status 1 within two seconds, every verdict that was recorded is in the POS file, which is
+complete; no secondary or temporary file, no tool and nothing that a tool started is left. SIGKILL,
+and the keys and the hang-up of a terminal: the POS file is complete, nothing runs on, and the next
+run tidies up.
+"""
+
+import fcntl
+import os
+import pty
+import re
+import signal
+import time
+
+from campaign import (QUICK_PROVER, QUICK_READER, SLOWNESS, STOP_LIMIT_S, WRITER, Campaign,
+                      disk_settings, has_faulty_disk)
+
+GOALS = 20
+RECORDED = re.compile(rb"updating proof status of proof obligation (\d+),0 to Proved")
+
+# Tools of several builds: each row replaces some of the quick ones.
+SHAPES = {
+    "quick": {},
+    "slow": {"writer": "sleep 0.01\n" + WRITER, "prover": "sleep 0.02\n" + QUICK_PROVER,
+             "reader": QUICK_READER + "sleep 0.01\n"},
+    # A wrapper moves what it runs to a process group of its own.
+    "wrapper": {"prover": "timeout 300 sleep 0.02; timeout 300 cat\n",
+                "writer": 'timeout 300 "$0.inner" "$@"\n', "writer.inner": WRITER},
+    # Each entry leaves something behind that sleeps on, in the background of an ended tool; with
+    # a wrapper even in a process group of its own.
+    "orphans": {"prover": "sleep 300 </dev/null >/dev/null 2>&1 &\nexec cat\n"},
+    "orphan groups": {"prover": "timeout 300 sleep 300 </dev/null >/dev/null 2>&1 &\nexec cat\n"},
+    # Nobody but the program ends this one; it ignores everything that can be ignored.
+    "stubborn": {"prover": "trap '' TERM INT HUP QUIT\n(trap '' TERM; sleep 300) &\ncat\nwait\n"},
+}
+
+
+def duration(scratch, jobs):
+    """How long an undisturbed run takes, 0.5 s at most: where stops should fall."""
+    process = scratch.start(*scratch.argv("-c", jobs))
+    began = time.monotonic()
+    try:
+        process.wait(0.5)
+    except Exception:  # It goes on for ever, or nearly.
+        pass
+    process.kill()
+    scratch.kill_all()
+    process.wait()
+    tidy(scratch)
+    return time.monotonic() - began
+
+
+def tidy(scratch):
+    for name in os.listdir(scratch.path("work")):
+        scratch.path(f"work/{name}").unlink()
+    scratch.reset(GOALS)
+
+
+def assert_nothing_lost(scratch, run):
+    """Every verdict that the trace tells is in the file."""
+    states = scratch.states()
+    if len(states) != GOALS:
+        raise AssertionError(f"{len(states)} goals in the POS file")
+    lost = [int(i) for i in RECORDED.findall(run.err) if not states[int(i)]]
+    if lost or states.count(True) < run.out.count(b"+"):
+        raise AssertionError(f"lost: {lost} of {run.out.count(b'+')} marks\n{run}")
+
+
+def soft(scratch, campaign, jobs, delay, slow_disk=False):
+    process = scratch.start(*scratch.argv("-c", jobs, "-t", 1),
+                            env=disk_settings(FAULT_SLOW_MS="30") if slow_disk else None)
+    time.sleep(delay)
+    running = process.poll() is None
+    process.send_signal(signal.SIGTERM)
+    began = time.monotonic()
+    run = scratch.end(process, STOP_LIMIT_S)
+    campaign.note("SIGTERM" + ", slow disk" * slow_disk, "at work", running)
+    campaign.slowest = max(campaign.slowest, time.monotonic() - began)
+    ended_before = run.status == 0 and b"TOTAL" in run.out
+    not_yet_begun = run.status == -signal.SIGTERM and not run.out and not run.err
+    if run.status != 1 and not ended_before and not not_yet_begun:
+        raise AssertionError(f"status {run.status}\n{run}")
+    assert_nothing_lost(scratch, run)
+    scratch.assert_tidy(run)
+
+
+def at_first_writers(scratch, _campaign, jobs, after):
+    """The signal comes while all workers start their first writers, the worst time to count them."""
+    process = scratch.start(*scratch.argv("-c", jobs))
+    while process.poll() is None and b"still" not in scratch.path("stdout").read_bytes():
+        pass
+    time.sleep(after)
+    process.send_signal(signal.SIGTERM)
+    run = scratch.end(process, STOP_LIMIT_S)
+    if run.status != 1:
+        raise AssertionError(f"status {run.status}\n{run}")
+    time.sleep(0.02)
+    scratch.assert_tidy(run)
+
+
+def hard(scratch, campaign, jobs, delay):
+    process = scratch.start(*scratch.argv("-c", jobs, "-t", 1))
+    time.sleep(delay)
+    process.kill()
+    run = scratch.end(process)
+    states = scratch.states()
+    if len(states) != GOALS:
+        raise AssertionError(f"{len(states)} goals in the POS file")
+    # Marks are shown before they are saved; only those of entries in flight may be missing.
+    unsaved = max(run.out.count(b"+") - states.count(True), 0)
+    campaign.note("SIGKILL", "verdicts in flight", unsaved)
+    if unsaved > jobs:
+        raise AssertionError(f"{unsaved} verdicts were shown but not saved\n{run}")
+    if not scratch.temporaries():
+        return
+    campaign.note("SIGKILL", "temporary files left and removed by the next run")
+    scratch.script("prover", QUICK_PROVER)
+    scratch.end(scratch.start(*scratch.argv()))
+    if scratch.temporaries() and not all(states):
+        raise AssertionError(f"still there after the next run: {scratch.temporaries()}")
+
+
+def terminal(scratch, _campaign, jobs, delay, key):
+    """The program runs in the foreground of a terminal; a key is pressed or the line hangs up."""
+    controller, terminal_end = pty.openpty()
+    name = os.ttyname(terminal_end)
+
+    def lead_session():
+        os.setsid()
+        os.close(os.open(name, os.O_RDWR))
+
+    process = scratch.start(*scratch.argv("-c", jobs), preexec_fn=lead_session)
+    os.close(terminal_end)
+    time.sleep(delay)
+    if key:
+        os.write(controller, key)
+    else:
+        os.close(controller)
+    run = scratch.end(process)
+    if key:
+        os.close(controller)
+    if run.status not in (0, -signal.SIGINT, -signal.SIGQUIT, -signal.SIGHUP):
+        raise AssertionError(f"status {run.status}\n{run}")
+    scratch.states()
+
+
+def unread(scratch, _campaign, jobs):
+    """Who started the program no longer reads what it prints, and asks it to stop."""
+    reading, writing = os.pipe()
+    fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, 4096)
+    os.write(writing, b"#" * (4096 - 120))  # Room for the first lines and a few marks.
+    process = scratch.start(*scratch.argv("-c", jobs), stdout=writing)
+    os.close(writing)
+    time.sleep(0.4 * SLOWNESS)
+    if process.poll() is not None:
+        raise AssertionError("it did not wait for its reader")
+    process.send_signal(signal.SIGTERM)
+    try:
+        run = scratch.end(process, STOP_LIMIT_S)
+    finally:
+        os.close(reading)
+    if run.status != 1:
+        raise AssertionError(f"status {run.status}\n{run}")
+    scratch.states()
+    scratch.assert_tidy(run)
+
+
+def main():
+    campaign = Campaign(__doc__, rounds=60)
+    campaign.slowest = 0.0
+    rounds = {"SIGTERM": (soft,), "SIGTERM, slow disk": (soft, True), "SIGKILL": (hard,),
+              "Ctrl-C": (terminal, b"\x03"), "Ctrl-backslash": (terminal, b"\x1c"),
+              "hang-up": (terminal, b"")}
+
+    for name, (action, *more) in rounds.items():
+        count = campaign.rounds // (6 if action is terminal else 3 if more else 1)
+        if name == "SIGTERM, slow disk" and not has_faulty_disk():
+            continue
+        for number in range(count if campaign.wants(name) else 0):
+            shape = list(SHAPES)[number % len(SHAPES)]
+            jobs = campaign.jobs[number // len(SHAPES) % len(campaign.jobs)]
+
+            def play(scratch):
+                scratch.component(GOALS, SHAPES[shape])
+                key = shape, jobs
+                if key not in lasts:
+                    lasts[key] = duration(scratch, jobs)
+                delay = campaign.random.uniform(0, 1.05 * lasts[key])
+                action(scratch, campaign, jobs, delay, *more)
+
+            campaign.round(name, f"round {number}, {shape} tools, {jobs} jobs", play)
+
+    for number in range(campaign.rounds):
+        def begin(scratch):
+            scratch.component(3 * GOALS)
+            at_first_writers(scratch, campaign, 3 * GOALS, campaign.random.uniform(0, 0.03))
+
+        campaign.round("SIGTERM, first writers", f"round {number}", begin)
+    for jobs in campaign.jobs:
+        def block(scratch):
+            scratch.component(GOALS)
+            unread(scratch, campaign, jobs)
+
+        campaign.round("SIGTERM, output not read", f"{jobs} jobs", block)
+    if campaign.wants("SIGTERM"):
+        print(f"slowest end after a SIGTERM: {campaign.slowest:.2f} s")
+    campaign.exit()
+
+
+lasts = {}
+
+if __name__ == "__main__":
+    main()

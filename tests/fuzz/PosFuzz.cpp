@@ -1,0 +1,172 @@
+// POS documents: every operation on them, and the promise that a file kept current piece by piece
+// has exactly the bytes of the whole document.
+
+#include "FuzzSupport.h"
+#include "pos/PosFile.h"
+#include "pos/PosInternal.h"
+#include "pos/pos.h"
+#include "xml/XmlFile.h"
+
+#include <QHash>
+#include <QTextStream>
+#include <QXmlDefaultHandler>
+#include <QXmlInputSource>
+#include <QXmlSimpleReader>
+
+#include <algorithm>
+#include <mutex>
+#include <stdexcept>
+#include <vector>
+
+namespace {
+
+const FuzzDirectory &directory() {
+  static const FuzzDirectory theDirectory;
+  return theDirectory;
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
+/// Measures how deep the parser really goes.
+class DepthHandler : public QXmlDefaultHandler {
+public:
+  bool startElement(const QString &, const QString &, const QString &,
+                    const QXmlAttributes &) override {
+    deepest = std::max(deepest, ++depth);
+    return true;
+  }
+  bool endElement(const QString &, const QString &, const QString &) override {
+    --depth;
+    return true;
+  }
+
+  std::size_t deepest = 0;
+
+private:
+  std::size_t depth = 0;
+};
+
+std::size_t parsedDepth(const QByteArray &bytes) {
+  QXmlInputSource source;
+  source.setData(bytes);
+  DepthHandler handler;
+  QXmlSimpleReader reader;
+  reader.setContentHandler(&handler);
+  reader.parse(source);
+  return handler.deepest;
+}
+
+#pragma GCC diagnostic pop
+
+// Whatever stands before them, elements that nest too deeply are seen before the document is made
+// of them. The parser may begin one more when it stops at a tag that is broken.
+void checkDepth(std::string_view input) {
+  std::string bytes(input);
+  for (std::size_t i = 0; i <= xml::MAX_DEPTH + 1; ++i)
+    bytes += "<a>";
+  const std::string path = directory().write("deep.pos", bytes);
+  QDomDocument document;
+  if (xml::readDocument(QString::fromStdString(path), document).readable)
+    require(parsedDepth(QByteArray::fromStdString(bytes)) <= xml::MAX_DEPTH + 1,
+            "a deep document is refused");
+}
+
+std::string wholeOf(QDomDocument &document) {
+  document.documentElement().setAttribute(pos::ATTR_AUTHOR, QStringLiteral("proof_director"));
+  QByteArray bytes;
+  QTextStream stream(&bytes, QIODevice::WriteOnly);
+  document.save(stream, pos::XML_INDENT);
+  stream.flush();
+  return bytes.toStdString();
+}
+
+void operate(const std::string &path) {
+  QDomDocument document = pos::domOfPath(path);
+  pos::metrics_t metrics;
+  endsOrThrows([&] { pos::getMetrics(path, metrics); });
+  std::vector<std::string> names;
+  endsOrThrows([&] { pos::getMechanisms(path, names); });
+  endsOrThrows([&] { pos::checkPosInvariant(document); });
+  for (const std::string &name : names) {
+    bool changed = false;
+    if (!endsOrThrows(
+            [&] { pos::removeMechanism(document, QString::fromStdString(name), changed); }))
+      return;
+  }
+  pos::unprove(document);
+  endsOrThrows([&] { pos::checkPosInvariant(document); });
+}
+
+struct goal_t {
+  std::size_t obligation;
+  std::size_t index;
+  QDomElement element;
+};
+
+std::vector<goal_t> goalsOf(const QDomDocument &document) {
+  std::vector<goal_t> goals;
+  std::size_t i = 0;
+  for (const QDomElement &obligation :
+       xml::children(document.documentElement(), pos::TAG_PROOF_OBLIGATION)) {
+    std::size_t j = 0;
+    for (const QDomElement &goal : xml::children(obligation, pos::TAG_SIMPLE_GOAL))
+      goals.push_back({i, j++, goal});
+    ++i;
+  }
+  return goals;
+}
+
+void change(QDomElement element, const QString &status, std::mt19937 &choices) {
+  if (choices() % 2)
+    element.setAttribute(pos::ATTR_STATUS, status);
+  for (const QDomElement &child : xml::children(element, QString())) {
+    if (choices() % 3 == 0)
+      change(child, status, choices);
+  }
+}
+
+void keepCurrent(const std::string &path, std::mt19937 &choices) {
+  pos::PosFile file(QString::fromStdString(path));
+  QDomDocument document;
+  if (!file.load(document))
+    return;
+  file.setReady();
+  std::mutex mutex;
+  const auto saveAndCompare = [&] {
+    require(file.saveUpTo(file.ticket(), mutex), "a document can be saved");
+    require(directory().read("in.pos") == wholeOf(document), "the file is the whole document");
+  };
+  if (choices() % 4)
+    saveAndCompare(); // else the first save comes with changes
+  const std::vector<goal_t> goals = goalsOf(document);
+  const QStringList statuses = {QStringLiteral("Proved"), QStringLiteral("Unknown"),
+                                QStringLiteral("a<b&\"c\"\n")};
+  for (int round = 0; round < 3 && !goals.empty(); ++round) {
+    for (unsigned i = 0; i <= choices() % 3; ++i) {
+      const goal_t &goal = goals[choices() % goals.size()];
+      change(goal.element, statuses.at(static_cast<int>(choices() % 3)), choices);
+      file.goalChanged(goal.obligation, goal.index);
+    }
+    saveAndCompare();
+  }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+  static const bool prepared = [] {
+    qSetGlobalQHashSeed(0);
+    silenceStreams();
+    return true;
+  }();
+  (void)prepared;
+  const std::string_view input = textOf(data, size);
+  std::mt19937 choices = choicesOf(input);
+  if (choices() % 4 == 0)
+    checkDepth(input);
+  const std::string path = directory().write("in.pos", input);
+  operate(path);
+  keepCurrent(path, choices);
+  return 0;
+}

@@ -1,0 +1,55 @@
+#!/usr/bin/env bash
+# Builds the fuzz targets with clang and libFuzzer and runs them.
+#
+#   tests/fuzz/run.sh [--runs N | --time SECONDS] [--build DIRECTORY] [TARGET...]
+#
+# Targets are pos, mechanism and resource; all of them by default. New inputs that reach new code
+# are kept in the build tree (DIRECTORY/corpus/TARGET), inputs that crash in DIRECTORY/crashes.
+
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+project=$(cd "$here/../.." && pwd)
+build=$project/build/fuzz
+limit=(-runs=20000)
+targets=()
+
+while [ $# -gt 0 ]; do
+  case $1 in
+    --runs) limit=("-runs=$2"); shift 2 ;;
+    --time) limit=("-max_total_time=$2"); shift 2 ;;
+    --build) build=$2; shift 2 ;;
+    -*) sed -n '2,8s/^# \{0,1\}//p' "$0"; exit 2 ;;
+    *) targets+=("$1"); shift ;;
+  esac
+done
+[ ${#targets[@]} -gt 0 ] || targets=(pos mechanism resource)
+
+launcher=()
+command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+mkdir -p "$build/crashes"
+if ! { cmake -S "$project" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
+  -DCMAKE_CXX_FLAGS_DEBUG="-g1 -O1" -DCMAKE_CXX_COMPILER="${CLANGXX:-clang++}" "${launcher[@]}" \
+  -DKELVARUNE_FUZZ=ON -DKELVARUNE_SANITIZE=fuzzer-no-link,address,undefined &&
+  cmake --build "$build" --target "${targets[@]/#/fuzz_}"; } >"$build/build.log" 2>&1; then
+  cat "$build/build.log" >&2
+  exit 1
+fi
+
+failed=0
+for target in "${targets[@]}"; do
+  mkdir -p "$build/corpus/$target"
+  log=$build/$target.log
+  # Crashes are told on the standard error of the fuzzer itself, which stays open.
+  if (cd "$build" && "bin/fuzz_$target" "${limit[@]}" -seed=1 -max_len=4096 -timeout=20 \
+    -rss_limit_mb=2048 -close_fd_mask=3 -artifact_prefix="crashes/$target-" \
+    -dict="$here/$target.dict" -print_final_stats=1 \
+    "corpus/$target" "$here/corpus/$target") >"$log" 2>&1; then
+    echo "fuzz_$target: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs," \
+      "0 crashes, $(ls "$build/corpus/$target" | wc -l) new inputs kept"
+  else
+    failed=1
+    tail -n 60 "$log" >&2
+    echo "fuzz_$target: CRASHED, see $log and $build/crashes" >&2
+  fi
+done
+exit $failed
