@@ -38,8 +38,8 @@ QStringList argumentsOf(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
-  process::setUpProgram(); // or a POS file could become standard output
-  ::signal(SIGPIPE, SIG_DFL);           // also where the caller ignores it
+  process::setUpProgram();    // or a POS file could become standard output
+  ::signal(SIGPIPE, SIG_DFL); // also where the caller ignores it
   qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order
   const QStringList arguments = argumentsOf(argc, argv);
   QCoreApplication application(argc, argv);
