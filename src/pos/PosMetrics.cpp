@@ -4,6 +4,8 @@
 #include "pos/PosInternal.h"
 #include "pos/pos.h"
 
+#include <array>
+
 namespace pos {
 
 namespace {
@@ -17,79 +19,44 @@ Metrics &findOrCreate(std::map<std::string, std::unique_ptr<Metrics>> &records,
   return *record;
 }
 
-void count(metrics_t &metrics, status_t status) {
-  ++metrics.total;
-  switch (status) {
-  case UNPROVED:
-    ++metrics.unproved;
-    break;
-  case UNKNOWN: // Counts in the total only.
-    break;
-  case UNRELIABLY_PROVED:
-    ++metrics.unreliablyProved;
-    break;
-  case PROVED:
-    ++metrics.proved;
-    break;
-  case DISPROVED:
-    ++metrics.disproved;
-    break;
-  }
-}
+/// The counter of each status, null where a level does not count it.
+template <typename Metrics>
+using counters_t = std::array<std::int32_t Metrics::*, 5>;
 
-void count(mechanism_metrics_t &metrics, status_t status) {
-  switch (status) {
-  case UNPROVED:
-    ++metrics.unproved;
-    break;
-  case UNKNOWN:
-    ++metrics.unknown;
-    break;
-  case UNRELIABLY_PROVED:
-    ++metrics.unreliablyProved;
-    break;
-  case PROVED:
-    ++metrics.proved;
-    break;
-  case DISPROVED:
-    ++metrics.disproved;
-    break;
-  }
-}
+constexpr counters_t<metrics_t> GOALS = {&metrics_t::unproved, nullptr,
+                                         &metrics_t::unreliablyProved, &metrics_t::proved,
+                                         &metrics_t::disproved};
 
-void count(driver_metrics_t &metrics, status_t status) {
-  switch (status) {
-  case UNPROVED:
-    ++metrics.unproved;
-    break;
-  case UNKNOWN:
-    ++metrics.unknown;
-    break;
-  case UNRELIABLY_PROVED: // Not counted, on purpose.
-    break;
-  case PROVED:
-    ++metrics.proved;
-    break;
-  case DISPROVED:
-    ++metrics.disproved;
-    break;
-  }
+constexpr counters_t<mechanism_metrics_t> MECHANISMS = {
+    &mechanism_metrics_t::unproved, &mechanism_metrics_t::unknown,
+    &mechanism_metrics_t::unreliablyProved, &mechanism_metrics_t::proved,
+    &mechanism_metrics_t::disproved};
+
+constexpr counters_t<driver_metrics_t> DRIVERS = {
+    &driver_metrics_t::unproved, &driver_metrics_t::unknown, nullptr, // unreliable ones: wanted
+    &driver_metrics_t::proved, &driver_metrics_t::disproved};
+
+template <typename Metrics>
+void count(Metrics &metrics, const counters_t<Metrics> &counters, status_t status) {
+  if (counters[status])
+    ++(metrics.*counters[status]);
 }
 
 void countDrivers(mechanism_metrics_t &metrics, const QDomElement &mechanism) {
   for (const QDomElement &driver : xml::children(mechanism, TAG_DRIVER))
-    count(findOrCreate(metrics.drivers, driver), statusOf(driver));
+    count(findOrCreate(metrics.drivers, driver), DRIVERS, statusOf(driver));
 }
 
 void countGoal(metrics_t &metrics, const QDomElement &goal) {
-  count(metrics, statusOf(goal));
+  count(metrics, GOALS, statusOf(goal));
+  ++metrics.total;
   if (isProvedProofState(proofStateOf(goal, ATTR_VALUE_UNPROVED)))
     ++metrics.provedByProofState;
   bool provedExternally = false;
   for (const QDomElement &mechanism : xml::children(goal, TAG_MECHANISM)) {
     mechanism_metrics_t &record = findOrCreate(metrics.mechanisms, mechanism);
     const status_t status = statusOf(mechanism);
-    count(record, status);
+    count(record, MECHANISMS, status);
     countDrivers(record, mechanism);
     provedExternally = provedExternally || status == PROVED;
   }

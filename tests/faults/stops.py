@@ -32,6 +32,9 @@ SHAPES = {
     # a wrapper even in a process group of its own.
     "orphans": {"prover": "sleep 300 </dev/null >/dev/null 2>&1 &\nexec cat\n"},
     "orphan groups": {"prover": "timeout 300 sleep 300 </dev/null >/dev/null 2>&1 &\nexec cat\n"},
+    # What is left behind starts something else only after its tool has ended.
+    "late orphans": {"prover": "(sleep 0.05; sleep 300; :) </dev/null >/dev/null 2>&1 &\n"
+                               "exec cat\n"},
     # Nobody but the program ends this one; it ignores everything that can be ignored.
     "stubborn": {"prover": "trap '' TERM INT HUP QUIT\n(trap '' TERM; sleep 300) &\ncat\nwait\n"},
 }
