@@ -105,14 +105,19 @@ class Leftovers(ReplayCase):
 
 
 class ManyJobs(ReplayCase):
-    def test_500_goals_and_16_jobs_lose_none(self):
+    def test_500_goals_and_many_jobs_lose_none(self):
+        for jobs in ("16", "64"):
+            with self.subTest(jobs=jobs):
+                self.lose_none(jobs)
+
+    def lose_none(self, jobs):
         # The tools of the other tests, without their records, answer in no time.
         self.script("writer", WRITER)
         self.script("prover", PROVER)
         self.script("reader", "while read -r l; do echo Proved; done")
         self.mechanism(trust="always")
         self.pos(*[po(f"T{i}", *[candidate() for _ in range(5)]) for i in range(100)])
-        run = self.replay("-c", "16")
+        run = self.replay("-c", jobs)
         text = run.out.decode()
         self.assertEqual(500, text.count("+"))
         self.assertEqual(proving() + driver_pass("d1", 500, [(f"T{i}", "") for i in range(100)])
