@@ -108,8 +108,8 @@ class Scratch(ReplayCase):
         return sorted(n for n in os.listdir(self.root) if n.endswith(TEMPORARY))
 
     def end(self, process, limit_s=LIMIT_S):
-        """Waits for the end of a started program. It must leave no process, unless it ended in
-        order, when the tools' own children may live on."""
+        """Waits for the end of a started program. It must leave no process, unless it came to the
+        end of its report, when the tools' own children may live on."""
         try:
             status = process.wait(limit_s)
         except subprocess.TimeoutExpired:
@@ -118,7 +118,7 @@ class Scratch(ReplayCase):
         out = self.path("stdout").read_bytes() if self.path("stdout").exists() else b""
         run = harness.Run(process.args[1:], status, out, self.path("stderr").read_bytes())
         deadline = time.monotonic() + STOP_LIMIT_S
-        while status != 0 and (alive := self.running()):
+        while b"\nTOTAL" not in run.out and (alive := self.running()):
             if time.monotonic() > deadline:
                 raise AssertionError(f"tools outlived the program: {alive}\n{run}")
             time.sleep(0.01)

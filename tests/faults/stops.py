@@ -49,8 +49,9 @@ def duration(scratch, jobs):
     except Exception:  # It goes on for ever, or nearly.
         pass
     process.kill()
-    scratch.kill_all()
     process.wait()
+    while scratch.running():
+        scratch.kill_all()
     tidy(scratch)
     return time.monotonic() - began
 
