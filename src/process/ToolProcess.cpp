@@ -178,7 +178,7 @@ bool ToolProcess::waitForEnd(PipeReader *output, int limitMs) {
     const timespec duration = {waitMs / 1000, (waitMs % 1000) * 1000000L};
     const int ready =
         ::ppoll(watched, 2, waitMs < 0 ? nullptr : &duration, stop_signals::waitMask());
-    if (ready > 0 && watched[1].revents)
+    if (output && ready > 0 && watched[1].revents)
       output->readSome();
     if (!pidfd.isOpen() || (ready > 0 && watched[0].revents))
       reap(pidfd.isOpen());
