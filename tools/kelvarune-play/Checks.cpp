@@ -77,7 +77,7 @@ QStringList faultsOfPos(const play_options_t &options) {
 }
 
 QString placesSearched(const std::filesystem::path &path, const play_options_t &options) {
-  const QString name = QString::fromStdString(path.native());
+  QString name = QString::fromStdString(path.native());
   if (path.is_absolute())
     return name;
   QStringList places;
@@ -151,7 +151,7 @@ QStringList faultsOfMechanism(const QString &file, const play_options_t &options
   const QDomElement root = document.firstChildElement(mechanism::TAG_MECHANISM);
   if (root.isNull())
     return {file + QStringLiteral(": has no element 'mechanism'; it is no mechanism description.")};
-  const QStringList faults = faultsOfTools(file, root, options) + faultsOfWords(file, root);
+  QStringList faults = faultsOfTools(file, root, options) + faultsOfWords(file, root);
   if (!faults.isEmpty())
     return faults;
   mechanism::mechanism_t mechanism;
