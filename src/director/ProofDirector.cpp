@@ -8,10 +8,12 @@
 #include "process/ToolProcess.h"
 
 #include <chrono>
+#include <thread>
 
 namespace {
 
 constexpr std::chrono::seconds PATIENCE_AT_STOP(1);
+constexpr std::chrono::milliseconds PAUSE_FOR_LATE_WRITERS(20);
 
 } // namespace
 
@@ -75,6 +77,9 @@ void ProofDirector::stopAndCleanUp() {
   if (!posFile.isReady())
     return;
   stop();
-  process::sessions::end(process::sessions::all());
-  removeSecondaryFiles();
+  for (const auto pause : {PAUSE_FOR_LATE_WRITERS, std::chrono::milliseconds(0)}) {
+    process::sessions::end(process::sessions::all());
+    removeSecondaryFiles();
+    std::this_thread::sleep_for(pause); // a worker may have been about to start a writer
+  }
 }

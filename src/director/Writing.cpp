@@ -34,6 +34,8 @@ void ProofDirector::writeEntry(const unsigned long &index) {
                  .arg(currentDriver.name));
     return;
   }
+  if (stopping) // the writer may have been too young to be seen by a stop
+    writer.kill();
   writer.waitForEnd();
   if (stopping)
     return;

@@ -11,7 +11,9 @@
 #include <cstring>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
+#include <tuple>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -95,6 +97,39 @@ void forEachProcess(const std::function<void(const process_t &)> &visit) {
   ::closedir(directory);
 }
 
+// The living processes of sessions that ended at these times. Besides those that were there at that
+// time, what they have started since; once found, a process stays in `members`, also when its
+// parent has gone.
+std::vector<process_t> addMembers(const std::map<pid_t, std::int64_t> &endTicks,
+                                  std::set<pid_t> &members) {
+  std::vector<process_t> candidates;
+  forEachProcess([&](const process_t &process) {
+    if (endTicks.count(process.session) > 0)
+      candidates.push_back(process);
+  });
+  const auto byStart = [](const process_t &a, const process_t &b) {
+    return std::tie(a.startTicks, a.pid) < std::tie(b.startTicks, b.pid); // parents first
+  };
+  std::sort(candidates.begin(), candidates.end(), byStart);
+  const auto isStranger = [&](const process_t &process) {
+    const bool known = members.count(process.pid) > 0 || members.count(process.parent) > 0 ||
+                       process.startTicks <= endTicks.at(process.session);
+    if (known)
+      members.insert(process.pid);
+    return !known;
+  };
+  candidates.erase(std::remove_if(candidates.begin(), candidates.end(), isStranger),
+                   candidates.end());
+  return candidates;
+}
+
+void signalDescendants(const std::vector<process_t> &processes, int signal) {
+  for (const process_t &process : processes) {
+    if (process.pid != process.session)
+      ::kill(process.pid, signal);
+  }
+}
+
 void sleepMs(long ms) {
   const timespec duration = {ms / 1000, (ms % 1000) * 1000000};
   ::nanosleep(&duration, nullptr);
@@ -163,21 +198,24 @@ void end(const std::vector<session_t> &sessions) {
     if (session.id > 1 && session.id != ::getsid(0))
       endTicks[session.id] = std::max(endTicks[session.id], session.endTicks);
   }
-  for (int poll = 0; poll < LAST_POLL && !endTicks.empty(); ++poll) {
-    int living = 0;
-    forEachProcess([&](const process_t &process) {
-      const auto found = endTicks.find(process.session);
-      if (found == endTicks.end() || process.startTicks > found->second)
-        return;
-      ++living;
+  // Held still until none is new, so that no child appears whose parent is gone already.
+  std::set<pid_t> members;
+  std::vector<process_t> living;
+  for (std::size_t known = 0; !(living = addMembers(endTicks, members)).empty();
+       known = members.size()) {
+    if (known == members.size())
+      break;
+    signalDescendants(living, SIGSTOP);
+  }
+  signalDescendants(living, SIGTERM);
+  signalDescendants(living, SIGCONT);
+  for (int poll = 0; poll < LAST_POLL && !living.empty(); ++poll) {
+    for (const process_t &process : living) {
       if (process.pid == process.session || poll >= GRACE_POLLS)
         ::kill(process.pid, SIGKILL);
-      else if (poll == 0)
-        ::kill(process.pid, SIGTERM);
-    });
-    if (living == 0)
-      return;
+    }
     sleepMs(POLL_MS);
+    living = addMembers(endTicks, members);
   }
 }
 
