@@ -15,7 +15,7 @@ from fixed import fixed
 from measure import WrongResult, file_system, say, write_json
 
 DEFAULT_SIZES = [100, 1000, 10000, 50000]
-DEFAULT_ENTRIES = [100, 500, 100, 40]
+DEFAULT_ENTRIES = {1000: 1000, 50000: 40}
 PIECE_SIZES = [100, 1000, 10000]
 
 
@@ -58,7 +58,8 @@ def parse_arguments():
     parser.add_argument(
         "--entries",
         type=numbers,
-        help="entries to be played, one number or one for each size, default 100,500,100,40",
+        help="entries to be played, one number or one for each size; "
+        "default 100, all at 1000 goals, 40 at 50000",
     )
     parser.add_argument("--jobs", type=numbers, help="default 1,4")
     parser.add_argument("--rounds", type=int, help="default 5")
@@ -80,7 +81,6 @@ def complete(parser, options):
     quick = options.quick
     defaults = {
         "sizes": [20, 200] if quick else DEFAULT_SIZES,
-        "entries": [10] if quick else DEFAULT_ENTRIES if options.sizes is None else [100],
         "jobs": [1, 2] if quick else [1, 4],
         "rounds": 1 if quick else 5,
         "chains_at": [200] if quick else [1000],
@@ -93,6 +93,8 @@ def complete(parser, options):
     options.piece_sizes = [20, 200] if quick else PIECE_SIZES
     options.piece_seconds = 0.01 if quick else 0.5
     options.bulk_goals = 500 if quick else 10000
+    if options.entries is None:
+        options.entries = [10 if quick else DEFAULT_ENTRIES.get(n, min(n, 100)) for n in options.sizes]
     options.tools = (options.build / "bin").resolve()
     if len(options.entries) == 1:
         options.entries *= len(options.sizes)
