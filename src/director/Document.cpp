@@ -124,6 +124,19 @@ bool ProofDirector::reloadPosFile() {
   return true;
 }
 
+// Before the first result there is nothing to save, so a stop need not wait for what can take
+// seconds.
+void ProofDirector::prepareSaving() {
+  if (posFile.isPrepared())
+    return;
+  posFile.setReady(false);
+  {
+    const process::stop_signals::Open open;
+    posFile.prepare();
+  }
+  posFile.setReady(true);
+}
+
 bool ProofDirector::savePosFile() {
   const bool saved = posFile.saveUpTo(posFile.ticket(), resultMutex);
   process::writeToStandardError(posFile.takeFailure());

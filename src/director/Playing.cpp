@@ -57,8 +57,10 @@ void ProofDirector::play() {
   traceLine("Loading POS file completed.");
   traceLine(changed ? "Registering mechanism in POS file."
                     : "Mechanism already registered in POS file.");
-  if (changed)
+  if (changed) {
+    prepareSaving();
     savePosFile();
+  }
   playDrivers();
 }
 
@@ -94,6 +96,7 @@ void ProofDirector::playCurrentDriver() {
   produceProverData();
   nextOperation = 0;
   startProgress();
+  prepareSaving();
   if (concurrency == 1)
     runEntries();
   else

@@ -240,6 +240,7 @@ private:
   // Document.cpp
   QDomElement mechanismElement(const QDomElement &goal) const;
   QDomElement registerMechanism(const QDomElement &goal);
+  void prepareSaving();
 
   // ProofDirector.cpp
   void addError(const std::string &line, const QString &message);

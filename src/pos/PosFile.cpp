@@ -132,6 +132,11 @@ bool PosFile::load(QDomDocument &target) {
   return true;
 }
 
+void PosFile::prepare() {
+  if (!isPrepared())
+    split(wholeDocument());
+}
+
 void PosFile::goalChanged(std::size_t obligation, std::size_t goal) {
   changedGoals.insert({obligation, goal});
 }
@@ -220,8 +225,7 @@ QVector<QByteArray> PosFile::collect() {
       divisible = divisible && serialiseGoal(address);
     changedGoals.clear();
   }
-  if (divisible && pieces.isEmpty())
-    split(wholeDocument());
+  prepare();
   return divisible ? pieces : QVector<QByteArray>{wholeDocument()};
 }
 

@@ -37,12 +37,18 @@ public:
   bool load(QDomDocument &document);
 
   /// Allows saving: the owner has read all it needs, the document is what the file shall hold.
-  void setReady() { ready = true; }
+  void setReady(bool value = true) { ready = value; }
   bool isReady() const { return ready; }
+
+  /// Serialises the whole document ahead of the first save, which is the long part of that.
+  void prepare();
+
+  /// Whether the long part of the first save has been done, by preparing or by saving.
+  bool isPrepared() const { return !divisible || !pieces.isEmpty(); }
 
   /// Tells that attributes of goal `goal` of proof obligation `obligation` (indexes as in the
   /// document, from 0), or of elements in it, got other values. All other changes of the document
-  /// must be made before the first save.
+  /// must be made before it is prepared or first saved.
   void goalChanged(std::size_t obligation, std::size_t goal);
 
   /// A mark for the document as it is now; see saveUpTo. Any thread, after its changes were made
