@@ -6,6 +6,7 @@
 
 #include <QDomDocument>
 
+#include <functional>
 #include <string>
 
 /// What the parts of the module share, and programs that look closer at POS documents than pos.h
@@ -25,6 +26,7 @@ QString proofStateOf(const QDomElement &goal, const QString &absent);
 /// The status of a goal, a mechanism or a driver as it is stored; UNPROVED when it has none. Raises
 /// std::out_of_range for an unknown text.
 status_t statusOf(const QDomElement &element);
+status_t statusOf(const xml::MetElement &element);
 
 /// The status that `goal` must have by its Proof_State, iapa and Mechanism children; never UNKNOWN.
 ///
@@ -37,6 +39,17 @@ status_t expectedStatus(const QDomElement &goal);
 /// The document in the file at `path` (UTF-8): null when there is no such file or it cannot be
 /// read, without a root element (and not null) when it is not well-formed.
 QDomDocument domOfPath(const std::string &path);
+
+/// What of a goal is met while a file is read.
+enum class part_t { GOAL, PROOF_STATE, MECHANISM, DRIVER };
+
+/// Reads the POS file at `path` (UTF-8) without keeping it. Calls `visit` for each goal and for its
+/// Proof_State, Mechanism and Driver elements, each before those inside it, in document order.
+///
+/// Results and exceptions of `visit` as of xml::visitElements.
+xml::read_result_t
+visitGoals(const std::string &path,
+           const std::function<void(part_t part, const xml::MetElement &element)> &visit);
 
 /// Calls `visit(QDomElement)` for the goals of `document` in order until a call returns false.
 /// Returns whether all calls returned true.

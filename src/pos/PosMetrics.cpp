@@ -5,6 +5,8 @@
 #include "pos/pos.h"
 
 #include <array>
+#include <functional>
+#include <utility>
 
 namespace pos {
 
@@ -12,7 +14,7 @@ namespace {
 
 template <typename Metrics>
 Metrics &findOrCreate(std::map<std::string, std::unique_ptr<Metrics>> &records,
-                      const QDomElement &element) {
+                      const xml::MetElement &element) {
   std::unique_ptr<Metrics> &record = records[element.attribute(ATTR_NAME).toStdString()];
   if (!record)
     record = std::make_unique<Metrics>();
@@ -42,38 +44,57 @@ void count(Metrics &metrics, const counters_t<Metrics> &counters, status_t statu
     ++(metrics.*counters[status]);
 }
 
-void countDrivers(mechanism_metrics_t &metrics, const QDomElement &mechanism) {
-  for (const QDomElement &driver : xml::children(mechanism, TAG_DRIVER))
-    count(findOrCreate(metrics.drivers, driver), DRIVERS, statusOf(driver));
-}
-
-void countGoal(metrics_t &metrics, const QDomElement &goal) {
-  count(metrics, GOALS, statusOf(goal));
-  ++metrics.total;
-  if (isProvedProofState(proofStateOf(goal, ATTR_VALUE_UNPROVED)))
-    ++metrics.provedByProofState;
-  bool provedExternally = false;
-  for (const QDomElement &mechanism : xml::children(goal, TAG_MECHANISM)) {
-    mechanism_metrics_t &record = findOrCreate(metrics.mechanisms, mechanism);
-    const status_t status = statusOf(mechanism);
-    count(record, MECHANISMS, status);
-    countDrivers(record, mechanism);
-    provedExternally = provedExternally || status == PROVED;
+/// Counts what is met, goal by goal.
+class Counter {
+public:
+  void operator()(part_t part, const xml::MetElement &element) {
+    switch (part) {
+    case part_t::GOAL:
+      count(metrics, GOALS, statusOf(element));
+      ++metrics.total;
+      hasProofState = isProvedExternally = false;
+      break;
+    case part_t::PROOF_STATE:
+      if (!std::exchange(hasProofState, true))
+        metrics.provedByProofState +=
+            isProvedProofState(element.attribute(ATTR_PROOF_STATE, ATTR_VALUE_UNPROVED)) ? 1 : 0;
+      break;
+    case part_t::MECHANISM:
+      countMechanism(element);
+      break;
+    case part_t::DRIVER:
+      count(findOrCreate(mechanism->drivers, element), DRIVERS, statusOf(element));
+      break;
+    }
   }
-  metrics.provedExternally += provedExternally ? 1 : 0;
-}
+
+  metrics_t metrics;
+
+private:
+  void countMechanism(const xml::MetElement &element) {
+    mechanism = &findOrCreate(metrics.mechanisms, element);
+    const status_t status = statusOf(element);
+    count(*mechanism, MECHANISMS, status);
+    if (status == PROVED && !std::exchange(isProvedExternally, true))
+      ++metrics.provedExternally;
+  }
+
+  mechanism_metrics_t *mechanism = nullptr; // the last one met
+  bool hasProofState = false;               // as the next: in the last goal met
+  bool isProvedExternally = false;
+};
 
 } // namespace
 
 bool getMetrics(const std::string &path, metrics_t &metrics) {
-  const QDomDocument document = domOfPath(path);
-  if (document.isNull())
+  Counter counter;
+  const xml::read_result_t result = visitGoals(path, std::ref(counter));
+  if (!result.readable)
     return false;
+  metrics_t found = result.wellFormed ? std::move(counter.metrics) : metrics_t();
   // What the component's own proof proved is not reset but added to, on purpose.
-  const std::int32_t provedByProofState = metrics.provedByProofState;
-  metrics = {};
-  metrics.provedByProofState = provedByProofState;
-  forEachGoal(document, [&metrics](const QDomElement &goal) { countGoal(metrics, goal); });
+  found.provedByProofState += metrics.provedByProofState;
+  metrics = std::move(found);
   return true;
 }
 

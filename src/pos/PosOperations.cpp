@@ -1,5 +1,5 @@
-// The operations on whole POS documents: all walk the goals in document order and differ only in
-// what they do with one goal.
+// The ways through a POS document, and the operations on whole documents: all walk the goals in
+// document order and differ only in what they do with one goal.
 
 #include "pos/PosInternal.h"
 #include "pos/pos.h"
@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <utility>
 
 namespace pos {
 
@@ -41,6 +42,56 @@ std::string xmlOf(const QDomElement &element) {
   return text.toStdString();
 }
 
+/// Follows the path of elements that leads to goals and into them.
+class GoalVisitor : public xml::ElementVisitor {
+public:
+  using visit_t = std::function<void(part_t, const xml::MetElement &)>;
+
+  explicit GoalVisitor(const visit_t &visit) : visit(visit) {}
+
+  void open(const xml::MetElement &element) override {
+    const bool isChild = followed == depth;
+    ++depth;
+    if (isChild && step(element))
+      followed = depth;
+  }
+
+  void close() override {
+    --depth;
+    followed = std::min(followed, depth);
+  }
+
+private:
+  // Whether there may be more of the goal inside. Called for children of followed elements only.
+  bool step(const xml::MetElement &element) {
+    switch (depth) {
+    case 1:
+      return true; // the root, whatever its name
+    case 2:
+      return element.name() == TAG_PROOF_OBLIGATION;
+    case 3:
+      return visited(element, TAG_SIMPLE_GOAL, part_t::GOAL);
+    case 4:
+      visited(element, TAG_PROOF_STATE, part_t::PROOF_STATE);
+      return visited(element, TAG_MECHANISM, part_t::MECHANISM);
+    default:
+      visited(element, TAG_DRIVER, part_t::DRIVER);
+      return false;
+    }
+  }
+
+  bool visited(const xml::MetElement &element, const QString &tag, part_t part) const {
+    if (element.name() != tag)
+      return false;
+    visit(part, element);
+    return true;
+  }
+
+  const visit_t &visit;
+  int depth = 0;
+  int followed = 0; // the number of elements open at once that lead there
+};
+
 } // namespace
 
 QDomDocument domOfPath(const std::string &path) {
@@ -52,16 +103,25 @@ QDomDocument domOfPath(const std::string &path) {
   return document;
 }
 
+xml::read_result_t
+visitGoals(const std::string &path,
+           const std::function<void(part_t part, const xml::MetElement &element)> &visit) {
+  GoalVisitor visitor(visit);
+  return xml::visitElements(QString::fromStdString(path), visitor);
+}
+
 bool getMechanisms(const std::string &path, std::vector<std::string> &names) {
-  const QDomDocument document = domOfPath(path);
-  if (document.isNull())
+  std::vector<std::string> found;
+  const auto addFrom = [&found](part_t part, const xml::MetElement &element) {
+    if (part == part_t::GOAL)
+      statusOf(element); // Only so that a corrupt file is not silently accepted.
+    if (part == part_t::MECHANISM)
+      addName(found, element.attribute(ATTR_NAME).toStdString());
+  };
+  const xml::read_result_t result = visitGoals(path, addFrom);
+  if (!result.readable)
     return false;
-  names.clear();
-  forEachGoal(document, [&names](const QDomElement &goal) {
-    statusOf(goal); // Only so that a corrupt file is not silently accepted.
-    for (const QDomElement &mechanism : xml::children(goal, TAG_MECHANISM))
-      addName(names, mechanism.attribute(ATTR_NAME).toStdString());
-  });
+  names = result.wellFormed ? std::move(found) : std::vector<std::string>();
   return true;
 }
 

@@ -124,6 +124,10 @@ status_t statusOf(const QDomElement &element) {
   return proofStatusOfAttrValue(element.attribute(ATTR_STATUS, ATTR_VALUE_UNPROVED));
 }
 
+status_t statusOf(const xml::MetElement &element) {
+  return proofStatusOfAttrValue(element.attribute(ATTR_STATUS, ATTR_VALUE_UNPROVED));
+}
+
 status_t expectedStatus(const QDomElement &goal) {
   std::array<int, DISPROVED + 1> votes = {};
   votes[isProvedProofState(proofStateOf(goal, QString())) ? PROVED : UNPROVED] = 1;

@@ -157,7 +157,7 @@ struct metrics_t {
 /// Everything in `metrics` is set anew, except `provedByProofState`, which is added to: start from
 /// a fresh record. False, with `metrics` as it was, when there is no such file or it cannot be
 /// read. A file that is not well-formed has no goals. Raises std::out_of_range for an unknown
-/// status of a goal, a mechanism or a driver; `metrics` is then filled in part.
+/// status of a goal, a mechanism or a driver; `metrics` is then as it was.
 bool getMetrics(const std::string &path, metrics_t &metrics);
 
 } // namespace pos

@@ -12,6 +12,7 @@
 #include <QXmlSimpleReader>
 
 #include <algorithm>
+#include <exception>
 #include <iostream>
 
 #include <fcntl.h>
@@ -68,6 +69,47 @@ std::size_t parsedDepth(const QXmlInputSource &source) {
   return handler.deepest;
 }
 
+// Hands elements to a visitor. Its exceptions must not pass through the parser, so they wait here.
+class VisitHandler : public QXmlDefaultHandler {
+public:
+  explicit VisitHandler(ElementVisitor &visitor) : visitor(visitor) {}
+
+  bool startElement(const QString &, const QString &, const QString &name,
+                    const QXmlAttributes &attributes) override {
+    attempt([&] { visitor.open(MetElement(name, attributes)); });
+    return true;
+  }
+
+  bool endElement(const QString &, const QString &, const QString &) override {
+    attempt([&] { visitor.close(); });
+    return true;
+  }
+
+  bool fatalError(const QXmlParseException &error) override {
+    result.message = error.message();
+    result.line = error.lineNumber();
+    result.column = error.columnNumber();
+    return false;
+  }
+
+  read_result_t result;
+  std::exception_ptr exception;
+
+private:
+  template <typename Call>
+  void attempt(Call call) {
+    if (exception)
+      return;
+    try {
+      call();
+    } catch (...) {
+      exception = std::current_exception();
+    }
+  }
+
+  ElementVisitor &visitor;
+};
+
 // The encoding that a document declares; UTF-8 without a declaration, empty for UTF-16.
 QByteArray encodingOf(const QByteArray &bytes) {
   constexpr int LONGEST_DECLARATION = 256;
@@ -111,9 +153,47 @@ std::size_t depthOf(const QByteArray &bytes) {
   return parsedDepth(source);
 }
 
-#pragma GCC diagnostic pop
+bool readBytes(const QString &path, QByteArray &bytes) {
+  if (!readRegularFile(path, bytes))
+    return false;
+  if (depthOf(bytes) <= MAX_DEPTH)
+    return true;
+  std::cerr << "File " << path.toUtf8().constData() << " nests more than " << MAX_DEPTH
+            << " elements in each other, it is not read." << std::endl;
+  return false;
+}
 
 } // namespace
+
+QString MetElement::attribute(const QString &name, const QString &absent) const {
+  for (int i = attributes.count() - 1; i >= 0; --i) {
+    if (attributes.qName(i) == name)
+      return attributes.value(i);
+  }
+  return absent;
+}
+
+read_result_t visitElements(const QString &path, ElementVisitor &visitor) {
+  VisitHandler handler(visitor);
+  QByteArray bytes;
+  if (!readBytes(path, bytes))
+    return handler.result;
+  QXmlInputSource source;
+  source.setData(bytes);
+  QXmlSimpleReader reader;
+  // As the document classes have it.
+  reader.setFeature(QStringLiteral("http://xml.org/sax/features/namespaces"), false);
+  reader.setFeature(QStringLiteral("http://xml.org/sax/features/namespace-prefixes"), true);
+  reader.setContentHandler(&handler);
+  reader.setErrorHandler(&handler);
+  handler.result.readable = true;
+  handler.result.wellFormed = reader.parse(source);
+  if (handler.result.wellFormed && handler.exception)
+    std::rethrow_exception(handler.exception);
+  return handler.result;
+}
+
+#pragma GCC diagnostic pop
 
 bool keepsAscii(const QByteArray &encoding) {
   const QByteArray name = encoding.toUpper();
@@ -124,13 +204,8 @@ bool keepsAscii(const QByteArray &encoding) {
 read_result_t readDocument(const QString &path, QDomDocument &document) {
   read_result_t result;
   QByteArray bytes;
-  if (!readRegularFile(path, bytes))
+  if (!readBytes(path, bytes))
     return result;
-  if (depthOf(bytes) > MAX_DEPTH) {
-    std::cerr << "File " << path.toUtf8().constData() << " nests more than " << MAX_DEPTH
-              << " elements in each other, it is not read." << std::endl;
-    return result;
-  }
   result.readable = true;
   result.wellFormed = document.setContent(bytes, &result.message, &result.line, &result.column);
   return result;

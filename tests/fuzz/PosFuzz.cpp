@@ -14,8 +14,10 @@
 #include <QXmlSimpleReader>
 
 #include <algorithm>
+#include <map>
 #include <mutex>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace {
@@ -81,10 +83,59 @@ std::string wholeOf(QDomDocument &document) {
   return bytes.toStdString();
 }
 
+/// How many elements there are of a kind, by names and status.
+using tally_t = std::map<std::vector<std::string>, std::int32_t>;
+
+tally_t tallyOf(const QDomDocument &document) {
+  tally_t tally;
+  const auto statusOf = [](const QDomElement &element) {
+    return std::to_string(pos::statusOf(element));
+  };
+  const auto nameOf = [](const QDomElement &element) {
+    return element.attribute(pos::ATTR_NAME).toStdString();
+  };
+  pos::forEachGoal(document, [&](const QDomElement &goal) {
+    ++tally[{statusOf(goal)}];
+    for (const QDomElement &mechanism : xml::children(goal, pos::TAG_MECHANISM)) {
+      ++tally[{nameOf(mechanism), statusOf(mechanism)}];
+      for (const QDomElement &driver : xml::children(mechanism, pos::TAG_DRIVER))
+        ++tally[{nameOf(mechanism), nameOf(driver), statusOf(driver)}];
+    }
+  });
+  return tally;
+}
+
+// Metrics are drawn from the file without a document; they must be those of the document.
+void compareMetrics(const std::string &path, const QDomDocument &document) {
+  pos::metrics_t metrics;
+  tally_t tally;
+  const bool found = endsOrThrows([&] { pos::getMetrics(path, metrics); });
+  require(found == endsOrThrows([&] { tally = tallyOf(document); }), "the same files are refused");
+  if (!found)
+    return;
+  const auto check = [&tally](std::vector<std::string> names, pos::status_t status,
+                              std::int32_t count) {
+    names.push_back(std::to_string(status));
+    require(tally[names] == count, "metrics are those of the document");
+  };
+  check({}, pos::UNPROVED, metrics.unproved);
+  check({}, pos::PROVED, metrics.proved);
+  check({}, pos::UNRELIABLY_PROVED, metrics.unreliablyProved);
+  check({}, pos::DISPROVED, metrics.disproved);
+  for (const auto &[name, mechanism] : metrics.mechanisms) {
+    check({name}, pos::UNPROVED, mechanism->unproved);
+    check({name}, pos::UNKNOWN, mechanism->unknown);
+    check({name}, pos::PROVED, mechanism->proved);
+    for (const auto &[driverName, driver] : mechanism->drivers) {
+      check({name, driverName}, pos::UNPROVED, driver->unproved);
+      check({name, driverName}, pos::DISPROVED, driver->disproved);
+    }
+  }
+}
+
 void operate(const std::string &path) {
   QDomDocument document = pos::domOfPath(path);
-  pos::metrics_t metrics;
-  endsOrThrows([&] { pos::getMetrics(path, metrics); });
+  compareMetrics(path, document);
   std::vector<std::string> names;
   endsOrThrows([&] { pos::getMechanisms(path, names); });
   endsOrThrows([&] { pos::checkPosInvariant(document); });
@@ -137,6 +188,8 @@ void keepCurrent(const std::string &path, std::mt19937 &choices) {
     require(file.saveUpTo(file.ticket(), mutex), "a document can be saved");
     require(directory().read("in.pos") == wholeOf(document), "the file is the whole document");
   };
+  if (choices() % 2)
+    file.prepare();
   if (choices() % 4)
     saveAndCompare(); // else the first save comes with changes
   const std::vector<goal_t> goals = goalsOf(document);

@@ -4,6 +4,8 @@
 #include "xml/TagScanner.h"
 #include "xml/XmlFile.h"
 
+#include <stdexcept>
+
 #include <sys/stat.h>
 
 namespace {
@@ -177,6 +179,68 @@ TEST(ReadDocument, RefusesDocumentsThatNestTooDeeply) {
     EXPECT_EQ(result.readable, row.readable) << row.name;
     EXPECT_EQ(result.wellFormed, row.readable) << row.name;
   }
+}
+
+std::string startOf(const QString &name, const QString &x) {
+  return "<" + name.toStdString() + " " + x.toStdString() + ">";
+}
+
+const QString X = QStringLiteral("x");
+const QString ABSENT = QStringLiteral("absent");
+
+class Writer : public xml::ElementVisitor {
+public:
+  void open(const xml::MetElement &element) override {
+    text += startOf(element.name(), element.attribute(X, ABSENT));
+    if (element.name() == QLatin1String("throw"))
+      throw std::out_of_range("visitor");
+  }
+  void close() override { text += "</>"; }
+
+  std::string text;
+};
+
+std::string textOf(const QDomElement &element) {
+  std::string text = startOf(element.tagName(), element.attribute(X, ABSENT));
+  for (const QDomElement &child : xml::children(element, QString()))
+    text += textOf(child);
+  return text + "</>";
+}
+
+TEST(VisitElements, MeetsTheElementsOfTheDocument) {
+  for (const char *bytes : {
+           "<a x='1'><b x=''/>text<b/><!-- <c/> --><![CDATA[<d/>]]><?p <e/>?></a>",
+           "<a x='1' x='2'/>",
+           "<n:a n:x='1' x='2' xmlns:n='u'><n:b x='3'/></n:a>",
+           "<!DOCTYPE a [<!ENTITY e \"<b x='1'><c/></b>\"><!ATTLIST a x CDATA 'd'>]><a>&e;&e;</a>",
+           "<?xml version='1.0' encoding='ISO-8859-1'?><a x='\xE9'/>",
+           "<a x='&lt;&#233;&quot;&#10;'/>",
+       }) {
+    const TemporaryDirectory directory;
+    directory.write("c.xml", bytes);
+    QDomDocument document;
+    Writer writer;
+    EXPECT_TRUE(xml::readDocument(directory.path(QStringLiteral("c.xml")), document).wellFormed);
+    EXPECT_TRUE(xml::visitElements(directory.path(QStringLiteral("c.xml")), writer).wellFormed);
+    EXPECT_EQ(writer.text, textOf(document.documentElement())) << bytes;
+  }
+}
+
+TEST(VisitElements, RaisesTheVisitorsExceptionsOfWellFormedFilesOnly) {
+  const TemporaryDirectory directory;
+  Writer writer;
+  const auto visit = [&](const std::string &bytes) {
+    directory.write("c.xml", bytes);
+    writer.text.clear();
+    return xml::visitElements(directory.path(QStringLiteral("c.xml")), writer);
+  };
+  EXPECT_THROW(visit("<a><throw/><b/></a>"), std::out_of_range);
+  EXPECT_EQ(writer.text, "<a absent><throw absent>") << "no calls afterwards";
+  const xml::read_result_t result = visit("<a><throw/><b></a>");
+  EXPECT_TRUE(result.readable);
+  EXPECT_FALSE(result.wellFormed);
+  EXPECT_EQ(result.line, 1);
+  EXPECT_FALSE(visit(nested(xml::MAX_DEPTH + 1)).readable);
 }
 
 TEST(Attribute, TellsAbsentFromEmpty) {
