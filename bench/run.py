@@ -15,7 +15,8 @@ from fixed import fixed
 from measure import WrongResult, file_system, say, write_json
 
 DEFAULT_SIZES = [100, 1000, 10000, 50000]
-DEFAULT_ENTRIES = {1000: 1000, 50000: 40}
+DEFAULT_ENTRIES = {100: 100, 1000: 1000, 10000: 1000, 50000: 400}
+DEFAULT_NAIVE_ENTRIES = {100: 100, 1000: 200, 10000: 100, 50000: 20}
 PIECE_SIZES = [100, 1000, 10000]
 
 
@@ -58,8 +59,12 @@ def parse_arguments():
     parser.add_argument(
         "--entries",
         type=numbers,
-        help="entries to be played, one number or one for each size; "
-        "default 100, all at 1000 goals, 40 at 50000",
+        help="entries to be played, one number or one for each size, default 100,1000,1000,400",
+    )
+    parser.add_argument(
+        "--naive-entries",
+        type=numbers,
+        help="the same for the naive program, default 100,200,100,20",
     )
     parser.add_argument("--jobs", type=numbers, help="default 1,4")
     parser.add_argument("--rounds", type=int, help="default 5")
@@ -93,16 +98,23 @@ def complete(parser, options):
     options.piece_sizes = [20, 200] if quick else PIECE_SIZES
     options.piece_seconds = 0.01 if quick else 0.5
     options.bulk_goals = 500 if quick else 10000
-    if options.entries is None:
-        options.entries = [10 if quick else DEFAULT_ENTRIES.get(n, min(n, 100)) for n in options.sizes]
     options.tools = (options.build / "bin").resolve()
-    if len(options.entries) == 1:
-        options.entries *= len(options.sizes)
-    if len(options.entries) != len(options.sizes):
-        parser.error("--entries needs one number, or one for each size")
-    if min([options.rounds, *options.sizes, *options.jobs]) < 1 or min(options.entries) < 2:
-        parser.error("sizes, jobs and rounds must be at least 1, entries at least 2")
+    options.entries = for_sizes(options.entries, DEFAULT_ENTRIES, options, parser)
+    options.naive_entries = for_sizes(options.naive_entries, DEFAULT_NAIVE_ENTRIES, options, parser)
+    if min([options.rounds, *options.sizes, *options.jobs]) < 1:
+        parser.error("sizes, jobs and rounds must be at least 1")
     return options
+
+
+def for_sizes(entries, defaults, options, parser):
+    """The numbers of entries for the sizes, from what was given on the command line."""
+    if entries is None:
+        entries = [10 if options.quick else defaults.get(goals, 100) for goals in options.sizes]
+    if len(entries) == 1:
+        entries = entries * len(options.sizes)
+    if len(entries) != len(options.sizes) or min(entries) < 2:
+        parser.error("entries are one number, or one for each size, and at least 2")
+    return entries
 
 
 def main():
