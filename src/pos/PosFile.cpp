@@ -30,6 +30,9 @@ namespace {
 
 constexpr std::chrono::milliseconds RETRY_INTERVAL(1);
 
+// A result copies the bytes of a block, a save goes through all blocks: some 50 kB, some hundreds.
+constexpr std::size_t GOALS_PER_BLOCK = 64;
+
 std::string_view viewOf(const QByteArray &bytes) {
   return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
@@ -126,7 +129,7 @@ bool PosFile::load(QDomDocument &target) {
     return false;
   wellFormed = result.wellFormed;
   document = target;
-  pieces.clear();
+  blocks.clear();
   changedGoals.clear();
   divisible = true;
   return true;
@@ -220,13 +223,13 @@ std::string PosFile::takeFailure() {
 }
 
 QVector<QByteArray> PosFile::collect() {
-  if (divisible && !pieces.isEmpty()) {
+  if (divisible && !blocks.isEmpty()) {
     for (const address_t &address : changedGoals)
       divisible = divisible && serialiseGoal(address);
     changedGoals.clear();
   }
   prepare();
-  return divisible ? pieces : QVector<QByteArray>{wholeDocument()};
+  return divisible ? blocks : QVector<QByteArray>{wholeDocument()};
 }
 
 QByteArray PosFile::wholeDocument() {
@@ -239,7 +242,7 @@ QByteArray PosFile::wholeDocument() {
   return bytes;
 }
 
-// Cuts the bytes of the whole document into pieces. Where the bytes do not show the goals that the
+// Cuts the bytes of the whole document into blocks. Where the bytes do not show the goals that the
 // document has, it stays undivided.
 void PosFile::split(const QByteArray &bytes) {
   goals.clear();
@@ -251,31 +254,33 @@ void PosFile::split(const QByteArray &bytes) {
   }
   changedGoals.clear();
   divisible = xml::keepsAscii(codec->name());
-  leads.clear();
-  firstPieces.clear();
+  places.clear();
+  goalsBefore.clear();
   std::vector<std::size_t> counts(goals.size());
   GoalFinder finder(viewOf(bytes), 0);
   range_t goal;
   std::size_t obligation = 0;
-  std::size_t end = 0;
+  std::size_t begin = 0; // of the block
   while (divisible && finder.next(goal, obligation)) {
     divisible = obligation <= counts.size();
     if (!divisible)
       break;
     ++counts[obligation - 1];
-    leads.push_back(static_cast<int>(goal.begin - end));
-    pieces.append(bytes.mid(static_cast<int>(end), static_cast<int>(goal.end - end)));
-    end = goal.end;
+    places.push_back({static_cast<int>(goal.begin - begin), static_cast<int>(goal.end - begin)});
+    if (places.size() % GOALS_PER_BLOCK == 0) {
+      blocks.append(bytes.mid(static_cast<int>(begin), static_cast<int>(goal.end - begin)));
+      begin = goal.end;
+    }
   }
-  pieces.append(bytes.mid(static_cast<int>(end)));
-  int first = 0;
+  blocks.append(bytes.mid(static_cast<int>(begin)));
+  std::size_t before = 0;
   for (std::size_t i = 0; i < goals.size(); ++i) {
     divisible = divisible && counts[i] == goals[i].size();
-    firstPieces.push_back(first);
-    first += static_cast<int>(goals[i].size());
+    goalsBefore.push_back(before);
+    before += goals[i].size();
   }
   if (!divisible)
-    pieces.clear();
+    blocks.clear();
 }
 
 bool PosFile::serialiseGoal(const address_t &address) {
@@ -296,10 +301,20 @@ bool PosFile::serialiseGoal(const address_t &address) {
     bytes =
         obligation.mid(static_cast<int>(range.begin), static_cast<int>(range.end - range.begin));
   }
-  const std::size_t index = static_cast<std::size_t>(firstPieces[address.first]) + address.second;
-  QByteArray &piece = pieces[static_cast<int>(index)];
-  piece = piece.left(leads[index]) + bytes;
+  replaceGoal(goalsBefore[address.first] + address.second, bytes);
   return true;
+}
+
+void PosFile::replaceGoal(std::size_t number, const QByteArray &bytes) {
+  const place_t place = places[number];
+  const int length = place.end - place.begin;
+  blocks[static_cast<int>(number / GOALS_PER_BLOCK)].replace(place.begin, length, bytes);
+  const int growth = bytes.size() - length;
+  places[number].end += growth;
+  for (std::size_t i = number + 1; i < places.size() && i % GOALS_PER_BLOCK != 0; ++i) {
+    places[i].begin += growth;
+    places[i].end += growth;
+  }
 }
 
 } // namespace pos

@@ -44,7 +44,7 @@ public:
   void prepare();
 
   /// Whether the long part of the first save has been done, by preparing or by saving.
-  bool isPrepared() const { return !divisible || !pieces.isEmpty(); }
+  bool isPrepared() const { return !divisible || !blocks.isEmpty(); }
 
   /// Tells that attributes of goal `goal` of proof obligation `obligation` (indexes as in the
   /// document, from 0), or of elements in it, got other values. All other changes of the document
@@ -72,7 +72,13 @@ public:
 private:
   using address_t = std::pair<std::size_t, std::size_t>;
 
-  bool write(const QVector<QByteArray> &pieces);
+  /// The bytes of a goal within its block.
+  struct place_t {
+    int begin;
+    int end;
+  };
+
+  bool write(const QVector<QByteArray> &content);
   bool keepMalformed();
   void noteFailure(int error);
 
@@ -81,19 +87,20 @@ private:
   QByteArray wholeDocument();
   void split(const QByteArray &bytes);
   bool serialiseGoal(const address_t &address);
+  void replaceGoal(std::size_t number, const QByteArray &bytes);
 
   QString path;
   QDomDocument document;
   bool wellFormed = true;
   std::atomic<bool> ready = false;
 
-  // Guarded by the document's mutex. `pieces` is the file's content: per goal the bytes since the
-  // end of the goal before it (`leads` of them) and the goal's own, then the rest. Empty before the
-  // first save and where goals cannot be kept apart.
-  QVector<QByteArray> pieces;
-  std::vector<int> leads;
+  // Guarded by the document's mutex. `blocks` is the file's content: each block ends with the last
+  // of its goals, GOALS_PER_BLOCK of them, and the last one with the file. Empty before the first
+  // save and where goals cannot be kept apart.
+  QVector<QByteArray> blocks;
+  std::vector<place_t> places; // of all goals in their order
   std::vector<std::vector<QDomElement>> goals;
-  std::vector<int> firstPieces;
+  std::vector<std::size_t> goalsBefore; // each proof obligation
   std::set<address_t> changedGoals;
   QTextCodec *codec = nullptr;
   bool divisible = true;
