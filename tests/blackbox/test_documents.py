@@ -4,8 +4,8 @@ import re
 import unittest
 import xml.etree.ElementTree as ET
 
-from harness import (FILES, ReplayCase, candidate, driver_pass, element, goal, mech, obligations,
-                     outline, parsed, po, proving, report)
+from harness import (ReplayCase, candidate, driver_pass, element, goal, mech, obligations, outline,
+                     parsed, po, proving, report)
 
 PROVED = goal(mech("m", "Proved", d1="Proved"), status="Proved")
 ONE = report(proved=1, externally=1)
@@ -111,49 +111,6 @@ class Documents(ReplayCase):
                     + driver_pass("d1", 1, [("a < b", "+")], xml=True)
                     + report(proved=1, externally=1, xml=True))
 
-    def test_many_saves_give_the_bytes_of_one(self):
-        # Whatever a document holds, saving it after each verdict ends in the same file as saving it
-        # once: with a group there is one entry, without there is one for each goal.
-        part = ('<Simple_Goal a="1" b="&lt;&amp;&quot;&#10;&#9;x">{}<Proof_State proofState="'
-                'Unproved"/><Mechanism name="m" status="Unproved"><Driver name="d1" status='
-                '"Proved"/>{}</Mechanism></Simple_Goal>')
-        plain = part.format("", "")
-        rows = {
-            "plain": plain * 3,
-            "text": plain + part.format("some\n   text &lt;Simple_Goal/&gt; \u00e9", "<x>\n y</x>"),
-            "comments": part.format("<!-- <Simple_Goal>\n ' -->", "<!-- > -->") + plain,
-            "character data": part.format("", "<x><![CDATA[</Simple_Goal> ]] > \n &]]></x>") * 2,
-            "instructions": part.format("<?x <Simple_Goal ?>", "") + plain,
-            "goals in goals": part.format(plain, "") + plain,
-            "goals elsewhere": f"<Other>{plain}</Other>" + plain + "<Simple_Goals/>" + plain,
-            "obligations in goals":
-                part.format(f"<Proof_Obligation>{plain}</Proof_Obligation>", "") + plain,
-            "text between": f"words {plain} and {plain} <b>more</b>",
-            "references": "<x y='&#60;Simple_Goal&#62;'>&#60;&#38;&#233;</x>" + plain * 2,
-            "greater than": '<x y="a>b"/>' + part.format("a > b", "") + plain,
-            "empty tags": "<Simple_Goal><Mechanism name='m'/></Simple_Goal>" + plain,
-            "blanks in tags": plain.replace("/>", "  />").replace("</Driver>", "</Driver >") * 2,
-        }
-        heads = {"": "utf-8", "<?xml version='1.0' encoding='ISO-8859-1'?>": "latin-1",
-                 "<?xml version='1.0'?><!DOCTYPE P [<!ENTITY e '<Simple_Goal>'> <!-- > -->]>"
-                 "<!-- <Proof_Obligation> -->": "utf-8",
-                 "<?xml version='1.0' encoding='UTF-16'?>": "utf-16"}
-        for name, goals in rows.items():
-            for head, encoding in heads.items():
-                with self.subTest(name, encoding=encoding, head=head):
-                    text = (f"{head}<P><Proof_Obligation><Tag>T0</Tag>{goals}"
-                            f"</Proof_Obligation>text<Simple_Goal/><Proof_Obligation>{plain}"
-                            f"<Tag>T1</Tag></Proof_Obligation><!-- end --></P>")
-                    results = []
-                    for group in ("full", "none"):
-                        self.write("comp.pos", text.encode(encoding, "xmlcharrefreplace"))
-                        self.mechanism(self.driver(group=group), trust="always")
-                        run = self.run_program("-m", "m.xml", *FILES)
-                        results.append((run.status, run.out, run.err,
-                                        self.path("comp.pos").read_bytes()))
-                    self.assertIn(b"+", results[0][1])
-                    self.assertEqual(results[0], results[1])
-
     def test_odd_obligations(self):
         self.pos(po("T0"), element("Proof_Obligation", candidate()), po("", candidate()),
                  element("Other", po("X", candidate())), po("T3", candidate()), po("T4"))
@@ -175,17 +132,6 @@ class Documents(ReplayCase):
         self.replay(out=proving() + driver_pass("d1", 2, [("T0", "+"), ("T1", "+")])
                     + report(proved=2, externally=2))
         self.assertPos(po("T0", PROVED), po("T1", PROVED))
-
-    def test_a_link_to_the_file_stays_a_link(self):
-        self.pos(po("T0", candidate()), name="real.pos")
-        self.path("real.pos").chmod(0o640)
-        self.path("comp.pos").symlink_to("real.pos")
-        self.replay(out=proving() + driver_pass("d1", 1, [("T0", "+")]) + ONE)
-        self.assertTrue(self.path("comp.pos").is_symlink())
-        self.assertPos(po("T0", PROVED), name="real.pos")
-        self.assertEqual(0o640, self.path("real.pos").stat().st_mode & 0o777)
-        self.assertEqual([], [n for n in self.root.iterdir() if "pos" in n.name
-                              and n.name not in ("comp.pos", "real.pos")])
 
 
 if __name__ == "__main__":

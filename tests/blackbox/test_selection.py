@@ -2,8 +2,8 @@
 
 import unittest
 
-from harness import (FILES, ReplayCase, candidate, driver_pass, element, goal, mech, param, po,
-                     proving, report)
+from harness import (FILES, ReplayCase, candidate, driver_pass, goal, mech, param, po, proving,
+                     report)
 
 
 class Selection(ReplayCase):
@@ -57,24 +57,23 @@ class Selection(ReplayCase):
                  po("T1"),
                  po("T2", candidate("d2")),
                  po("T3", candidate("d2"), candidate()))
+        none = [("-a 0 0", "d1_0_0"), ("-a 0 2", "d1_0_2"), ("-a 3 1", "d1_3_1")]
         rows = {
-            "none": [("-a 0 0", "d1_0_0"), ("-a 0 2", "d1_0_2"), ("-a 3 1", "d1_3_1")],
+            None: none,
+            "none": none,
             "related": [("-a 0 0 -a 0 2", "d1_0"), ("-a 3 1", "d1_3")],
             "full": [("-a 0 0 -a 0 2 -a 3 1", "d1")],
         }
         before = self.path("comp.pos").read_bytes()
         for group, expected in rows.items():
-            for name, given in {group: group, "default": None}.items():
-                if given is None and group != "none":
-                    continue
-                with self.subTest(group=group, given=name):
-                    self.write("comp.pos", before)
-                    self.path("tools/writer.log").unlink(missing_ok=True)
-                    self.mechanism(self.driver(group=given))
-                    self.replay(out=proving() + driver_pass("d1", 6, [
-                        ("T0", "--"), ("T1", ""), ("T2", ""), ("T3", "-")]) + report(unproved=6))
-                    self.assertEqual([(words, f"work/comp_m_{stem}.po2")
-                                      for words, stem in expected], self.addresses())
+            with self.subTest(group=group):
+                self.write("comp.pos", before)
+                self.path("tools/writer.log").unlink(missing_ok=True)
+                self.mechanism(self.driver(group=group))
+                self.replay(out=proving() + driver_pass("d1", 6, [
+                    ("T0", "--"), ("T1", ""), ("T2", ""), ("T3", "-")]) + report(unproved=6))
+                self.assertEqual([(words, f"work/comp_m_{stem}.po2") for words, stem in expected],
+                                 self.addresses())
 
     def test_a_driver_that_no_candidate_names(self):
         self.pos(po("T0", candidate("d2")))
@@ -103,9 +102,7 @@ class Names(ReplayCase):
         self.path("tools/writer.log").unlink(missing_ok=True)
         self.answers({"*": "Proved"})
         self.mechanism(self.driver(driver, stdin=False, ext=ext), name=mechanism, trust="always")
-        known = element("Mechanism", element("Driver", name=driver, status="Proved"),
-                        name=mechanism, status="Unproved")
-        self.pos(po("T0", goal(known)))
+        self.pos(po("T0", goal(mech(mechanism, **{driver: "Proved"}))))
         self.expect("-m", f"{mechanism}.xml", *FILES, *options, env=env, out=(
             proving(mechanism) + driver_pass(driver, 1, [("T0", "+")])
             + report(proved=1, externally=1)))
@@ -114,8 +111,7 @@ class Names(ReplayCase):
 
     def test_base_names(self):
         for pog, base in {"dir/comp.pog": "comp", "x.y/comp": "comp", "x.y/a.b.pog": "a.b",
-                          "comp": "comp", "x/.pog": "", "%1_%2.pog": "%1_%2",
-                          "\u00e9.pog": "\u00e9"}.items():
+                          "x/.pog": ""}.items():
             with self.subTest(pog):
                 self.assertNames(f"work/{base}_m_d1_0_0.po2", "-p", pog)
                 self.assertEqual(pog, self.calls("writer")[0][4])

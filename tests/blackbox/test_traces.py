@@ -3,14 +3,11 @@
 import re
 import unittest
 
-from harness import (FILES, PROGRAM, ReplayCase, UNSTARTABLE, candidate, driver_pass, goal, mech,
+from harness import (FILES, ReplayCase, UNSTARTABLE, candidate, driver_pass, echo, goal, mech,
                      param, po, proving, report)
 
 
 class Traces(ReplayCase):
-    def echo(self, *args):
-        return '[kelvarune]\ncommand = "' + "".join(f"{w} " for w in (PROGRAM, *args)) + '"\n'
-
     def lines(self, *lines):
         return "".join(f"-- ProofDirector -- {line}\n" for line in lines)
 
@@ -49,7 +46,7 @@ class Traces(ReplayCase):
     def test_one_job_at_a_time(self):
         self.pos(po("T0", candidate(), candidate()))
         first, second = self.job(0, 0, "Proved"), self.job(0, 1, "odd", saved=False)
-        err = (self.echo(*self.args) + self.created()
+        err = (echo(*self.args) + self.created()
                + self.lines(*self.LOADED, *["Playing 0-th driver (d1)"] * 2, *self.WORK)
                + "".join(first + second)
                + self.lines(*["Playing 1-th driver (d2)"] * 2, *self.WORK) + self.DESTROYED)
@@ -60,17 +57,17 @@ class Traces(ReplayCase):
         self.pos(po("T0", goal(mech("m", d1="Unknown"))))
         playing = [line for i, d in enumerate(("d1", "d2")) for line in
                    (*[f"Playing {i}-th driver ({d})"] * 2, "Driver cannot improve proof status.")]
-        self.expect(*self.args, "-x", err=self.echo(*self.args, "-x") + self.created(xml=1)
+        self.expect(*self.args, "-x", err=echo(*self.args, "-x") + self.created(xml=1)
                     + self.lines(*self.LOADED, *playing) + self.DESTROYED,
                     out="<proof>\n" + proving(xml=True) + driver_pass("d1", 1, xml=True)
                     + driver_pass("d2", 1, xml=True) + report(unproved=1, xml=True))
 
     def test_what_cannot_be_loaded(self):
-        self.expect(*self.args, err=self.echo(*self.args) + self.created() + self.lines(
+        self.expect(*self.args, err=echo(*self.args) + self.created() + self.lines(
             "Start loading POS file.", "Loading POS file failed.") + self.DESTROYED,
                     out=proving() + "Error comp .pos\nErrorFile not readable comp.pos\n" + report())
         args = ("-m", "no.xml", *FILES, "-t", "1")
-        self.expect(*args, status=1, out="", err=self.echo(*args) + "Cannot open 'no.xml'.\n"
+        self.expect(*args, status=1, out="", err=echo(*args) + "Cannot open 'no.xml'.\n"
                     + self.created("no.xml", loaded=0))
 
     def test_worker_threads(self):
@@ -85,7 +82,7 @@ class Traces(ReplayCase):
         po2 = "work/comp_m_d1_0_0.po2"
         head = f"-- Proof Director -- Thread {thread[1]} "
         self.assertEqual(
-            self.echo(*args) + self.created(jobs=3)
+            echo(*args) + self.created(jobs=3)
             + self.lines(*self.LOADED, *["Playing 0-th driver (d1)"] * 2, *self.WORK)
             + head + "writes entry 0.\n" + write
             + head + f"proves entry ({self.root}/tools/prover, {po2}).\n" + prove
@@ -100,7 +97,7 @@ class Traces(ReplayCase):
         # One address and no output: one line, which is no verdict. Arguments may be none at all.
         self.expect(*self.args, out=proving() + driver_pass("d1", 1, [("T0", "-")])
                     + report(unproved=1), err=(
-            self.echo(*self.args) + self.created()
+            echo(*self.args) + self.created()
             + self.lines(*self.LOADED, *["Playing 0-th driver (d1)"] * 2, *self.WORK,
                          f"Issuing writing command {tools}/broken -a 0 0 -i comp.pog -o {po2}",
                          f"to generate {po2}", "Writer had an error.",

@@ -25,17 +25,15 @@ protected:
                         "#!/bin/sh\ncat > /dev/null\ncat " + directory.bytePath("verdicts") + "\n");
     directory.write("c.pog", "");
     directory.write("verdicts", "Proved\n");
-    writePos("");
+    writePos();
   }
 
-  void writePos(const std::string &mechanism) {
-    const auto goal = [&](const char *status) {
-      return "<Simple_Goal status=\"" + std::string(status) + "\">" + mechanism + "</Simple_Goal>";
-    };
-    directory.write("c.pos", "<Proof_Obligations><Proof_Obligation><Tag>A</Tag>" +
-                                 goal("Unproved") + goal("Unknown") +
-                                 "</Proof_Obligation><Proof_Obligation><Tag>B</Tag>" +
-                                 goal("Proved") + "</Proof_Obligation></Proof_Obligations>");
+  void writePos() {
+    directory.write("c.pos", R"(<Proof_Obligations>
+      <Proof_Obligation><Tag>A</Tag><Simple_Goal status="Unproved"/><Simple_Goal status="Unknown"/>
+      </Proof_Obligation>
+      <Proof_Obligation><Tag>B</Tag><Simple_Goal status="Proved"/></Proof_Obligation>
+    </Proof_Obligations>)");
   }
 
   static std::string driver(const std::string &name, const std::string &attributes = "") {
@@ -53,6 +51,15 @@ protected:
                                      goal, marked));
     EXPECT_TRUE(director->isLoaded());
     return *director;
+  }
+
+  /// What the first driver is to prove.
+  static selection_t select(ProofDirector &which) {
+    which.loadPosFile();
+    which.setCurrentDriver(which.getMechanism().drivers.at(0));
+    selection_t selection;
+    which.selectForDriver(selection);
+    return selection;
   }
 
   std::string play(ProofDirector &which) {
@@ -97,22 +104,12 @@ TEST_F(Director, PlayRegistersTheMechanismAndProves) {
   EXPECT_FALSE(again.loadPosFile()) << "already registered";
 }
 
-TEST_F(Director, RedundancyTakesTwoDrivers) {
-  EXPECT_EQ(play(make(driver("d1") + driver("d2") + driver("d3"), "redundancy")),
-            "\tProof driver d1, still 1 unproved PO\n\t\tA\n\t\t\t**\n\n"
-            "\tProof driver d2, still 4294967295 unproved PO\n\t\tA\n\t\t\t++\n\n"
-            "\tProof driver d3, still 4294967293 unproved PO\n");
-  EXPECT_EQ(savedStatuses(),
-            "Proved/Proved/Proved/Proved/Unproved Proved/Proved/Proved/Proved/Unproved "
-            "Proved/Unproved/Unproved/Unproved/Unproved");
-}
-
 TEST_F(Director, FiltersChooseDrivers) {
   const std::string drivers = driver("d1") + driver("d2", "fast=\"true\"");
   EXPECT_EQ(play(make(drivers, "always", "d2")).substr(0, 17), "\tProof driver d2,");
-  writePos("");
+  writePos();
   EXPECT_EQ(play(make(drivers, "always", "", "", true)).substr(0, 17), "\tProof driver d2,");
-  writePos("");
+  writePos();
   EXPECT_EQ(play(make(drivers, "always", "d3")), "");
 }
 
@@ -128,21 +125,15 @@ TEST_F(Director, DesignatedGoalPrintsItsModelAndKeepsItsStatus) {
 }
 
 TEST_F(Director, DesignatedGoalSelection) {
-  struct row_t {
-    const char *goal;
-    selection_t selection;
-  };
-  const row_t rows[] = {{"B.1", {{{1, 0}}}},
-                        {"A.x", {{{0, static_cast<unsigned long>(-1)}}}},
-                        {"C.1", {}},
-                        {"a.1", {}}};
-  for (const row_t &row : rows) {
-    ProofDirector &selecting = make(driver("d", "group=\"related\""), "always", "", row.goal);
-    selecting.loadPosFile();
-    selecting.setCurrentDriver(selecting.getMechanism().drivers.at(0));
-    selection_t selection;
-    selecting.selectForDriver(selection);
-    EXPECT_EQ(selection, row.selection) << row.goal;
+  const std::pair<const char *, selection_t> rows[] = {
+      {"B.1", {{{1, 0}}}},
+      {"A.x", {{{0, static_cast<unsigned long>(-1)}}}},
+      {"C.1", {}},
+      {"a.1", {}}};
+  for (const auto &[goal, expected] : rows) {
+    ProofDirector &selecting = make(driver("d", "group=\"related\""), "always", "", goal);
+    const selection_t selection = select(selecting);
+    EXPECT_EQ(selection, expected) << goal;
     selecting.produceWriterData(QStringLiteral("d"), QStringLiteral("c.pog"), selection);
     selecting.produceProverData();
     ASSERT_EQ(selecting.getProverData().size(), selection.size());
@@ -157,10 +148,7 @@ TEST_F(Director, DesignatedGoalSelection) {
 
 TEST_F(Director, JobLoopsRunEveryEntryOnce) {
   ProofDirector &jobs = make(driver("d"));
-  jobs.loadPosFile();
-  jobs.setCurrentDriver(jobs.getMechanism().drivers.at(0));
-  selection_t selection;
-  jobs.selectForDriver(selection);
+  const selection_t selection = select(jobs);
   jobs.produceWriterData(directory.path(), directory.path(QStringLiteral("c.pog")), selection);
   jobs.produceProverData();
   EXPECT_THROW(jobs.writeEntry(2), std::out_of_range);
@@ -181,7 +169,7 @@ TEST_F(Director, JobLoopsRunEveryEntryOnce) {
 
 TEST_F(Director, StopFromAnotherThreadEndsTheRun) {
   for (const unsigned jobs : {1U, 3U}) {
-    writePos("");
+    writePos();
     directory.writeTool("prover", "#!/bin/sh\nexec sleep 60\n");
     ProofDirector &stopped = make(driver("d"), "always", "", "", false, jobs);
     std::thread stopper([&] {
@@ -211,21 +199,19 @@ TEST_F(Director, NothingIsSavedBeforeALoad) {
 
 TEST_F(Director, DumpsKeepTheirOddities) {
   ProofDirector &dumped = make(driver("d"));
-  dumped.loadPosFile();
-  dumped.setCurrentDriver(dumped.getMechanism().drivers.at(0));
+  select(dumped);
   std::ostringstream out;
   out << dumped.getPoData();
   EXPECT_EQ(out.str().substr(0, 12), "{\n  A,\n  {\n ");
   EXPECT_EQ(out.str().substr(out.str().size() - 4), "  }\n") << "no closing brace";
   EXPECT_NE(out.str().find(", Unproved, {d}}"), std::string::npos) << out.str();
 
-  prover_data_t prover = {"/p", {QStringLiteral("1"), QStringLiteral("2")}, "/r", {}, {}, {{3, 4}}};
-  prover.argsr = QStringList{QStringLiteral("never shown")};
-  prover.inpath = QStringLiteral("f");
   out.str("");
-  out << prover;
+  out << prover_data_t{
+      "/p",    {QStringLiteral("1")}, "/r", {QStringLiteral("never shown")}, QStringLiteral("f"),
+      {{3, 4}}};
   EXPECT_EQ(out.str(),
-            "cmdp: /p\nargsp: \n1\n2\ncmdr:/r\nargsr:\n1\n2\ninpath:f\npo addresses:\n\t3\t4\n");
+            "cmdp: /p\nargsp: \n1\ncmdr:/r\nargsr:\n1\ninpath:f\npo addresses:\n\t3\t4\n");
   out.str("");
   out << writer_data_t{
       "/w", {QStringLiteral("a"), QStringLiteral("b")}, QStringLiteral("f"), {{1, 2}, {3, 4}}};

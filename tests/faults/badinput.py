@@ -10,7 +10,7 @@ import resource
 import signal
 import socket
 
-from campaign import LIMIT_S, OPEN, PROGRAM, SLOWNESS, Campaign, po
+from campaign import AS_NOBODY, FILES, LIMIT_S, OPEN, PROGRAM, SLOWNESS, Campaign, po
 
 import xml.etree.ElementTree as ET
 
@@ -33,56 +33,40 @@ def arrange(scratch):
     scratch.write("res", RESOURCES)
 
 
-def play(scratch, *args, program=(), limit_s=LIMIT_S):
-    command = [*program, PROGRAM, *(args or scratch.argv("-r", "res"))]
-    run = scratch.end(scratch.start(*command[1:], program=command[0]), limit_s)
-    by_exception = run.status == -signal.SIGABRT and any(w in run.err for w in EXPECTED_END)
-    if run.status not in (0, 1) and not by_exception:
-        raise AssertionError(f"status {run.status}\n{run}")
-    return run
-
-
 def play_all(scratch, **options):
-    """With the mechanism named, and with those that the POS file names."""
-    run = play(scratch, **options)
-    play(scratch, "-M", ".", "-s", "comp.pos", "-p", "comp.pog", "-d", "work", **options)
-    return run
+    """With the mechanism named, and with those that the POS file names; returns the first run."""
+    runs = [scratch.play(*argv, **options)
+            for argv in (scratch.argv("-r", "res"), ["-M", ".", *FILES])]
+    for run in runs:
+        by_exception = run.status == -signal.SIGABRT and any(w in run.err for w in EXPECTED_END)
+        scratch.assertTrue(run.status in (0, 1) or by_exception, run)
+    return runs[0]
 
 
 # --- Damage ---------------------------------------------------------------------------------------
 
 
-def truncated(random, data):
-    return data[:random.randrange(len(data) + 1)]
-
-
-def flipped(random, data):
-    data = bytearray(data)
-    for _ in range(random.choice((1, 2, 5, 20))):
-        data[random.randrange(len(data))] ^= 1 << random.randrange(8)
-    return bytes(data)
-
-
-def spliced(random, data):
-    """A stretch is left out, doubled, or replaced by NUL bytes or by rubbish."""
+def damage(random, data):
+    """A stretch is left out, doubled, or replaced by NUL bytes or by rubbish, or some bits turn."""
     begin, end = sorted(random.randrange(len(data) + 1) for _ in range(2))
     stretch = data[begin:end]
+    turned = bytearray(stretch)
+    for _ in range(random.choice((1, 2, 5, 20)) if stretch else 0):
+        turned[random.randrange(len(turned))] ^= 1 << random.randrange(8)
     return data[:begin] + random.choice(
-        (b"", stretch * 2, b"\0" * len(stretch), random.randbytes(len(stretch)))) + data[end:]
+        (b"", stretch * 2, b"\0" * len(stretch), random.randbytes(len(stretch)), bytes(turned))
+    ) + random.choice((b"", data[end:], data[end:]))
 
 
-DAMAGE = {action.__name__: action for action in (truncated, flipped, spliced)}
-
-
-def damaged(scratch, random, kind, action):
+def damaged(scratch, random, kind):
     arrange(scratch)
     path = scratch.path(KINDS[kind])
-    path.write_bytes(DAMAGE[action](random, path.read_bytes()))
-    scratch.write("input", path.read_bytes())
+    data = damage(random, path.read_bytes())
+    path.write_bytes(data)
     try:
         play_all(scratch)
     except AssertionError as error:
-        raise AssertionError(f"input {scratch.path('input').read_bytes()!r}\n{error}") from error
+        raise AssertionError(f"input {data!r}\n{error}") from error
 
 
 # --- Hostile documents ----------------------------------------------------------------------------
@@ -107,17 +91,10 @@ DOCUMENTS = {
     "many attributes": lambda: document(
         "<a " + " ".join(f'a{i}="1"' for i in range(100000)) + "/>"),
     "deep": lambda: document(goals_text() + "<a>" * DEEP + "</a>" * DEEP),
-    "deep, never closed": lambda: document("<Proof_Obligation>" * DEEP),
     "deep as can be": lambda: document(goals_text() + "<a>" * 999 + "</a>" * 999),
-    "just too deep": lambda: document(goals_text() + "<a>" * 1000 + "</a>" * 1000),
     "deep goals": lambda: document("<Proof_Obligation><Simple_Goal>" * (DEEP // 2)),
-    "deep in UTF-16": lambda: ("\ufeff" + document("<a>" * DEEP).decode()).encode("utf-16-le"),
-    "deep behind a comment": lambda: document("<!-- <!-- -->" + "<a>" * DEEP),
-    "deep behind a quote": lambda: document("<a b='>' c=\"'\"/>" + "<a>" * DEEP),
-    "deep behind CDATA": lambda: document("<![CDATA[ ]] > ]]>" + "<a>" * DEEP),
     "deep behind a DOCTYPE": lambda: document(
         "<a>" * DEEP, head="<!DOCTYPE a [<!-- ' --><?p ' ?><!ELEMENT a ANY>]>"),
-    "deep in CDATA only": lambda: document("<![CDATA[" + "<a>" * DEEP + "]]>" + goals_text()),
     "deep groups in a DTD": lambda: document(
         goals_text(), head=f"<!DOCTYPE a [<!ELEMENT a {'(' * DEEP}b{')' * DEEP}>]>"),
     "many wide": lambda: document("<a/>" * 300000),
@@ -131,16 +108,12 @@ DOCUMENTS = {
         "&a;", head='<!DOCTYPE P [<!ENTITY a SYSTEM "/dev/zero">]>'),
     "DTD that is a file": lambda: document(goals_text(), head='<!DOCTYPE P SYSTEM "/dev/zero">'),
     "UTF-16": lambda: document(goals_text()).decode().encode("utf-16"),
-    "UTF-32": lambda: document(goals_text()).decode().encode("utf-32"),
-    "UTF-7 as told": lambda: b"<?xml version='1.0' encoding='UTF-7'?>" + document(goals_text()),
     "EBCDIC": lambda: document(
         goals_text(), head="<?xml version='1.0' encoding='IBM037'?>").decode().encode("cp037"),
-    "unknown encoding": lambda: b"<?xml version='1.0' encoding='none'?>" + document(goals_text()),
     "wrong encoding": lambda: b"<?xml version='1.0' encoding='UTF-16'?>" + document(goals_text()),
     "invalid UTF-8": lambda: document(goals_text()).replace(b"T1", b"\xff\xfe\xc0\x80\xed\xa0\x80"),
     "NUL bytes": lambda: document(goals_text()).replace(b"T1", b"T\0\0"),
     "only NUL bytes": lambda: bytes(LONG),
-    "long line": lambda: document(goals_text() + " " * LONG),
     "empty": lambda: b"",
     "one byte": lambda: b"<",
     "binary": lambda: pathlib.Path(PROGRAM).read_bytes()[:LONG],
@@ -151,12 +124,10 @@ RESOURCE_FILES = {
     "huge line": lambda: b"MVL*tool*path: " + b"x" * HUGE + b"\n",
     "long lines": lambda: (b"MVL*tool*path: " + b"x" * LONG + b"\n") * 20,
     "many continuations": lambda: b"MVL*a*b: \\\n" * 200000,
-    "many comments": lambda: b"! comment\n" * 200000 + b"MVL*a*b: c\n",
     "many resources": lambda: b"".join(b"MVL*t*n%d: v\n" % i for i in range(3000)),
     "one resource again and again": lambda: b"! c\nMVL*a*b: c\n" * 100000,
     "NUL bytes": lambda: b"MVL*a\0*b: c\nMVL*\0\n\0\n",
     "only NUL bytes": lambda: bytes(LONG),
-    "no end of line": lambda: b"MVL*a*b: c",
     "binary": lambda: pathlib.Path(PROGRAM).read_bytes()[:LONG],
 }
 
@@ -169,19 +140,11 @@ def hostile(scratch, kind, make):
         data = data.replace(b"Proof_Obligations", b"mechanism")
     path.write_bytes(data)
     run = play_all(scratch, limit_s=6 * LIMIT_S)
-    if kind == "pos" and run.status != 0 and path.read_bytes() != data:
-        raise AssertionError("the file was changed by a run that failed")
+    if kind == "pos" and run.status != 0:
+        scratch.assertTrue(path.read_bytes() == data, "a run that failed changed the file")
 
 
 # --- Things that are no files ---------------------------------------------------------------------
-
-
-def put_directory(path):
-    path.mkdir()
-
-
-def put_fifo(path):
-    os.mkfifo(path)
 
 
 def put_socket(path):
@@ -203,7 +166,7 @@ def put_locked(path):
     path.chmod(0)
 
 
-THINGS = {"nothing": lambda path: None, "a directory": put_directory, "a FIFO": put_fifo,
+THINGS = {"nothing": lambda path: None, "a directory": os.mkdir, "a FIFO": os.mkfifo,
           "a socket": put_socket, "/dev/null": put_link_to("/dev/null"),
           "/dev/zero": put_link_to("/dev/zero"), "/dev/full": put_link_to("/dev/full"),
           "/dev/tty": put_link_to("/dev/tty"), "a link to nothing": put_link_to("nowhere"),
@@ -218,14 +181,15 @@ def thing(scratch, kind, put):
     put(path)
     user = ()
     if os.geteuid() == 0 and put is put_locked:
-        user = ("setpriv", "--reuid=65534", "--regid=65534", "--clear-groups")
+        user = AS_NOBODY
         for folder in (scratch.root, scratch.path("work")):
             folder.chmod(0o777)
-    was = path.lstat().st_mode if path.is_symlink() or path.exists() else None
-    play_all(scratch, program=user)
-    now = path.lstat().st_mode if path.is_symlink() or path.exists() else None
-    if was != now:
-        raise AssertionError(f"{path} became something else")
+
+    def mode():
+        return path.lstat().st_mode if os.path.lexists(path) else None
+    was = mode()
+    play_all(scratch, user=user)
+    scratch.assertEqual(was, mode(), f"{path} became something else")
 
 
 def main():
@@ -243,10 +207,8 @@ def main():
     for name, make in RESOURCE_FILES.items():
         campaign.round("hostile resource files", name, hostile, "resources", make)
     for kind in KINDS:
-        for action in DAMAGE:
-            for number in range(campaign.rounds):
-                campaign.round("damaged files", f"{action} {kind} {number}", damaged,
-                               campaign.random, kind, action)
+        for number in range(3 * campaign.rounds):
+            campaign.round("damaged files", f"{kind} {number}", damaged, campaign.random, kind)
     campaign.exit()
 
 

@@ -156,20 +156,16 @@ std::string numberOf(int fd) {
   return std::to_string(fd);
 }
 
-int openFile(const char *function, int directory, const char *path, int flags, mode_t mode) {
-  static auto *const real = next<int(int, const char *, int, ...)>("openat");
+int openFile(const char *path, int flags, mode_t mode) {
+  static auto *const real = next<int(const char *, int, ...)>("open");
   if (!concerns(path))
-    return real(directory, path, flags, mode);
+    return real(path, flags, mode);
   const bool creates = (flags & O_CREAT) != 0;
-  const int fd = static_cast<int>(counted(
-      function, path, false, creates, [&](bool) { return real(directory, path, flags, mode); }));
+  const int fd = static_cast<int>(
+      counted("open", path, false, creates, [&](bool) { return real(path, flags, mode); }));
   if (fd >= 0 && static_cast<std::size_t>(fd) < concerned.size())
     concerned[static_cast<std::size_t>(fd)] = true;
   return fd;
-}
-
-mode_t modeOf(int flags, va_list &arguments) {
-  return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
 }
 
 /// A call on a descriptor that is passed on as it is when the descriptor is of no concern.
@@ -190,26 +186,16 @@ int onPath(const char *kind, const char *path, bool needsRoom, Call call) {
   int NAME(const char *path, int flags, ...) {                                                     \
     va_list arguments;                                                                             \
     va_start(arguments, flags);                                                                    \
-    const mode_t mode = modeOf(flags, arguments);                                                  \
+    const bool takesMode = (flags & (O_CREAT | O_TMPFILE)) != 0;                                   \
+    const mode_t mode = takesMode ? va_arg(arguments, mode_t) : 0;                                 \
     va_end(arguments);                                                                             \
-    return openFile("open", AT_FDCWD, path, flags, mode);                                          \
-  }
-
-#define OPENAT(NAME)                                                                               \
-  int NAME(int directory, const char *path, int flags, ...) {                                      \
-    va_list arguments;                                                                             \
-    va_start(arguments, flags);                                                                    \
-    const mode_t mode = modeOf(flags, arguments);                                                  \
-    va_end(arguments);                                                                             \
-    return openFile("openat", directory, path, flags, mode);                                       \
+    return openFile(path, flags, mode);                                                            \
   }
 
 extern "C" {
 
 OPEN(open)
 OPEN(open64)
-OPENAT(openat)
-OPENAT(openat64)
 
 ssize_t read(int fd, void *bytes, size_t size) {
   static auto *const real = next<ssize_t(int, void *, size_t)>("read");
@@ -267,11 +253,6 @@ int fdatasync(int fd) {
     ::usleep(settings().slowMs * 1000);
   return static_cast<int>(
       onDescriptor("fdatasync", fd, false, true, [&](bool) { return real(fd); }));
-}
-
-int fsync(int fd) {
-  static auto *const real = next<int(int)>("fsync");
-  return static_cast<int>(onDescriptor("fsync", fd, false, true, [&](bool) { return real(fd); }));
 }
 
 // A close that fails has closed the descriptor all the same.

@@ -1,6 +1,5 @@
 """What the tests of kelvarune-play share beside the harness of the black-box tests."""
 
-import os
 import signal
 
 from harness import ReplayCase
@@ -18,16 +17,3 @@ class PlayCase(ReplayCase):
     def setUp(self):
         super().setUp()
         self.write("comp.pog", "<Proof_Obligations/>")
-
-    def files(self):
-        """Everything of the scratch directory but what the runner itself writes."""
-        found = {}
-        for folder, _, names in os.walk(self.root):
-            found[folder] = None
-            for name in names:
-                path = os.path.join(folder, name)
-                if path not in (f"{self.root}/stdout", f"{self.root}/stderr"):
-                    status = os.stat(path)
-                    with open(path, "rb") as file:
-                        found[path] = (file.read(), status.st_ino, status.st_mtime_ns)
-        return found

@@ -6,7 +6,7 @@ import signal
 import time
 import unittest
 
-from harness import FILES, PROVER, SLOWNESS, goal, mech, parsed, po
+from harness import FILES, SLOWNESS, goal, mech, parsed, po
 from playcase import STOP_SIGNALS, PlayCase, take_signals
 
 PROVED = goal(mech("m", "Proved", d1="Proved"), status="Proved")
@@ -16,29 +16,12 @@ OPEN = goal(mech("m", d1="Unproved"))
 class Stopping(PlayCase):
     """Of four goals the last but one keeps its tool busy until the signal comes."""
 
-    BUSY = ': >"{root}/busy"; exec sleep 1000'
+    BUSY = "{mark}; exec sleep 1000"
     # What the tool runs is not the tool itself, in a process group of its own for good measure.
-    WRAPPED = 'set -m; (: >"{root}/busy"; exec sleep 1000) & wait'
+    WRAPPED = "set -m; ({mark}; exec sleep 1000) & wait"
 
     def begin(self, jobs, role="prover", body=BUSY):
-        body = body.format(root=self.root)
-        self.script("busy", {
-            "writer": f'[ "$2" = 2 ] && {{ {body}; }}\n'
-                      f'exec "{self.root}/tools/writer" "$@"',
-            "prover": f"case $1 in *_2_0.po2) {body};; esac\n" + PROVER,
-            "reader": f'read -r i j; [ "$i" = 2 ] && {{ {body}; }}\necho Proved\n'}[role])
-        self.answers({"*": "Proved"})
-        self.mechanism(self.driver(stdin=False, **{role: "busy"}), trust="always")
-        self.pos(*[po(f"T{i}", goal()) for i in range(4)])
-        self.path("busy").unlink(missing_ok=True)
-        process = self.start("-m", "m.xml", *FILES, "-c", jobs, preexec_fn=take_signals)
-        self.wait_for(self.path("busy").exists, "the busy tool")
-        self.wait_for(lambda: self.proved_on_disk() == (2 if jobs == "1" else 3), "the others")
-        return process
-
-    def proved_on_disk(self):
-        document = parsed(self.path("comp.pos").read_bytes())
-        return sum(e.get("status") == "Proved" for e in document.iter("Simple_Goal"))
+        return self.start_busy(jobs, role, goal(), body, preexec_fn=take_signals)
 
     def assertStops(self, process, number, jobs):
         sent = time.monotonic()
@@ -80,12 +63,8 @@ class Stopping(PlayCase):
                 self.assertStops(process, process.returncode - 128, jobs)
 
     def test_an_ignored_hang_up_stays_ignored(self):
-        process = self.begin("1")
-        self.kill_all()
-        process.wait()
-        process = self.start("-m", "m.xml", *FILES, preexec_fn=lambda: signal.signal(
+        process = self.start_busy("1", "prover", goal(), preexec_fn=lambda: signal.signal(
             signal.SIGHUP, signal.SIG_IGN))
-        time.sleep(0.3 * SLOWNESS)
         process.send_signal(signal.SIGHUP)
         time.sleep(0.3 * SLOWNESS)
         self.assertIsNone(process.poll())

@@ -117,15 +117,13 @@ class Terminal(PlayCase):
         self.assertEqual({29}, set(map(len, self.screen.last_lines)))
         self.assertEqual("\n", self.screen.text())
 
-    def test_nothing_of_it_elsewhere(self):
+    def test_nothing_of_it_elsewhere_and_on_a_dumb_terminal(self):
         with open(self.path("errors"), "wb") as errors:
             self.begin(stderr=errors)
         self.end()
         self.assertEqual(b"", self.path("errors").read_bytes())
         self.assertEqual(([], self.RESULTS.expandtabs()),
                          (self.screen.last_lines, self.screen.text()))
-
-    def test_nothing_of_it_on_a_dumb_terminal(self):
         self.begin(TERM="dumb")
         self.end()
         self.assertEqual([], self.screen.last_lines)

@@ -12,8 +12,8 @@ import subprocess
 import unittest
 import xml.etree.ElementTree as ET
 
-from support import (LIMIT_S, PROGRAM, SLOWNESS, PosCase, component, element, goal, large, mech,
-                     obligations, po)
+from support import (LIMIT_S, PROGRAM, SLOWNESS, PosCase, component, goal, large, mech, obligations,
+                     po)
 
 SCHEMA = json.loads((pathlib.Path(__file__).parents[2] /
                      "tools/kelvarune-pos/schema.json").read_text())

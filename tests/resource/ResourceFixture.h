@@ -15,37 +15,15 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <optional>
 #include <sstream>
 #include <string>
 
-/// Sets, or with none unsets, HOME for its lifetime.
-class HomeDirectory {
-public:
-  explicit HomeDirectory(const char *home) {
-    if (const char *now = std::getenv("HOME"))
-      before = now;
-    set(home);
-  }
-  ~HomeDirectory() { set(before ? before->c_str() : nullptr); }
-  HomeDirectory(const HomeDirectory &) = delete;
-  HomeDirectory &operator=(const HomeDirectory &) = delete;
-
-private:
-  static void set(const char *home) {
-    if (home)
-      setenv("HOME", home, 1);
-    else
-      unsetenv("HOME");
-  }
-
-  std::optional<std::string> before;
-};
-
-/// Each test starts from a manager without files and tools, although there is one per process.
+/// Each test starts from a manager without files and tools, although there is one per process, and
+/// has its home in its own directory.
 class ResourceTest : public testing::Test {
 protected:
   ResourceTest() {
+    setenv("HOME", directory.path().toStdString().c_str(), 1);
     init_resource_manager();
     clear();
   }
