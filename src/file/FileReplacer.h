@@ -30,7 +30,7 @@ struct result_t {
 /// The new content goes to a temporary file beside the file, with the file's mode, owner and
 /// extended attributes, is flushed to the disk and renamed. The file that had the name before is
 /// kept under the temporary name as a spare until the object is destroyed, and when nobody has
-/// touched either file in between, the next content is written over the spare, from the first byte
+/// touched either file in between, the next content is written over the spare, from the first piece
 /// that differs, and the two change names: the disk need not find new room each time. A path that
 /// is a symbolic link stays one; the file that it leads to is replaced. Where a rename is not
 /// possible or would change more than the content (the directory cannot be written, the file has

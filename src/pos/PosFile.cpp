@@ -30,7 +30,8 @@ namespace {
 
 constexpr std::chrono::milliseconds RETRY_INTERVAL(1);
 
-// A result copies the bytes of a block, a save goes through all blocks: some 50 kB, some hundreds.
+// A result copies the bytes of its block, and a save goes through all blocks, so they should be
+// neither large nor many: with goals of usual size, 50 kB each, 800 of them for 50,000 goals.
 constexpr std::size_t GOALS_PER_BLOCK = 64;
 
 std::string_view viewOf(const QByteArray &bytes) {
