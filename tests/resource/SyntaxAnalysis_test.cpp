@@ -2,7 +2,7 @@
 
 #include "ResourceFixture.h"
 
-#include <regex>
+#include <QString>
 
 namespace {
 
@@ -56,14 +56,15 @@ TEST_F(SyntaxAnalysis, ReadsAFile) {
       {"names differ by case and blank", "MVL*t*r: 1\nMVL*T*r: 2\nMVL*t*r : 3\n",
        "MVL*t*r: 1\nMVL*t*r : 3\nMVL*T*r: 2\n"},
   };
-  const std::regex start(directory.bytePath("general") + ":([0-9]+: )Resource syntax error: ");
+  const QString file = directory.path(QStringLiteral("general")) + QLatin1Char(':');
   for (const auto &row : rows) {
     SCOPED_TRACE(row.name);
     clear();
     testing::internal::CaptureStderr();
     load(RESOURCE_SOURCE_MORVANEL, "general", row.content);
-    const std::string errors = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::regex_replace(errors, start, "$1"), row.errors);
+    QString errors = QString::fromStdString(testing::internal::GetCapturedStderr());
+    errors.remove(file).remove(QStringLiteral("Resource syntax error: "));
+    EXPECT_EQ(errors.toStdString(), row.errors);
     EXPECT_EQ(printed(), row.resources);
     EXPECT_EQ(textOf(RESOURCE_SOURCE_MORVANEL), row.lines ? row.lines : row.content);
     checkLinks();
