@@ -12,7 +12,7 @@ import time
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).parent.parent / "blackbox"))
-from harness import ReplayCase  # noqa: E402
+from harness import SLOWNESS, ReplayCase  # noqa: E402
 
 PROGRAM = os.environ.get("KELVARUNE_CACHE_PROGRAM", "kelvarune-cache")
 LIMIT_S = 60
@@ -58,7 +58,7 @@ class Program(ReplayCase):
             "a line in two writes": ("printf uns; sleep 0.1; echo at", True),
             "a long line": ("echo unsat; head -c 1048576 /dev/zero | tr '\\0' x; echo", True),
             "a longer line": ("echo unsat; head -c 1048577 /dev/zero | tr '\\0' x; echo", False),
-            "very much": ("echo unsat; yes | head -c 70000000", False),
+            "very much": ("echo unsat; yes $(seq 9999) | head -c 70000000", False),
             "no verdict": ("echo hello", False),
             "part of a line": ("echo result: unsat", False),
             "two writes that are no line together": ("printf sat; sleep 0.1; echo urated", False),
@@ -222,7 +222,8 @@ class Program(ReplayCase):
                     peak_kb = max(peak_kb, int(status.split("VmHWM:")[1].split()[0]))
         self.assertEqual((received, run.wait(LIMIT_S)), (size + 7, 0))
         run.stdout.close()
-        self.assertLess(peak_kb, 250 << 10)
+        if SLOWNESS == 1:  # a sanitizer has its own memory beside the program's
+            self.assertLess(peak_kb, 250 << 10)
         self.assertEqual(self.kept(), [])
 
     def test_output_comes_before_the_prover_ends(self):
