@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <utility>
 
 namespace pos {
 
@@ -111,17 +110,15 @@ visitGoals(const std::string &path,
 }
 
 bool getMechanisms(const std::string &path, std::vector<std::string> &names) {
-  std::vector<std::string> found;
-  const auto addFrom = [&found](part_t part, const xml::MetElement &element) {
-    if (part == part_t::GOAL)
-      statusOf(element); // Only so that a corrupt file is not silently accepted.
-    if (part == part_t::MECHANISM)
-      addName(found, element.attribute(ATTR_NAME).toStdString());
-  };
-  const xml::read_result_t result = visitGoals(path, addFrom);
-  if (!result.readable)
+  const QDomDocument document = domOfPath(path);
+  if (document.isNull())
     return false;
-  names = result.wellFormed ? std::move(found) : std::vector<std::string>();
+  names.clear();
+  forEachGoal(document, [&names](const QDomElement &goal) {
+    statusOf(goal); // Only so that a corrupt file is not silently accepted.
+    for (const QDomElement &mechanism : xml::children(goal, TAG_MECHANISM))
+      addName(names, mechanism.attribute(ATTR_NAME).toStdString());
+  });
   return true;
 }
 
