@@ -7,6 +7,7 @@
 
 #include "director/ProofDirector.h"
 #include "director/ReaderOutput.h"
+#include "text/Literals.h"
 
 #include <QDomDocument>
 #include <QFile>
@@ -22,6 +23,8 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -167,7 +170,7 @@ void select(State &state, const component_t &component) {
   for ([[maybe_unused]] auto _ : state) {
     selection_t selection;
     director->selectForDriver(selection);
-    director->produceWriterData(QStringLiteral("tmp"), QStringLiteral("comp.pog"), selection);
+    director->produceWriterData("tmp"_s, "comp.pog"_s, selection);
     director->produceProverData();
   }
   state.counters["entries"] = static_cast<double>(director->getProverData().size());
@@ -177,7 +180,7 @@ void select(State &state, const component_t &component) {
 void selectNothing(State &state, const component_t &component) {
   const std::unique_ptr<ProofDirector> director = loadedDirector(component);
   mechanism::driver_t driver = director->getMechanism().drivers.front();
-  driver.name = QStringLiteral("another");
+  driver.name = "another"_s;
   director->setCurrentDriver(driver);
   for ([[maybe_unused]] auto _ : state) {
     selection_t selection;

@@ -18,6 +18,8 @@
 #include <iostream>
 #include <memory>
 
+using namespace kelvarune;
+
 namespace {
 
 std::vector<std::string> byteStrings(const QStringList &words) {

@@ -3,7 +3,11 @@
 
 #include "director/Arguments.h"
 
+#include "text/Literals.h"
+
 #include <utility>
+
+using namespace kelvarune;
 
 void addParametersBits(QStringList &args, mechanism::tool_t tool) { // NOLINT: by value, as fixed
   for (const mechanism::param_t &param : std::as_const(tool.parameters)) {
@@ -11,7 +15,7 @@ void addParametersBits(QStringList &args, mechanism::tool_t tool) { // NOLINT: b
       args << param.value;
     else if (param.value.isEmpty())
       args << param.name;
-    else if (param.separator == QLatin1String(" "))
+    else if (param.separator == " "_s)
       args << param.name << param.value;
     else
       args << param.name + param.separator + param.value;

@@ -7,6 +7,8 @@
 #include "process/StopSignals.h"
 #include "xml/XmlFile.h"
 
+using namespace kelvarune;
+
 using mechanism::trust_t;
 
 namespace {

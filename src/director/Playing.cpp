@@ -11,6 +11,8 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 
+using namespace kelvarune;
+
 namespace {
 
 /// Tells the thread that started the workers of the end of each, in a way that stop signals can

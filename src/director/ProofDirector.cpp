@@ -10,6 +10,8 @@
 #include <chrono>
 #include <thread>
 
+using namespace kelvarune;
+
 namespace {
 
 constexpr std::chrono::seconds PATIENCE_AT_STOP(1);

@@ -24,7 +24,7 @@
 
 #include <sys/types.h>
 
-namespace process {
+namespace kelvarune::process {
 class ToolProcess;
 }
 class LineCursor;
@@ -124,9 +124,9 @@ public:
   /// From then on no tool is started and no result is recorded.
   ///
   /// May be called from any thread, and from a signal handler that interrupts the owning thread
-  /// where it waits (see process::stop_signals) or while it loads the POS file. Waits for no lock
-  /// longer than a second; when the document cannot be had in that time the file keeps what was
-  /// saved last and the result is false. Before the POS file is loaded it does nothing.
+  /// where it waits (see kelvarune::process::stop_signals) or while it loads the POS file. Waits
+  /// for no lock longer than a second; when the document cannot be had in that time the file keeps
+  /// what was saved last and the result is false. Before the POS file is loaded it does nothing.
   bool stop();
 
   /// As stop, for a program that ends right after: also ends running writers, which are beyond the
@@ -229,7 +229,7 @@ private:
   void traceWriting(unsigned long index) const;
   void traceProving(unsigned long index) const;
   bool runChain(const prover_data_t &entry, ReaderOutput &output);
-  bool hasCrashed(const process::ToolProcess &tool, const std::string &line,
+  bool hasCrashed(const kelvarune::process::ToolProcess &tool, const std::string &line,
                   const QString &message);
   bool publish(const prover_data_t &entry, const ReaderOutput &output);
   void printResults();
@@ -249,7 +249,7 @@ private:
   template <typename... Parts>
   void traceLine(const Parts &...parts) const {
     if (trace == 1)
-      process::writeToStandardError(traceOf(parts...));
+      kelvarune::process::writeToStandardError(traceOf(parts...));
   }
 
   /// The text of such a line, empty unless the trace level is 1: for places that hold a lock.
@@ -262,7 +262,7 @@ private:
   template <typename... Parts>
   void workerTraceLine(const Parts &...parts) const {
     if (trace == 1)
-      process::writeToStandardError(lineOf("-- Proof Director -- ", parts...));
+      kelvarune::process::writeToStandardError(lineOf("-- Proof Director -- ", parts...));
   }
 
   template <typename... Parts>
@@ -287,8 +287,8 @@ private:
   QDomDocument posDocument; // guarded by resultMutex while workers run
   pos::PosFile posFile;     // keeps the file of posDocument current; documentMutex is resultMutex
   std::string component;
-  QStringList errors;                          // guarded by errorsMutex
-  std::list<process::ToolProcess *> processes; // guarded by processesMutex
+  QStringList errors;                                     // guarded by errorsMutex
+  std::list<kelvarune::process::ToolProcess *> processes; // guarded by processesMutex
   mutable std::mutex errorsMutex;
   std::list<std::string> secondaryFiles; // of the current pass; guarded by processesMutex
   mutable std::mutex processesMutex;

@@ -18,6 +18,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace kelvarune;
+
 using mechanism::input_t;
 
 namespace {

@@ -11,7 +11,7 @@
 class RunningTool {
 public:
   /// `mutex` guards `registry`; both must outlive the tool.
-  RunningTool(std::list<process::ToolProcess *> &registry, std::mutex &mutex)
+  RunningTool(std::list<kelvarune::process::ToolProcess *> &registry, std::mutex &mutex)
       : processes(registry), processesMutex(mutex) {
     const std::lock_guard lock(processesMutex);
     place = processes.insert(processes.end(), &process);
@@ -27,14 +27,14 @@ public:
     place = processes.end();
   }
 
-  process::ToolProcess *operator->() { return &process; }
-  process::ToolProcess &operator*() { return process; }
+  kelvarune::process::ToolProcess *operator->() { return &process; }
+  kelvarune::process::ToolProcess &operator*() { return process; }
 
 private:
-  process::ToolProcess process;
-  std::list<process::ToolProcess *> &processes;
+  kelvarune::process::ToolProcess process;
+  std::list<kelvarune::process::ToolProcess *> &processes;
   std::mutex &processesMutex;
-  std::list<process::ToolProcess *>::iterator place;
+  std::list<kelvarune::process::ToolProcess *>::iterator place;
 };
 
 #endif

@@ -3,10 +3,13 @@
 
 #include "director/Arguments.h"
 #include "director/ProofDirector.h"
+#include "text/Literals.h"
 
 #include <QDir>
 
 #include <algorithm>
+
+using namespace kelvarune;
 
 using mechanism::group_t;
 
@@ -20,7 +23,7 @@ struct bundle_t {
 };
 
 void addGoal(QStringList &arguments, unsigned long obligation, unsigned long goal) {
-  arguments << QStringLiteral("-a") << QString::number(obligation) << QString::number(goal);
+  arguments << "-a"_s << QString::number(obligation) << QString::number(goal);
 }
 
 } // namespace
@@ -68,9 +71,9 @@ void ProofDirector::produceWriterData(const QString &directory, const QString &p
     entry.po2filename = QDir(directory).filePath(bundle.fileName);
     entry.positions = bundle.addresses;
     entry.args = bundle.arguments;
-    entry.args << QStringLiteral("-i") << pogPath << QStringLiteral("-o") << entry.po2filename;
+    entry.args << "-i"_s << pogPath << "-o"_s << entry.po2filename;
     if (!poFilter.isEmpty())
-      entry.args << QStringLiteral("-m");
+      entry.args << "-m"_s;
     addParametersBits(entry.args, currentDriver.writer);
     writerData.push_back(std::move(entry));
   };

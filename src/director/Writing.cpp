@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using namespace kelvarune;
+
 namespace {
 
 bool exists(const QString &path) {

@@ -6,7 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace file {
+namespace kelvarune::file {
 
 /// Owns a file descriptor and closes it. Holds -1 when there is none.
 class Descriptor {
@@ -45,6 +45,6 @@ inline pipe_t makePipe() {
   return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-} // namespace file
+} // namespace kelvarune::file
 
 #endif

@@ -27,7 +27,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-namespace file {
+namespace kelvarune::file {
 
 namespace {
 
@@ -374,4 +374,4 @@ result_t FileReplacer::keepBackup() const {
   return {outcome_t::DONE, 0};
 }
 
-} // namespace file
+} // namespace kelvarune::file

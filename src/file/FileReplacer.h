@@ -10,7 +10,7 @@
 
 #include <sys/stat.h>
 
-namespace file {
+namespace kelvarune::file {
 
 /// What a replacement came to.
 enum class outcome_t {
@@ -79,6 +79,6 @@ private:
   known_file_t spare;   // what the temporary name names; without path: there is none
 };
 
-} // namespace file
+} // namespace kelvarune::file
 
 #endif

@@ -26,6 +26,8 @@
 #include <signal.h>
 #include <unistd.h>
 
+using namespace kelvarune;
+
 namespace {
 
 /// The director being replayed, for the termination handler; null when there is none.

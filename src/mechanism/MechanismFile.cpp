@@ -4,6 +4,7 @@
 
 #include "front/Utils.h"
 #include "mechanism/Mechanism.h"
+#include "text/Literals.h"
 #include "xml/XmlFile.h"
 
 #include <QDomDocument>
@@ -12,13 +13,15 @@
 #include <iostream>
 #include <utility>
 
+using namespace kelvarune;
+
 namespace mechanism {
 
 namespace {
 
-const QString DEFAULT_EXT = QStringLiteral("po2");
-const QString VALUE_TRUE = QStringLiteral("true");
-const QString TIMEOUT_VARIABLE = QStringLiteral("${timeout}");
+const QString DEFAULT_EXT = "po2"_s;
+const QString VALUE_TRUE = "true"_s;
+const QString TIMEOUT_VARIABLE = "${timeout}"_s;
 
 /// Reads what all tools have but their parameters. False when the tool is not found.
 bool locatedToolOfXml(const QDomElement &element, tool_t &tool,

@@ -6,6 +6,8 @@
 
 #include <stdexcept>
 
+using namespace kelvarune;
+
 namespace pos {
 
 namespace {

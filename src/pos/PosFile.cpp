@@ -13,6 +13,7 @@
 #include "pos/PosFile.h"
 
 #include "pos/pos.h"
+#include "text/Literals.h"
 #include "xml/TagScanner.h"
 #include "xml/XmlFile.h"
 
@@ -23,6 +24,8 @@
 #include <string_view>
 #include <thread>
 #include <utility>
+
+using namespace kelvarune;
 
 namespace pos {
 
@@ -234,7 +237,7 @@ QVector<QByteArray> PosFile::collect() {
 }
 
 QByteArray PosFile::wholeDocument() {
-  document.documentElement().setAttribute(ATTR_AUTHOR, QStringLiteral("proof_director"));
+  document.documentElement().setAttribute(ATTR_AUTHOR, "proof_director"_s);
   QByteArray bytes;
   QTextStream stream(&bytes, QIODevice::WriteOnly);
   document.save(stream, XML_INDENT);

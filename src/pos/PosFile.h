@@ -21,7 +21,7 @@ namespace pos {
 ///
 /// Saved bytes are those that QDomDocument::save with XML_INDENT gives. They are not made anew for
 /// every save: the bytes of each goal are kept, and only those of changed goals are serialised
-/// again. Each save replaces the whole file (see file::FileReplacer).
+/// again. Each save replaces the whole file (see kelvarune::file::FileReplacer).
 ///
 /// Threads: the document and `goalChanged` are guarded by a mutex of the owner, which
 /// passes it to the saving functions; these may be called by several threads at once and must be
@@ -109,7 +109,7 @@ private:
 
   std::mutex writeMutex; // guards what follows; taken before the document's mutex
   quint64 written = 0;
-  file::FileReplacer replacer;
+  kelvarune::file::FileReplacer replacer;
   bool ended = false;
 
   std::mutex failureMutex;

@@ -26,7 +26,7 @@ QString proofStateOf(const QDomElement &goal, const QString &absent);
 /// The status of a goal, a mechanism or a driver as it is stored; UNPROVED when it has none. Raises
 /// std::out_of_range for an unknown text.
 status_t statusOf(const QDomElement &element);
-status_t statusOf(const xml::MetElement &element);
+status_t statusOf(const kelvarune::xml::MetElement &element);
 
 /// The status that `goal` must have by its Proof_State, iapa and Mechanism children; never UNKNOWN.
 ///
@@ -46,18 +46,18 @@ enum class part_t { GOAL, PROOF_STATE, MECHANISM, DRIVER };
 /// Reads the POS file at `path` (UTF-8) without keeping it. Calls `visit` for each goal and for its
 /// Proof_State, Mechanism and Driver elements, each before those inside it, in document order.
 ///
-/// Results and exceptions of `visit` as of xml::visitElements.
-xml::read_result_t
-visitGoals(const std::string &path,
-           const std::function<void(part_t part, const xml::MetElement &element)> &visit);
+/// Results and exceptions of `visit` as of kelvarune::xml::visitElements.
+kelvarune::xml::read_result_t visitGoals(
+    const std::string &path,
+    const std::function<void(part_t part, const kelvarune::xml::MetElement &element)> &visit);
 
 /// Calls `visit(QDomElement)` for the goals of `document` in order until a call returns false.
 /// Returns whether all calls returned true.
 template <typename Visit>
 bool everyGoal(const QDomDocument &document, Visit visit) {
   for (const QDomElement &obligation :
-       xml::children(document.documentElement(), TAG_PROOF_OBLIGATION)) {
-    for (const QDomElement &goal : xml::children(obligation, TAG_SIMPLE_GOAL)) {
+       kelvarune::xml::children(document.documentElement(), TAG_PROOF_OBLIGATION)) {
+    for (const QDomElement &goal : kelvarune::xml::children(obligation, TAG_SIMPLE_GOAL)) {
       if (!visit(goal))
         return false;
     }

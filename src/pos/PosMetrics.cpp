@@ -8,6 +8,8 @@
 #include <functional>
 #include <utility>
 
+using namespace kelvarune;
+
 namespace pos {
 
 namespace {

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <iostream>
 
+using namespace kelvarune;
+
 namespace pos {
 
 namespace {

@@ -12,6 +12,8 @@
 #include <array>
 #include <ostream>
 
+using namespace kelvarune;
+
 namespace pos {
 
 const QString TAG_PROOF_OBLIGATIONS = QStringLiteral("Proof_Obligations");

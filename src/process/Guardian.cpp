@@ -13,7 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace process {
+namespace kelvarune::process {
 
 namespace {
 
@@ -58,4 +58,4 @@ Guardian::~Guardian() {
   }
 }
 
-} // namespace process
+} // namespace kelvarune::process

@@ -5,7 +5,7 @@
 
 #include <sys/types.h>
 
-namespace process {
+namespace kelvarune::process {
 
 /// A small process that outlives the program by a moment and ends its tools.
 ///
@@ -30,6 +30,6 @@ private:
   pid_t pid = -1;
 };
 
-} // namespace process
+} // namespace kelvarune::process
 
 #endif

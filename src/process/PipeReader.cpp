@@ -8,7 +8,7 @@
 
 #include <sys/ioctl.h>
 
-namespace process {
+namespace kelvarune::process {
 
 namespace {
 
@@ -54,4 +54,4 @@ std::size_t PipeReader::readUpTo(std::size_t size) {
   return 0;
 }
 
-} // namespace process
+} // namespace kelvarune::process

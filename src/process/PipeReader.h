@@ -7,7 +7,7 @@
 #include <functional>
 #include <limits>
 
-namespace process {
+namespace kelvarune::process {
 
 /// Reads what a tool writes, as it comes, and hands it to a consumer. Never blocks. One thread.
 class PipeReader {
@@ -36,6 +36,6 @@ private:
   std::size_t limit;
 };
 
-} // namespace process
+} // namespace kelvarune::process
 
 #endif

@@ -23,7 +23,7 @@
 #include <time.h>
 #include <unistd.h>
 
-namespace process::sessions {
+namespace kelvarune::process::sessions {
 
 namespace {
 
@@ -228,4 +228,4 @@ void endPipeWriters(ino_t pipe) {
   });
 }
 
-} // namespace process::sessions
+} // namespace kelvarune::process::sessions

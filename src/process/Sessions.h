@@ -14,7 +14,7 @@
 /// purpose, also when they make process groups of their own as `timeout` does. The sessions are
 /// kept in a fixed table in memory that the guardian process shares, and that a child between its
 /// creation and its program can write: no lock, no allocation.
-namespace process::sessions {
+namespace kelvarune::process::sessions {
 
 /// A session. Once its leader has ended its number may be given to a stranger, so only processes
 /// that were there at that time belong to it; `endTicks` is that time in the system's clock ticks
@@ -52,6 +52,6 @@ void end(const std::vector<session_t> &sessions);
 /// of the calling process (which are tools of their own).
 void endPipeWriters(ino_t pipe);
 
-} // namespace process::sessions
+} // namespace kelvarune::process::sessions
 
 #endif

@@ -14,7 +14,7 @@
 #include <signal.h>
 #include <unistd.h>
 
-namespace process {
+namespace kelvarune::process {
 
 namespace {
 
@@ -51,4 +51,4 @@ void setUpProgram() {
   }
 }
 
-} // namespace process
+} // namespace kelvarune::process

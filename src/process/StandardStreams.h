@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace process {
+namespace kelvarune::process {
 
 /// Writes `text` to standard output or standard error (through std::cout and std::cerr) and flushes
 /// it. Where nobody reads, this blocks; stop signals can interrupt it then, on the thread that lets
@@ -19,6 +19,6 @@ void offerToStandardError(const std::string &text);
 /// is not ignored, which would hide how tools end. Call at program start.
 void setUpProgram();
 
-} // namespace process
+} // namespace kelvarune::process
 
 #endif

@@ -3,7 +3,7 @@
 
 #include "process/StopSignals.h"
 
-namespace process::stop_signals {
+namespace kelvarune::process::stop_signals {
 
 namespace {
 
@@ -47,4 +47,4 @@ AllBlocked::~AllBlocked() {
   pthread_sigmask(SIG_SETMASK, &previous, nullptr);
 }
 
-} // namespace process::stop_signals
+} // namespace kelvarune::process::stop_signals

@@ -11,7 +11,7 @@
 /// while the interrupted thread holds either. The program's main thread therefore keeps the stop
 /// signals blocked and lets them in only while it waits for a tool or for its workers, and in
 /// stretches that it opens on purpose. All other threads keep them blocked for good.
-namespace process::stop_signals {
+namespace kelvarune::process::stop_signals {
 
 /// Blocks `signals` in the calling thread, which becomes the one that lets them in when it waits.
 /// Call once, before any other thread exists. Without this call nothing below has any effect.
@@ -44,6 +44,6 @@ private:
   sigset_t previous;
 };
 
-} // namespace process::stop_signals
+} // namespace kelvarune::process::stop_signals
 
 #endif

@@ -23,7 +23,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace process {
+namespace kelvarune::process {
 
 namespace {
 
@@ -218,4 +218,4 @@ void ToolProcess::reap(bool block) {
   pidfd.reset();
 }
 
-} // namespace process
+} // namespace kelvarune::process

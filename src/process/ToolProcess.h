@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <mutex>
 
-namespace process {
+namespace kelvarune::process {
 
 class PipeReader;
 
@@ -64,6 +64,6 @@ private:
   bool endedBySignal = false;
 };
 
-} // namespace process
+} // namespace kelvarune::process
 
 #endif

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace xml {
+namespace kelvarune::xml {
 
 namespace {
 
@@ -113,4 +113,4 @@ std::size_t nestingDepth(std::string_view bytes) {
   return deepest;
 }
 
-} // namespace xml
+} // namespace kelvarune::xml

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace xml {
+namespace kelvarune::xml {
 
 enum class tag_kind_t { OPEN, CLOSE, EMPTY };
 
@@ -43,6 +43,6 @@ private:
 /// The number of elements open at once at the deepest place of the document, 0 without elements.
 std::size_t nestingDepth(std::string_view bytes);
 
-} // namespace xml
+} // namespace kelvarune::xml
 
 #endif

@@ -4,6 +4,7 @@
 
 #include "xml/XmlFile.h"
 
+#include "text/Literals.h"
 #include "xml/TagScanner.h"
 
 #include <QFile>
@@ -19,7 +20,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace xml {
+namespace kelvarune::xml {
 
 namespace {
 
@@ -182,8 +183,8 @@ read_result_t visitElements(const QString &path, ElementVisitor &visitor) {
   source.setData(bytes);
   QXmlSimpleReader reader;
   // As the document classes have it.
-  reader.setFeature(QStringLiteral("http://xml.org/sax/features/namespaces"), false);
-  reader.setFeature(QStringLiteral("http://xml.org/sax/features/namespace-prefixes"), true);
+  reader.setFeature("http://xml.org/sax/features/namespaces"_s, false);
+  reader.setFeature("http://xml.org/sax/features/namespace-prefixes"_s, true);
   reader.setContentHandler(&handler);
   reader.setErrorHandler(&handler);
   handler.result.readable = true;
@@ -215,7 +216,7 @@ QString attribute(const QDomElement &element, const QString &name) {
   if (!element.hasAttribute(name))
     return QString();
   const QString value = element.attribute(name);
-  return value.isNull() ? QLatin1String("") : value;
+  return value.isNull() ? ""_s : value;
 }
 
-} // namespace xml
+} // namespace kelvarune::xml

@@ -8,7 +8,7 @@
 
 class QXmlAttributes;
 
-namespace xml {
+namespace kelvarune::xml {
 
 /// The deepest nesting of elements that is read. The XML library recurses over the elements of a
 /// document when it writes and frees it, so a deeper document could exhaust the stack.
@@ -107,6 +107,6 @@ private:
   QString tag;
 };
 
-} // namespace xml
+} // namespace kelvarune::xml
 
 #endif

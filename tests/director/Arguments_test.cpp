@@ -1,8 +1,11 @@
 // The names of files. Parameters are tested where tools get them, by running the program.
 
 #include "director/Arguments.h"
+#include "text/Literals.h"
 
 #include <gtest/gtest.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -14,9 +17,7 @@ TEST(Arguments, FileNames) {
   for (const auto &[path, base] : rows)
     EXPECT_EQ(baseNameOfPog(QString::fromUtf8(path)).toStdString(), base) << path;
   // Names stay literal, whatever placeholders they look like.
-  EXPECT_EQ(secondaryFileName(QStringLiteral("%2"), QStringLiteral("%1"), QStringLiteral("a %3"),
-                              {3, 0}, QStringLiteral("po2"))
-                .toStdString(),
+  EXPECT_EQ(secondaryFileName("%2"_s, "%1"_s, "a %3"_s, {3, 0}, "po2"_s).toStdString(),
             "%2_%1_a %3_3_0.po2");
 }
 

@@ -3,10 +3,13 @@
 
 #include "director/ProofDirector.h"
 #include "support/Fixtures.h"
+#include "text/Literals.h"
 #include "xml/XmlFile.h"
 
 #include <sstream>
 #include <thread>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -117,9 +120,8 @@ TEST_F(Director, DesignatedGoalPrintsItsModelAndKeepsItsStatus) {
   directory.write("verdicts", "Disproved\nx = 1\n\ny = 2\n");
   EXPECT_EQ(play(make(driver("d"), "always", "", "A.2")),
             "\tProof driver d, still 1 unproved PO\n\t\tA\n\t\t\t-model:\nx = 1\n\ny = 2\n\n\n\n");
-  EXPECT_EQ(director->getWriterData().at(0).args.mid(0, 3),
-            (QStringList{QStringLiteral("-a"), QStringLiteral("0"), QStringLiteral("1")}));
-  EXPECT_EQ(director->getWriterData().at(0).args.last(), QStringLiteral("-m"));
+  EXPECT_EQ(director->getWriterData().at(0).args.mid(0, 3), (QStringList{"-a"_s, "0"_s, "1"_s}));
+  EXPECT_EQ(director->getWriterData().at(0).args.last(), "-m"_s);
   EXPECT_EQ(savedStatuses(), "Unproved/Unproved/Unproved Unproved/Unproved/Unproved "
                              "Proved/Unproved/Unproved");
 }
@@ -134,13 +136,13 @@ TEST_F(Director, DesignatedGoalSelection) {
     ProofDirector &selecting = make(driver("d", "group=\"related\""), "always", "", goal);
     const selection_t selection = select(selecting);
     EXPECT_EQ(selection, expected) << goal;
-    selecting.produceWriterData(QStringLiteral("d"), QStringLiteral("c.pog"), selection);
+    selecting.produceWriterData("d"_s, "c.pog"_s, selection);
     selecting.produceProverData();
     ASSERT_EQ(selecting.getProverData().size(), selection.size());
     if (!selection.empty()) {
       // The place in the selection stands for the obligation.
-      EXPECT_EQ(selecting.getProverData()[0].inpath, QStringLiteral("d/c_m_d_0.po2"));
-      EXPECT_EQ(selecting.getWriterData()[0].args.at(1), QStringLiteral("0"));
+      EXPECT_EQ(selecting.getProverData()[0].inpath, "d/c_m_d_0.po2"_s);
+      EXPECT_EQ(selecting.getWriterData()[0].args.at(1), "0"_s);
       EXPECT_TRUE(selecting.getWriterData()[0].positions.empty());
     }
   }
@@ -149,7 +151,7 @@ TEST_F(Director, DesignatedGoalSelection) {
 TEST_F(Director, JobLoopsRunEveryEntryOnce) {
   ProofDirector &jobs = make(driver("d"));
   const selection_t selection = select(jobs);
-  jobs.produceWriterData(directory.path(), directory.path(QStringLiteral("c.pog")), selection);
+  jobs.produceWriterData(directory.path(), directory.path("c.pog"_s), selection);
   jobs.produceProverData();
   EXPECT_THROW(jobs.writeEntry(2), std::out_of_range);
   EXPECT_THROW(jobs.proveEntry(2), std::out_of_range);
@@ -182,7 +184,7 @@ TEST_F(Director, StopFromAnotherThreadEndsTheRun) {
     stopper.join();
     EXPECT_EQ(savedStatuses(), "Unproved/Unproved/Unproved Unproved/Unproved/Unproved "
                                "Proved/Unproved/Unproved");
-    EXPECT_EQ(QDir(directory.path()).entryList({QStringLiteral("*.po2")}).size(), 0);
+    EXPECT_EQ(QDir(directory.path()).entryList({"*.po2"_s}).size(), 0);
     EXPECT_FALSE(stopped.hasErrors()) << "killed on purpose";
   }
 }
@@ -207,14 +209,11 @@ TEST_F(Director, DumpsKeepTheirOddities) {
   EXPECT_NE(out.str().find(", Unproved, {d}}"), std::string::npos) << out.str();
 
   out.str("");
-  out << prover_data_t{
-      "/p",    {QStringLiteral("1")}, "/r", {QStringLiteral("never shown")}, QStringLiteral("f"),
-      {{3, 4}}};
+  out << prover_data_t{"/p", {"1"_s}, "/r", {"never shown"_s}, "f"_s, {{3, 4}}};
   EXPECT_EQ(out.str(),
             "cmdp: /p\nargsp: \n1\ncmdr:/r\nargsr:\n1\ninpath:f\npo addresses:\n\t3\t4\n");
   out.str("");
-  out << writer_data_t{
-      "/w", {QStringLiteral("a"), QStringLiteral("b")}, QStringLiteral("f"), {{1, 2}, {3, 4}}};
+  out << writer_data_t{"/w", {"a"_s, "b"_s}, "f"_s, {{1, 2}, {3, 4}}};
   EXPECT_EQ(out.str(), "cmd: /w\nargs: a b\npo2filename: f\npositions: {1, 2}{3, 4}\n");
   out.str("");
   out << dumped;

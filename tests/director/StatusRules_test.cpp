@@ -1,6 +1,9 @@
 #include "director/StatusRules.h"
+#include "text/Literals.h"
 
 #include <gtest/gtest.h>
+
+using namespace kelvarune;
 
 using mechanism::trust_t;
 
@@ -52,16 +55,16 @@ TEST(StatusRules, NextMechanismStatus) {
 }
 
 TEST(StatusRules, GoalFollows) {
-  const QString unproved = QStringLiteral("Unproved");
-  const QString unreliable = QStringLiteral("UnreliablyProved");
-  const QString proved = QStringLiteral("Proved");
+  const QString unproved = "Unproved"_s;
+  const QString unreliable = "UnreliablyProved"_s;
+  const QString proved = "Proved"_s;
   for (const pos::status_t status : {pos::UNPROVED, pos::UNKNOWN})
     EXPECT_FALSE(goalFollows(unproved, status)) << status;
   for (const pos::status_t status : {pos::UNRELIABLY_PROVED, pos::PROVED, pos::DISPROVED}) {
     EXPECT_TRUE(goalFollows(unproved, status)) << status;
     EXPECT_EQ(goalFollows(unreliable, status), status != pos::UNRELIABLY_PROVED) << status;
     EXPECT_FALSE(goalFollows(proved, status)) << status;
-    EXPECT_FALSE(goalFollows(QStringLiteral("Unknown"), status)) << status;
+    EXPECT_FALSE(goalFollows("Unknown"_s, status)) << status;
   }
 }
 

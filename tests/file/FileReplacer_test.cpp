@@ -1,5 +1,6 @@
 #include "file/FileReplacer.h"
 #include "support/Fixtures.h"
+#include "text/Literals.h"
 
 #include <set>
 
@@ -7,6 +8,8 @@
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -49,7 +52,7 @@ TEST(FileReplacer, KeepsEverythingButTheContent) {
   if (hasAttributes) {
     EXPECT_EQ(::getxattr(path.c_str(), "user.note", &value, 1), 1);
   }
-  EXPECT_EQ(entriesOf(directory), QStringList{QStringLiteral("a.pos")});
+  EXPECT_EQ(entriesOf(directory), QStringList{"a.pos"_s});
 }
 
 std::string contentOf(int fd) {
@@ -84,7 +87,7 @@ TEST(FileReplacer, FilesTakeTurnsUnlessSomebodyElseComesIn) {
     }
   }
   EXPECT_EQ(inodes.size(), 2U) << "two files take turns";
-  EXPECT_EQ(entriesOf(directory), QStringList{QStringLiteral("a.pos")}) << "the spare is gone";
+  EXPECT_EQ(entriesOf(directory), QStringList{"a.pos"_s}) << "the spare is gone";
   EXPECT_EQ(statusOf(path).st_mode & 0777, 0600U);
   for (const int reader : readers)
     ::close(reader);
@@ -92,7 +95,7 @@ TEST(FileReplacer, FilesTakeTurnsUnlessSomebodyElseComesIn) {
 
 TEST(FileReplacer, FollowsLinksAndKeepsThem) {
   const TemporaryDirectory directory;
-  QDir(directory.path()).mkdir(QStringLiteral("real"));
+  QDir(directory.path()).mkdir("real"_s);
   const std::string target = directory.write("real/a.pos", "old");
   const std::string other = directory.bytePath("hard");
   const std::string link = directory.bytePath("link.pos");
@@ -111,7 +114,7 @@ TEST(FileReplacer, CreatesNothing) {
   const TemporaryDirectory directory;
   ASSERT_EQ(::mkfifo(directory.bytePath("fifo").c_str(), 0600), 0);
   ASSERT_EQ(::symlink("nowhere", directory.bytePath("dangling").c_str()), 0);
-  QDir(directory.path()).mkdir(QStringLiteral("folder"));
+  QDir(directory.path()).mkdir("folder"_s);
   const QStringList before = entriesOf(directory);
   for (const char *name : {"missing", "missing/too", "fifo", "dangling", "folder"})
     EXPECT_EQ(file::FileReplacer(directory.bytePath(name)).replace(PIECES).outcome,
@@ -130,9 +133,8 @@ TEST(FileReplacer, RemovesLeftoversOfKilledRunsOnly) {
   ASSERT_EQ(::flock(fd, LOCK_EX), 0);
   EXPECT_EQ(file::FileReplacer(path).replace(PIECES).outcome, file::outcome_t::DONE);
   ::close(fd);
-  EXPECT_EQ(entriesOf(directory),
-            (QStringList{QStringLiteral(".a.pos.124-1.kelvarune-new"),
-                         QStringLiteral(".b.pos.123-1.kelvarune-new"), QStringLiteral("a.pos")}));
+  EXPECT_EQ(entriesOf(directory), (QStringList{".a.pos.124-1.kelvarune-new"_s,
+                                               ".b.pos.123-1.kelvarune-new"_s, "a.pos"_s}));
 }
 
 TEST(FileReplacer, KeepsABackup) {

@@ -5,6 +5,7 @@
 #include "pos/PosFile.h"
 #include "pos/PosInternal.h"
 #include "pos/pos.h"
+#include "text/Literals.h"
 #include "xml/XmlFile.h"
 
 #include <QHash>
@@ -19,6 +20,8 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -75,7 +78,7 @@ void checkDepth(std::string_view input) {
 }
 
 std::string wholeOf(QDomDocument &document) {
-  document.documentElement().setAttribute(pos::ATTR_AUTHOR, QStringLiteral("proof_director"));
+  document.documentElement().setAttribute(pos::ATTR_AUTHOR, "proof_director"_s);
   QByteArray bytes;
   QTextStream stream(&bytes, QIODevice::WriteOnly);
   document.save(stream, pos::XML_INDENT);
@@ -193,8 +196,7 @@ void keepCurrent(const std::string &path, std::mt19937 &choices) {
   if (choices() % 4)
     saveAndCompare(); // else the first save comes with changes
   const std::vector<goal_t> goals = goalsOf(document);
-  const QStringList statuses = {QStringLiteral("Proved"), QStringLiteral("Unknown"),
-                                QStringLiteral("a<b&\"c\"\n")};
+  const QStringList statuses = {"Proved"_s, "Unknown"_s, "a<b&\"c\"\n"_s};
   for (int round = 0; round < 3 && !goals.empty(); ++round) {
     for (unsigned i = 0; i <= choices() % 3; ++i) {
       const goal_t &goal = goals[choices() % goals.size()];

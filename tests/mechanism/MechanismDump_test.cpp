@@ -2,9 +2,12 @@
 
 #include "mechanism/Mechanism.h"
 #include "support/Fixtures.h"
+#include "text/Literals.h"
 
 #include <ios>
 #include <sstream>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -14,15 +17,15 @@ void readParameters(const std::string &xml, mechanism::tool_t &tool) {
 
 mechanism::driver_t fullDriver() {
   mechanism::driver_t driver;
-  driver.name = QStringLiteral("Étude");
+  driver.name = "Étude"_s;
   driver.group = mechanism::group_t::RELATED;
-  driver.writer.name = QStringLiteral("w");
-  driver.writer.default_path = QStringLiteral("bin/w");
-  driver.writer.resource = QStringLiteral("Any*W_Path");
+  driver.writer.name = "w"_s;
+  driver.writer.default_path = "bin/w"_s;
+  driver.writer.resource = "Any*W_Path"_s;
   driver.writer.path = "/opt/a \"b\\/w";
   readParameters("<param name='-x' value='1'/><param separator='' value='a&quot;b&#10;c'/>",
                  driver.writer);
-  driver.prover.name = QStringLiteral("p");
+  driver.prover.name = "p"_s;
   driver.prover.path = "/opt/p";
   driver.prover.timeout = 30;
   driver.prover.input = mechanism::input_t::FILE;

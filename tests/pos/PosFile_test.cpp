@@ -4,12 +4,15 @@
 #include "pos/PosFile.h"
 #include "pos/pos.h"
 #include "support/Fixtures.h"
+#include "text/Literals.h"
 #include "xml/XmlFile.h"
 
 #include <QTextStream>
 
 #include <random>
 #include <sstream>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -101,7 +104,7 @@ TEST(PosFile, BytesAreThoseOfAWholeSaveAfterRandomUpdates) {
     SCOPED_TRACE(row.name);
     const TemporaryDirectory directory;
     directory.write("c.pos", encoded(documentXml(row), row.encoding).toStdString());
-    pos::PosFile file(directory.path(QStringLiteral("c.pos")));
+    pos::PosFile file(directory.path("c.pos"_s));
     QDomDocument document;
     std::mutex mutex;
     ASSERT_TRUE(file.load(document));
@@ -132,8 +135,7 @@ TEST(PosFile, BytesAreThoseOfAWholeSaveAfterRandomUpdates) {
       ASSERT_TRUE(file.saveUpTo(file.ticket(), mutex));
       ASSERT_EQ(directory.read("c.pos"), wholeSave(document)) << "round " << round;
     }
-    EXPECT_EQ(document.documentElement().attribute(pos::ATTR_AUTHOR),
-              QStringLiteral("proof_director"));
+    EXPECT_EQ(document.documentElement().attribute(pos::ATTR_AUTHOR), "proof_director"_s);
   }
 }
 
@@ -141,7 +143,7 @@ TEST(PosFile, MalformedFileIsKeptBesideTheFirstSave) {
   const TemporaryDirectory directory;
   const std::string original = "<Proof_Obligations><Proof_Obligation><Tag>T</Tag></Proof_";
   directory.write("c.pos", original);
-  pos::PosFile file(directory.path(QStringLiteral("c.pos")));
+  pos::PosFile file(directory.path("c.pos"_s));
   QDomDocument document;
   std::mutex mutex;
   ASSERT_TRUE(file.load(document));
@@ -155,7 +157,7 @@ TEST(PosFile, MalformedFileIsKeptBesideTheFirstSave) {
 TEST(PosFile, OneWriteServesAllTicketsIssuedBefore) {
   const TemporaryDirectory directory;
   directory.write("c.pos", "<r/>");
-  pos::PosFile file(directory.path(QStringLiteral("c.pos")));
+  pos::PosFile file(directory.path("c.pos"_s));
   QDomDocument document;
   std::mutex mutex;
   ASSERT_TRUE(file.load(document));

@@ -1,9 +1,12 @@
 #include "pos/pos.h"
 #include "support/Fixtures.h"
+#include "text/Literals.h"
 
 #include <gmock/gmock.h>
 
 #include <stdexcept>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -134,7 +137,7 @@ TEST(RemoveMechanism, TakesOutOnePerGoalAndCorrectsTheStatus) {
     SCOPED_TRACE(row.name);
     QDomDocument document = posDocument(row.before);
     bool changed = !row.changed;
-    EXPECT_TRUE(pos::removeMechanism(document, QStringLiteral("M"), changed));
+    EXPECT_TRUE(pos::removeMechanism(document, "M"_s, changed));
     EXPECT_EQ(changed, row.changed);
     EXPECT_EQ(treeOf(document), treeOf(posDocument(row.after)));
   }
@@ -143,10 +146,10 @@ TEST(RemoveMechanism, TakesOutOnePerGoalAndCorrectsTheStatus) {
 TEST(RemoveMechanism, TakesAMissingNameForTheEmptyOneAndNoNullDocument) {
   QDomDocument document = posDocument("<Simple_Goal><Mechanism/></Simple_Goal>");
   bool changed = false;
-  EXPECT_TRUE(pos::removeMechanism(document, QLatin1String(""), changed));
+  EXPECT_TRUE(pos::removeMechanism(document, ""_s, changed));
   EXPECT_TRUE(changed);
   QDomDocument null;
-  EXPECT_FALSE(pos::removeMechanism(null, QStringLiteral("M"), changed));
+  EXPECT_FALSE(pos::removeMechanism(null, "M"_s, changed));
   EXPECT_FALSE(changed);
 }
 
@@ -183,8 +186,7 @@ TEST_F(GetMechanisms, AndTheOtherOperationsRefuseUnknownTextsInTheGoalsConcerned
     QDomDocument document = posDocument(goal);
     bool changed = false;
     EXPECT_THROW(pos::checkPosInvariant(document), std::out_of_range) << goal;
-    EXPECT_THROW(pos::removeMechanism(document, QStringLiteral("M"), changed), std::out_of_range)
-        << goal;
+    EXPECT_THROW(pos::removeMechanism(document, "M"_s, changed), std::out_of_range) << goal;
   }
 }
 

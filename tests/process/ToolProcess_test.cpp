@@ -1,6 +1,7 @@
 #include "process/PipeReader.h"
 #include "process/ToolProcess.h"
 #include "support/Fixtures.h"
+#include "text/Literals.h"
 
 #include <chrono>
 #include <set>
@@ -8,13 +9,15 @@
 
 #include <signal.h>
 
+using namespace kelvarune;
+
 namespace {
 
 using namespace std::chrono_literals;
 using process::ToolProcess;
 
 QStringList shell(const char *script) {
-  return {QStringLiteral("-c"), QString::fromLatin1(script)};
+  return {"-c"_s, QString::fromLatin1(script)};
 }
 
 /// What a shell script writes, read while it runs.
@@ -35,7 +38,7 @@ std::string outputOf(const char *script) {
 // A zombie counts as gone: whether anybody reaps an orphan is the system's affair.
 bool isGone(const std::string &pid) {
   for (int i = 0; i < 200; ++i) {
-    QFile status(QStringLiteral("/proc/%1/stat").arg(QString::fromStdString(pid)));
+    QFile status("/proc/%1/stat"_s.arg(QString::fromStdString(pid)));
     if (!status.open(QIODevice::ReadOnly) || status.readAll().contains(") Z "))
       return true;
     std::this_thread::sleep_for(10ms);
@@ -117,7 +120,7 @@ TEST(ToolProcess, EndsWithItsOwner) {
   pid_t pid = 0;
   {
     ToolProcess tool;
-    ASSERT_TRUE(tool.start("/bin/sleep", {QStringLiteral("60")}, -1, -1));
+    ASSERT_TRUE(tool.start("/bin/sleep", {"60"_s}, -1, -1));
     pid = tool.session();
     EXPECT_FALSE(tool.waitForEnd(nullptr, 10)) << "still running";
   }

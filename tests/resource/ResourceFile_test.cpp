@@ -1,12 +1,15 @@
 // Reading and writing one file, and what is said when that fails.
 
 #include "ResourceFixture.h"
+#include "text/Literals.h"
 
 #include <csignal>
 #include <cstring>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -98,7 +101,7 @@ TEST_F(ResourceFile, SavesAllLinesAndKeepsTheOldFileAsBackup) {
   save_resources();
   EXPECT_EQ(directory.read("explicit"), "! head\n\nMVL*t*r: 2\nforeign \\\n\xff\xfe\n! tail\n");
   EXPECT_EQ(directory.read("explicit~"), content) << "each save replaces the backup";
-  EXPECT_FALSE(QFile::exists(directory.path(QStringLiteral("user~")))) << "only one file is saved";
+  EXPECT_FALSE(QFile::exists(directory.path("user~"_s))) << "only one file is saved";
 }
 
 TEST_F(ResourceFile, SaysWhatCannotBeRenamedOrOpened) {

@@ -1,8 +1,11 @@
 // Files as they may be written, and what is read from them.
 
 #include "ResourceFixture.h"
+#include "text/Literals.h"
 
 #include <QString>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -56,14 +59,14 @@ TEST_F(SyntaxAnalysis, ReadsAFile) {
       {"names differ by case and blank", "MVL*t*r: 1\nMVL*T*r: 2\nMVL*t*r : 3\n",
        "MVL*t*r: 1\nMVL*t*r : 3\nMVL*T*r: 2\n"},
   };
-  const QString file = directory.path(QStringLiteral("general")) + QLatin1Char(':');
+  const QString file = directory.path("general"_s) + QLatin1Char(':');
   for (const auto &row : rows) {
     SCOPED_TRACE(row.name);
     clear();
     testing::internal::CaptureStderr();
     load(RESOURCE_SOURCE_MORVANEL, "general", row.content);
     QString errors = QString::fromStdString(testing::internal::GetCapturedStderr());
-    errors.remove(file).remove(QStringLiteral("Resource syntax error: "));
+    errors.remove(file).remove("Resource syntax error: "_s);
     EXPECT_EQ(errors.toStdString(), row.errors);
     EXPECT_EQ(printed(), row.resources);
     EXPECT_EQ(textOf(RESOURCE_SOURCE_MORVANEL), row.lines ? row.lines : row.content);

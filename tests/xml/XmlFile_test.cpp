@@ -1,12 +1,15 @@
 // The scanner on documents made to mislead it, and the reader on files that are no documents.
 
 #include "support/Fixtures.h"
+#include "text/Literals.h"
 #include "xml/TagScanner.h"
 #include "xml/XmlFile.h"
 
 #include <stdexcept>
 
 #include <sys/stat.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -185,14 +188,14 @@ std::string startOf(const QString &name, const QString &x) {
   return "<" + name.toStdString() + " " + x.toStdString() + ">";
 }
 
-const QString X = QStringLiteral("x");
-const QString ABSENT = QStringLiteral("absent");
+const QString X = "x"_s;
+const QString ABSENT = "absent"_s;
 
 class Writer : public xml::ElementVisitor {
 public:
   void open(const xml::MetElement &element) override {
     text += startOf(element.name(), element.attribute(X, ABSENT));
-    if (element.name() == QLatin1String("throw"))
+    if (element.name() == "throw"_s)
       throw std::out_of_range("visitor");
   }
   void close() override { text += "</>"; }
@@ -220,8 +223,8 @@ TEST(VisitElements, MeetsTheElementsOfTheDocument) {
     directory.write("c.xml", bytes);
     QDomDocument document;
     Writer writer;
-    EXPECT_TRUE(xml::readDocument(directory.path(QStringLiteral("c.xml")), document).wellFormed);
-    EXPECT_TRUE(xml::visitElements(directory.path(QStringLiteral("c.xml")), writer).wellFormed);
+    EXPECT_TRUE(xml::readDocument(directory.path("c.xml"_s), document).wellFormed);
+    EXPECT_TRUE(xml::visitElements(directory.path("c.xml"_s), writer).wellFormed);
     EXPECT_EQ(writer.text, textOf(document.documentElement())) << bytes;
   }
 }
@@ -232,7 +235,7 @@ TEST(VisitElements, RaisesTheVisitorsExceptionsOfWellFormedFilesOnly) {
   const auto visit = [&](const std::string &bytes) {
     directory.write("c.xml", bytes);
     writer.text.clear();
-    return xml::visitElements(directory.path(QStringLiteral("c.xml")), writer);
+    return xml::visitElements(directory.path("c.xml"_s), writer);
   };
   EXPECT_THROW(visit("<a><throw/><b/></a>"), std::out_of_range);
   EXPECT_EQ(writer.text, "<a absent><throw absent>") << "no calls afterwards";
@@ -246,29 +249,29 @@ TEST(VisitElements, RaisesTheVisitorsExceptionsOfWellFormedFilesOnly) {
 TEST(Attribute, TellsAbsentFromEmpty) {
   const QDomDocument document = documentOf("<a empty='' full='x'/>");
   const QDomElement element = document.documentElement();
-  const QString empty = xml::attribute(element, QStringLiteral("empty"));
+  const QString empty = xml::attribute(element, "empty"_s);
   EXPECT_TRUE(empty.isEmpty());
   EXPECT_FALSE(empty.isNull());
-  EXPECT_EQ(xml::attribute(element, QStringLiteral("full")).toStdString(), "x");
-  EXPECT_TRUE(xml::attribute(element, QStringLiteral("absent")).isNull());
-  EXPECT_TRUE(xml::attribute(QDomElement(), QStringLiteral("empty")).isNull());
+  EXPECT_EQ(xml::attribute(element, "full"_s).toStdString(), "x");
+  EXPECT_TRUE(xml::attribute(element, "absent"_s).isNull());
+  EXPECT_TRUE(xml::attribute(QDomElement(), "empty"_s).isNull());
 }
 
 TEST(Children, AreDirectNamedAndInOrder) {
   const QDomDocument document =
       documentOf("<a>text<c n='1'><c n='deep'/></c><!-- --><d/><c n='2'/></a>");
   std::string seen;
-  for (const QDomElement &child : xml::children(document.documentElement(), QStringLiteral("c")))
-    seen += child.attribute(QStringLiteral("n")).toStdString() + ",";
+  for (const QDomElement &child : xml::children(document.documentElement(), "c"_s))
+    seen += child.attribute("n"_s).toStdString() + ",";
   EXPECT_EQ(seen, "1,2,");
-  for (const QDomElement &child : xml::children(QDomElement(), QStringLiteral("c")))
+  for (const QDomElement &child : xml::children(QDomElement(), "c"_s))
     ADD_FAILURE() << child.tagName().toStdString();
 }
 
 TEST(Children, MayBeRemovedWhileLooping) {
   QDomDocument document = documentOf("<a><c/><d/><c/><c/><d/></a>");
   QDomElement root = document.documentElement();
-  for (const QDomElement &child : xml::children(root, QStringLiteral("c")))
+  for (const QDomElement &child : xml::children(root, "c"_s))
     root.removeChild(child);
   EXPECT_EQ(document.toString(-1).trimmed().toStdString(), "<a><d/><d/></a>");
 }

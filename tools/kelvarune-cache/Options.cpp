@@ -4,11 +4,15 @@
 
 #include "kelvarune-cache/Options.h"
 
+#include "text/Literals.h"
+
 #include <QCommandLineParser>
 #include <QFile>
 #include <QHash>
 
 #include <iostream>
+
+using namespace kelvarune;
 
 namespace cache {
 
@@ -18,12 +22,10 @@ constexpr int PREFIXES = 5;
 const char PREFIX_OF_POWER[PREFIXES] = {'\0', 'K', 'M', 'G', 'T'};
 
 const QHash<QString, policy_t> &modeOfName() {
-  static const QHash<QString, policy_t> modes = {{QStringLiteral("none"), policy_t::NONE},
-                                                 {QStringLiteral("update"), policy_t::UPDATE},
-                                                 {QStringLiteral("replay"), policy_t::REPLAY},
-                                                 {QStringLiteral("rebuild"), policy_t::REBUILD},
-                                                 {QStringLiteral("offline"), policy_t::OFFLINE},
-                                                 {QStringLiteral("cleanup"), policy_t::CLEANUP}};
+  static const QHash<QString, policy_t> modes = {
+      {"none"_s, policy_t::NONE},       {"update"_s, policy_t::UPDATE},
+      {"replay"_s, policy_t::REPLAY},   {"rebuild"_s, policy_t::REBUILD},
+      {"offline"_s, policy_t::OFFLINE}, {"cleanup"_s, policy_t::CLEANUP}};
   return modes;
 }
 
@@ -76,35 +78,25 @@ bool parsePattern(const QString &text, QRegularExpression &pattern) {
 /// The options, declared once; the parser knows them by these objects.
 struct declarations_t {
   using Option = QCommandLineOption;
-  Option mode{QStringLiteral("mode"),
-              QStringLiteral("none, update (the default), replay, rebuild, offline or cleanup."),
-              QStringLiteral("mode")};
-  Option directory{QStringLiteral("directory"), QStringLiteral("Where the answers are kept."),
-                   QStringLiteral("dir")};
-  Option maxSize{QStringLiteral("max-size"),
-                 QStringLiteral("Disk space for the answers, with K, M, G or T; 0: no bound."),
-                 QStringLiteral("size"), QStringLiteral("1G")};
-  Option goalFile{QStringLiteral("goal-file"),
-                  QStringLiteral("File that holds the goals; its content counts, not its name. "
-                                 "May be repeated."),
-                  QStringLiteral("file")};
-  Option standardInput{QStringLiteral("stdin"),
-                       QStringLiteral("Goals come on standard input too, beside --goal-file.")};
-  Option versionText{QStringLiteral("version-text"),
-                     QStringLiteral("Stands for the prover's file in the key."),
-                     QStringLiteral("text")};
-  Option definite{QStringLiteral("definite"),
-                  QStringLiteral("Some line must match for an answer to be stored."),
-                  QStringLiteral("regex"), QStringLiteral("unsat|sat")};
-  Option indefinite{
-      QStringLiteral("indefinite"), QStringLiteral("No line may match."), QStringLiteral("regex"),
-      QStringLiteral("unknown|timeout|.*interrupted.*|.*out of memory.*|\\(error.*|error.*")};
-  Option statuses{QStringLiteral("statuses"),
-                  QStringLiteral("Exit statuses with which an answer may be stored."),
-                  QStringLiteral("list"), QStringLiteral("0")};
-  Option unusedFor{QStringLiteral("unused-for"),
-                   QStringLiteral("With mode cleanup: remove answers unused for so many days."),
-                   QStringLiteral("days")};
+  Option mode{"mode"_s, "none, update (the default), replay, rebuild, offline or cleanup."_s,
+              "mode"_s};
+  Option directory{"directory"_s, "Where the answers are kept."_s, "dir"_s};
+  Option maxSize{"max-size"_s, "Disk space for the answers, with K, M, G or T; 0: no bound."_s,
+                 "size"_s, "1G"_s};
+  Option goalFile{"goal-file"_s,
+                  "File that holds the goals; its content counts, not its name. "
+                  "May be repeated."_s,
+                  "file"_s};
+  Option standardInput{"stdin"_s, "Goals come on standard input too, beside --goal-file."_s};
+  Option versionText{"version-text"_s, "Stands for the prover's file in the key."_s, "text"_s};
+  Option definite{"definite"_s, "Some line must match for an answer to be stored."_s, "regex"_s,
+                  "unsat|sat"_s};
+  Option indefinite{"indefinite"_s, "No line may match."_s, "regex"_s,
+                    "unknown|timeout|.*interrupted.*|.*out of memory.*|\\(error.*|error.*"_s};
+  Option statuses{"statuses"_s, "Exit statuses with which an answer may be stored."_s, "list"_s,
+                  "0"_s};
+  Option unusedFor{"unused-for"_s, "With mode cleanup: remove answers unused for so many days."_s,
+                   "days"_s};
 
   QList<Option> all() const {
     return {mode,        directory, maxSize,    goalFile, standardInput,
@@ -118,9 +110,9 @@ bool readSettings(const QCommandLineParser &parser, const declarations_t &declar
   if (mode.isEmpty())
     mode = environment("KELVARUNE_CACHE_MODE");
   if (mode.isEmpty())
-    mode = QStringLiteral("update");
+    mode = "update"_s;
   if (!modeOfName().contains(mode))
-    return fail(QStringLiteral("there is no mode '") + mode + QLatin1Char('\''));
+    return fail("there is no mode '"_s + mode + QLatin1Char('\''));
   options.mode = modeOfName().value(mode);
 
   QString directory = parser.value(declared.directory);
@@ -129,19 +121,17 @@ bool readSettings(const QCommandLineParser &parser, const declarations_t &declar
   options.directory = directory.isEmpty() ? defaultDirectory() : directory.toStdString();
 
   if (!parseSize(parser.value(declared.maxSize), options.maxBytes))
-    return fail(QStringLiteral("--max-size: no size: ") + parser.value(declared.maxSize));
+    return fail("--max-size: no size: "_s + parser.value(declared.maxSize));
   if (!parseStatuses(parser.value(declared.statuses), options.statuses))
-    return fail(QStringLiteral("--statuses: no list of exit statuses: ") +
-                parser.value(declared.statuses));
+    return fail("--statuses: no list of exit statuses: "_s + parser.value(declared.statuses));
   bool isNumber = true;
   if (parser.isSet(declared.unusedFor))
     options.unusedDays = parser.value(declared.unusedFor).toDouble(&isNumber);
   if (!isNumber || !(options.unusedDays >= 0))
-    return fail(QStringLiteral("--unused-for: no number of days: ") +
-                parser.value(declared.unusedFor));
+    return fail("--unused-for: no number of days: "_s + parser.value(declared.unusedFor));
   if (!parsePattern(parser.value(declared.definite), options.patterns.definite) ||
       !parsePattern(parser.value(declared.indefinite), options.patterns.indefinite))
-    return fail(QStringLiteral("--definite, --indefinite: no regular expression"));
+    return fail("--definite, --indefinite: no regular expression"_s);
 
   options.versionText = parser.value(declared.versionText).toStdString();
   for (const QString &file : parser.values(declared.goalFile))
@@ -154,31 +144,30 @@ bool readSettings(const QCommandLineParser &parser, const declarations_t &declar
 
 bool parseOptions(int argc, char **argv, options_t &options) {
   QCommandLineParser parser;
-  parser.setApplicationDescription(QStringLiteral(
-      "Runs a prover, or repeats the answer that it gave to the same goals before."));
+  parser.setApplicationDescription(
+      "Runs a prover, or repeats the answer that it gave to the same goals before."_s);
   parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
   parser.addHelpOption();
   parser.addVersionOption();
   const declarations_t declared;
   parser.addOptions(declared.all());
-  parser.addPositionalArgument(QStringLiteral("prover"),
-                               QStringLiteral("The prover, with its arguments."),
-                               QStringLiteral("[--] prover [argument...]"));
+  parser.addPositionalArgument("prover"_s, "The prover, with its arguments."_s,
+                               "[--] prover [argument...]"_s);
 
   QStringList words;
   for (int i = 0; i < argc; ++i)
     words.append(QString::fromUtf8(argv[i]));
   if (!parser.parse(words))
     return fail(parser.errorText());
-  if (parser.isSet(QStringLiteral("help")))
+  if (parser.isSet("help"_s))
     parser.showHelp(EXIT_SUCCESS);
-  if (parser.isSet(QStringLiteral("version")))
+  if (parser.isSet("version"_s))
     parser.showVersion();
   if (!readSettings(parser, declared, options))
     return false;
   options.command.assign(argv + argc - parser.positionalArguments().size(), argv + argc);
   if (options.command.empty() && options.mode != policy_t::CLEANUP)
-    return fail(QStringLiteral("no prover is named; see --help"));
+    return fail("no prover is named; see --help"_s);
   return true;
 }
 

@@ -20,6 +20,8 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+using namespace kelvarune;
+
 namespace cache {
 
 namespace {

@@ -9,6 +9,7 @@
 #include "kelvarune-cache/Options.h"
 #include "kelvarune-cache/Prover.h"
 #include "kelvarune-cache/Store.h"
+#include "text/Literals.h"
 
 #include <QCoreApplication>
 
@@ -18,6 +19,8 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -103,7 +106,7 @@ int answerGoals(const options_t &options) {
 int main(int argc, char **argv) {
   int one = 1; // the words after the first are none of Qt's
   const QCoreApplication application(one, argv);
-  QCoreApplication::setApplicationName(QStringLiteral("kelvarune-cache"));
+  QCoreApplication::setApplicationName("kelvarune-cache"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 
   options_t options;

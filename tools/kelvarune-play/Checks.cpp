@@ -6,6 +6,7 @@
 #include "mechanism/Mechanism.h"
 #include "pos/PosCheck.h"
 #include "pos/PosInternal.h"
+#include "text/Literals.h"
 #include "xml/XmlFile.h"
 
 #include <QDir>
@@ -16,6 +17,8 @@
 
 #include <unistd.h>
 
+using namespace kelvarune;
+
 namespace {
 
 bool may(int access, const QString &path) {
@@ -23,7 +26,7 @@ bool may(int access, const QString &path) {
 }
 
 QString placed(const QString &file, int line, int column) {
-  return QStringLiteral("%1:%2:%3: ").arg(file, QString::number(line), QString::number(column));
+  return "%1:%2:%3: "_s.arg(file, QString::number(line), QString::number(column));
 }
 
 QString placed(const QString &file, const QDomElement &element) {
@@ -39,8 +42,8 @@ QStringList faultsOfGoal(const play_options_t &options, const QDomDocument &docu
   bool isNumber = false;
   const int number = parts.value(1).toInt(&isNumber);
   if (parts.size() != 2 || !isNumber || number < 1)
-    return {QStringLiteral("--goal %1: must be TAG.N, with N counted from 1 and one dot only.")
-                .arg(options.goal)};
+    return {
+        "--goal %1: must be TAG.N, with N counted from 1 and one dot only."_s.arg(options.goal)};
   for (const QDomElement &obligation :
        xml::children(document.documentElement(), pos::TAG_PROOF_OBLIGATION)) {
     if (tagOf(obligation) != parts[0])
@@ -50,27 +53,27 @@ QStringList faultsOfGoal(const play_options_t &options, const QDomDocument &docu
       count += goal.isNull() ? 0 : 1;
     if (number <= count)
       return {};
-    return {QStringLiteral("--goal %1: obligation %2 of %3 has %4 goal(s).")
-                .arg(options.goal, parts[0], options.posPath, QString::number(count))};
+    return {"--goal %1: obligation %2 of %3 has %4 goal(s)."_s.arg(
+        options.goal, parts[0], options.posPath, QString::number(count))};
   }
-  return {QStringLiteral("--goal %1: no obligation of %2 has the tag %3.")
-              .arg(options.goal, options.posPath, parts[0])};
+  return {"--goal %1: no obligation of %2 has the tag %3."_s.arg(options.goal, options.posPath,
+                                                                 parts[0])};
 }
 
 QStringList faultsOfPos(const play_options_t &options) {
   QDomDocument document;
   const xml::read_result_t read = xml::readDocument(options.posPath, document);
   if (!read.readable)
-    return {options.posPath + QStringLiteral(": cannot be read; allow reading.")};
+    return {options.posPath + ": cannot be read; allow reading."_s};
   if (!read.wellFormed)
     return {placed(options.posPath, read.line, read.column) +
-            QStringLiteral("not well-formed XML (%1); restore the file, perhaps from %2~.")
-                .arg(read.message, options.posPath)};
+            "not well-formed XML (%1); restore the file, perhaps from %2~."_s.arg(read.message,
+                                                                                  options.posPath)};
   QStringList faults;
   for (const pos::unknown_status_t &fault : pos::unknownStatuses(document))
     faults << placed(options.posPath, fault.line, fault.column) +
-                  QStringLiteral("unknown status '%1' in goal %2 of obligation %3; correct it.")
-                      .arg(fault.text, QString::number(fault.goal), fault.tag);
+                  "unknown status '%1' in goal %2 of obligation %3; correct it."_s.arg(
+                      fault.text, QString::number(fault.goal), fault.tag);
   if (faults.isEmpty() && !options.goal.isEmpty())
     faults = faultsOfGoal(options, document);
   return faults;
@@ -84,26 +87,24 @@ QString placesSearched(const std::filesystem::path &path, const play_options_t &
   for (const std::string &directory : options.installDirs)
     places << QString::fromStdString(directory);
   places << QDir::currentPath();
-  return name + QStringLiteral(" in ") + places.join(QStringLiteral(", "));
+  return name + " in "_s + places.join(", "_s);
 }
 
 // The fault of one tool of a driver, empty when there is none.
 QString faultOfTool(const QString &file, const QDomElement &driver, const QString &tag,
                     const play_options_t &options) {
-  const QString role =
-      QStringLiteral("%1 of driver %2").arg(tag, driver.attribute(mechanism::ATTR_NAME));
+  const QString role = "%1 of driver %2"_s.arg(tag, driver.attribute(mechanism::ATTR_NAME));
   const QDomElement tool = driver.firstChildElement(tag);
   if (tool.isNull())
-    return placed(file, driver) + role + QStringLiteral(" is missing; describe it.");
+    return placed(file, driver) + role + " is missing; describe it."_s;
   std::filesystem::path path = mechanism::computePath(tool.attribute(mechanism::ATTR_PATH),
                                                       tool.attribute(mechanism::ATTR_RESOURCE))
                                    .toStdString();
   if (mechanism::checkToolExistence(path, options.installDirs))
     return QString();
   return placed(file, tool) + role +
-         QStringLiteral(" not found; looked for the executable %1; install it, or name its place "
-                        "with --installdir or a resource file.")
-             .arg(placesSearched(path, options));
+         " not found; looked for the executable %1; install it, or name its place "
+         "with --installdir or a resource file."_s.arg(placesSearched(path, options));
 }
 
 QStringList faultsOfTools(const QString &file, const QDomElement &root,
@@ -125,9 +126,8 @@ QString faultOfWord(const QString &file, const QDomElement &element, const QStri
   QStringList known;
   for (const auto &[text, value] : values)
     known << text;
-  return placed(file, element) +
-         QStringLiteral("%1 '%2' does not exist; there are %3.")
-             .arg(attribute, element.attribute(attribute), known.join(QStringLiteral(", ")));
+  return placed(file, element) + "%1 '%2' does not exist; there are %3."_s.arg(
+                                     attribute, element.attribute(attribute), known.join(", "_s));
 }
 
 QStringList faultsOfWords(const QString &file, const QDomElement &root) {
@@ -144,23 +144,23 @@ QStringList faultsOfMechanism(const QString &file, const play_options_t &options
   QDomDocument document;
   const xml::read_result_t read = xml::readDocument(file, document);
   if (!read.readable)
-    return {file + QStringLiteral(": cannot be read; --mechanism names a description file.")};
+    return {file + ": cannot be read; --mechanism names a description file."_s};
   if (!read.wellFormed)
     return {placed(file, read.line, read.column) +
-            QStringLiteral("not well-formed XML (%1); correct it.").arg(read.message)};
+            "not well-formed XML (%1); correct it."_s.arg(read.message)};
   const QDomElement root = document.firstChildElement(mechanism::TAG_MECHANISM);
   if (root.isNull())
-    return {file + QStringLiteral(": has no element 'mechanism'; it is no mechanism description.")};
+    return {file + ": has no element 'mechanism'; it is no mechanism description."_s};
   QStringList faults = faultsOfTools(file, root, options) + faultsOfWords(file, root);
   if (!faults.isEmpty())
     return faults;
   mechanism::mechanism_t mechanism;
   try {
     if (!mechanism::ofFile(file, mechanism, options.installDirs))
-      return {file + QStringLiteral(": changed while it was checked; try again.")};
+      return {file + ": changed while it was checked; try again."_s};
   } catch (const std::out_of_range &) {
-    return {file + QStringLiteral(": an 'expand' names a definition that does not exist; only the "
-                                  "first 'definition' counts.")};
+    return {file + ": an 'expand' names a definition that does not exist; only the "
+                   "first 'definition' counts."_s};
   }
   drivers += mechanism.driver_names;
   return {};
@@ -175,24 +175,22 @@ QStringList faultsOfFiles(const play_options_t &options) {
       faults << fault;
   };
   check(QFileInfo(options.posPath).isFile(),
-        options.posPath + QStringLiteral(": no such file; --pos names the status file."));
+        options.posPath + ": no such file; --pos names the status file."_s);
   check(!QFileInfo(options.posPath).isFile() || may(W_OK, options.posPath),
-        options.posPath +
-            QStringLiteral(": not writable, results could not be saved; allow writing."));
+        options.posPath + ": not writable, results could not be saved; allow writing."_s);
   check(QFileInfo(options.pogPath).isFile() && QFileInfo(options.pogPath).isReadable(),
-        options.pogPath + QStringLiteral(": no readable file; --pog names the obligations."));
+        options.pogPath + ": no readable file; --pog names the obligations."_s);
   check(QFileInfo(options.directory).isDir(),
-        options.directory +
-            QStringLiteral(": no such directory; create it or change --directory."));
+        options.directory + ": no such directory; create it or change --directory."_s);
   check(!QFileInfo(options.directory).isDir() || may(W_OK | X_OK, options.directory),
-        options.directory + QStringLiteral(": not writable; --directory takes temporary files."));
+        options.directory + ": not writable; --directory takes temporary files."_s);
   for (const QString &file : options.resources)
     check(QFileInfo(file).isReadable(),
-          file + QStringLiteral(": no readable file; --resources names resource files."));
+          file + ": no readable file; --resources names resource files."_s);
   for (const std::string &directory : options.installDirs)
     check(QFileInfo(QString::fromStdString(directory)).isDir(),
           QString::fromStdString(directory) +
-              QStringLiteral(": no such directory; --installdir names directories of tools."));
+              ": no such directory; --installdir names directories of tools."_s);
   return faults;
 }
 
@@ -202,8 +200,8 @@ QStringList faultsOfContents(const play_options_t &options) {
   for (const QString &file : options.mechanisms)
     faults += faultsOfMechanism(file, options, drivers);
   if (faults.isEmpty() && !options.driver.isEmpty() && !drivers.contains(options.driver))
-    faults << QStringLiteral("--driver %1: no such driver; there are %2.")
-                  .arg(options.driver, drivers.join(QStringLiteral(", ")));
+    faults << "--driver %1: no such driver; there are %2."_s.arg(options.driver,
+                                                                 drivers.join(", "_s));
   return faults;
 }
 
@@ -223,10 +221,9 @@ QStringList misdirectedDrivers(const play_options_t &options) {
       const bool isPlayed = (options.driver.isEmpty() || driver.name == options.driver) &&
                             (!options.fast || driver.fast);
       if (isPlayed && driver.group == mechanism::group_t::RELATED)
-        lines << QStringLiteral("%1: driver %2 groups related goals, so its writer is asked for "
-                                "that goal of the first obligation, %3, and its model is not one "
-                                "of %4.")
-                     .arg(file, driver.name, first, options.goal);
+        lines << "%1: driver %2 groups related goals, so its writer is asked for "
+                 "that goal of the first obligation, %3, and its model is not one "
+                 "of %4."_s.arg(file, driver.name, first, options.goal);
     }
   }
   return lines;

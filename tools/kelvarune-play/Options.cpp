@@ -2,10 +2,14 @@
 
 #include "Options.h"
 
+#include "text/Literals.h"
+
 #include <QCommandLineParser>
 #include <QDir>
 
 #include <iostream>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -33,7 +37,7 @@ QStringList descriptionsIn(const QString &directory) {
   QStringList files;
   // kelvarune finds a mechanism by its name and ".xml" in exactly this spelling.
   for (const QString &name :
-       dir.entryList({QStringLiteral("*.xml")}, QDir::Files | QDir::CaseSensitive, QDir::Name))
+       dir.entryList({"*.xml"_s}, QDir::Files | QDir::CaseSensitive, QDir::Name))
     files << dir.filePath(name);
   return files;
 }
@@ -70,10 +74,10 @@ bool parseOptions(const QStringList &words, play_options_t &options) {
       option("", "strict", "Exit with status 1 when some goal of the component is not proved.");
 
   QCommandLineParser parser;
-  parser.setApplicationDescription(QStringLiteral(
+  parser.setApplicationDescription(
       "Registers proof mechanisms in a POS file and plays their drivers on its goals.\n\n"
       "Exit status: 0 the run completed; 1 with --strict, some goal is not proved; 2 unusable\n"
-      "command line or input; 3 some tool failed; 128+N stopped by signal N."));
+      "command line or input; 3 some tool failed; 128+N stopped by signal N."_s);
   parser.addOptions({resources, installDir, mechanism, mechanismDirectory, posFile, pogFile,
                      directory, concurrency, trace, xml, driver, goal, fast, strict});
   const QCommandLineOption help = parser.addHelpOption();

@@ -20,6 +20,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+using namespace kelvarune;
+
 namespace {
 
 constexpr std::chrono::milliseconds INTERVAL(200);

@@ -13,6 +13,7 @@
 #include "process/StandardStreams.h"
 #include "process/StopSignals.h"
 #include "resource/ResourceManager.h"
+#include "text/Literals.h"
 
 #include <QCoreApplication>
 #include <QHash>
@@ -24,6 +25,8 @@
 
 #include <signal.h>
 #include <unistd.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -131,7 +134,7 @@ int main(int argc, char **argv) {
   qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order
   QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // names are, in every locale
   const QCoreApplication application(argc, argv);
-  QCoreApplication::setApplicationName(QStringLiteral("kelvarune-play"));
+  QCoreApplication::setApplicationName("kelvarune-play"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 
   play_options_t options;

@@ -5,8 +5,11 @@
 #include "Options.h"
 #include "Output.h"
 #include "PosDocument.h"
+#include "text/Literals.h"
 
 #include <QJsonArray>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -21,9 +24,9 @@ std::vector<fault_t> findingsOf(const QDomElement &goal, const place_t &place) {
   const pos::status_t expected = pos::expectedStatus(goal);
   if (pos::statusOf(goal) != expected)
     findings.push_back({place, goal.lineNumber(), goal.columnNumber(),
-                        QStringLiteral("the goal has status ") +
+                        "the goal has status "_s +
                             quoted(goal.attribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED)) +
-                            QStringLiteral(", from its parts follows ") +
+                            ", from its parts follows "_s +
                             quoted(pos::strOfProofStatus(expected))});
   return findings;
 }
@@ -31,12 +34,12 @@ std::vector<fault_t> findingsOf(const QDomElement &goal, const place_t &place) {
 QJsonArray jsonOf(const std::vector<fault_t> &findings) {
   QJsonArray array;
   for (const fault_t &finding : findings)
-    array.append(QJsonObject{{QStringLiteral("tag"), finding.place.tag},
-                             {QStringLiteral("number"), finding.place.number},
-                             {QStringLiteral("obligation"), finding.place.obligation},
-                             {QStringLiteral("line"), finding.line},
-                             {QStringLiteral("column"), finding.column},
-                             {QStringLiteral("message"), finding.text}});
+    array.append(QJsonObject{{"tag"_s, finding.place.tag},
+                             {"number"_s, finding.place.number},
+                             {"obligation"_s, finding.place.obligation},
+                             {"line"_s, finding.line},
+                             {"column"_s, finding.column},
+                             {"message"_s, finding.text}});
   return array;
 }
 
@@ -45,9 +48,8 @@ QString textOf(const std::vector<fault_t> &findings, const QString &path) {
   QString text;
   for (const fault_t &finding : findings)
     text += shown(path) + QLatin1Char(':') + QString::number(finding.line) + QLatin1Char(':') +
-            QString::number(finding.column) + QStringLiteral(": ") +
-            coloured({finding.place.text(), "1;31"}) + QStringLiteral(": ") + shown(finding.text) +
-            QLatin1Char('\n');
+            QString::number(finding.column) + ": "_s + coloured({finding.place.text(), "1;31"}) +
+            ": "_s + shown(finding.text) + QLatin1Char('\n');
   return text;
 }
 
@@ -66,12 +68,10 @@ int commands::check(const options_t &options) {
   });
   const int status = findings.empty() ? EXIT_DONE : EXIT_FOUND;
   if (options.json)
-    return finishJson(
-        "check", options.file(),
-        {{QStringLiteral("goals"), total}, {QStringLiteral("violations"), jsonOf(findings)}},
-        status);
-  const QString summary =
-      shown(options.file()) + QStringLiteral(": ") + counted(total, "goal") + QStringLiteral(", ") +
-      counted(static_cast<int>(findings.size()), "violation") + QLatin1Char('\n');
+    return finishJson("check", options.file(),
+                      {{"goals"_s, total}, {"violations"_s, jsonOf(findings)}}, status);
+  const QString summary = shown(options.file()) + ": "_s + counted(total, "goal") + ", "_s +
+                          counted(static_cast<int>(findings.size()), "violation") +
+                          QLatin1Char('\n');
   return finish((textOf(findings, options.file()) + summary).toUtf8(), status);
 }

@@ -5,11 +5,14 @@
 #include "Goals.h"
 #include "Options.h"
 #include "Output.h"
+#include "text/Literals.h"
 
 #include <QJsonArray>
 
 #include <map>
 #include <tuple>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -87,10 +90,10 @@ QJsonObject jsonOf(const difference_t &difference) {
   const auto status = [](const goal_t *goal) {
     return goal ? QJsonValue(pos::strOfProofStatus(goal->status)) : QJsonValue();
   };
-  return {{QStringLiteral("tag"), placeOf(difference).tag},
-          {QStringLiteral("number"), placeOf(difference).number},
-          {QStringLiteral("old"), status(difference.before)},
-          {QStringLiteral("new"), status(difference.after)}};
+  return {{"tag"_s, placeOf(difference).tag},
+          {"number"_s, placeOf(difference).number},
+          {"old"_s, status(difference.before)},
+          {"new"_s, status(difference.after)}};
 }
 
 std::vector<cell_t> rowOf(const difference_t &difference, const kind_name_t &kind) {
@@ -100,7 +103,7 @@ std::vector<cell_t> rowOf(const difference_t &difference, const kind_name_t &kin
   return {{QLatin1String(kind.name), kind.colour},
           placeOf(difference).text(),
           status(difference.before),
-          QStringLiteral("->"),
+          "->"_s,
           status(difference.after)};
 }
 
@@ -113,7 +116,7 @@ int commands::diff(const options_t &options) {
     return EXIT_REFUSED;
   const std::vector<difference_t> found = differences(before, after);
 
-  QJsonObject json = {{QStringLiteral("oldFile"), options.files[0]}};
+  QJsonObject json = {{"oldFile"_s, options.files[0]}};
   Table table("lllll");
   QStringList counts;
   int status = EXIT_DONE;
@@ -132,6 +135,5 @@ int commands::diff(const options_t &options) {
   }
   if (options.json)
     return finishJson("diff", options.files[1], json, status);
-  return finish((table.text() + counts.join(QStringLiteral(", ")) + QLatin1Char('\n')).toUtf8(),
-                status);
+  return finish((table.text() + counts.join(", "_s) + QLatin1Char('\n')).toUtf8(), status);
 }

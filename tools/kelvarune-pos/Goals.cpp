@@ -7,12 +7,15 @@
 #include "Commands.h"
 #include "Options.h"
 #include "Output.h"
+#include "text/Literals.h"
 
 #include <QDomDocument>
 #include <QJsonObject>
 #include <QRegExp>
 
 #include <algorithm>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -65,16 +68,14 @@ std::vector<goal_t> selected(std::vector<goal_t> goals, const options_t &options
 }
 
 QByteArray csvOf(const std::vector<goal_t> &goals) {
-  const QString separator = QStringLiteral("; ");
-  QByteArray bytes = csvRecord(QStringLiteral("tag,number,obligation,status,proof_state,proved_by,"
-                                              "uncounted_proofs,proved_by_one_driver")
-                                   .split(QLatin1Char(',')));
+  const QString separator = "; "_s;
+  QByteArray bytes = csvRecord("tag,number,obligation,status,proof_state,proved_by,"
+                               "uncounted_proofs,proved_by_one_driver"_s.split(QLatin1Char(',')));
   for (const goal_t &goal : goals)
     bytes += csvRecord({goal.place.tag, QString::number(goal.place.number),
                         QString::number(goal.place.obligation), pos::strOfProofStatus(goal.status),
                         goal.proofState, namesOf(goal.provedBy, separator),
-                        namesOf(goal.uncountedProofs, separator),
-                        goal.onlyProver ? QStringLiteral("1") : QStringLiteral("0")});
+                        namesOf(goal.uncountedProofs, separator), goal.onlyProver ? "1"_s : "0"_s});
   return bytes;
 }
 
@@ -82,11 +83,11 @@ QJsonArray jsonOf(const std::vector<goal_t> &goals) {
   QJsonArray array;
   for (const goal_t &goal : goals) {
     QJsonObject object = jsonOf(goal.place);
-    object[QLatin1String("status")] = pos::strOfProofStatus(goal.status);
-    object[QLatin1String("proofState")] = goal.proofState;
-    object[QLatin1String("provedBy")] = jsonOf(goal.provedBy);
-    object[QLatin1String("uncountedProofs")] = jsonOf(goal.uncountedProofs);
-    object[QLatin1String("provedByOneDriver")] = goal.onlyProver.has_value();
+    object["status"_s] = pos::strOfProofStatus(goal.status);
+    object["proofState"_s] = goal.proofState;
+    object["provedBy"_s] = jsonOf(goal.provedBy);
+    object["uncountedProofs"_s] = jsonOf(goal.uncountedProofs);
+    object["provedByOneDriver"_s] = goal.onlyProver.has_value();
     array.append(object);
   }
   return array;
@@ -116,29 +117,25 @@ QString namesOf(const std::vector<driver_name_t> &drivers, const QString &separa
 }
 
 QString proofsOf(const goal_t &goal) {
-  const QString separator = QStringLiteral(", ");
+  const QString separator = ", "_s;
   QStringList parts;
   if (goal.provedByItself)
-    parts.append(QStringLiteral("own ") + goal.proofState);
+    parts.append("own "_s + goal.proofState);
   if (!goal.provedBy.empty())
     parts.append(namesOf(goal.provedBy, separator));
   if (!goal.uncountedProofs.empty())
-    parts.append(QStringLiteral("(not counted: ") + namesOf(goal.uncountedProofs, separator) +
-                 QLatin1Char(')'));
+    parts.append("(not counted: "_s + namesOf(goal.uncountedProofs, separator) + QLatin1Char(')'));
   return parts.join(separator);
 }
 
 QJsonObject jsonOf(const place_t &place) {
-  return {{QStringLiteral("tag"), place.tag},
-          {QStringLiteral("number"), place.number},
-          {QStringLiteral("obligation"), place.obligation}};
+  return {{"tag"_s, place.tag}, {"number"_s, place.number}, {"obligation"_s, place.obligation}};
 }
 
 QJsonArray jsonOf(const std::vector<driver_name_t> &drivers) {
   QJsonArray array;
   for (const driver_name_t &driver : drivers)
-    array.append(QJsonObject{{QStringLiteral("mechanism"), driver.mechanism},
-                             {QStringLiteral("driver"), driver.driver}});
+    array.append(QJsonObject{{"mechanism"_s, driver.mechanism}, {"driver"_s, driver.driver}});
   return array;
 }
 
@@ -150,7 +147,7 @@ int commands::goals(const options_t &options) {
   if (options.csv)
     return finish(csvOf(rows));
   if (options.json)
-    return finishJson("goals", options.file(), {{QStringLiteral("goals"), jsonOf(rows)}});
+    return finishJson("goals", options.file(), {{"goals"_s, jsonOf(rows)}});
   Table table("lll");
   for (const goal_t &goal : rows)
     table.add({goal.place.text(), statusCell(goal.status), proofsOf(goal)});

@@ -7,6 +7,7 @@
 #include "Report.h"
 #include "Stats.h"
 #include "front/Utils.h"
+#include "text/Literals.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -15,10 +16,12 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+using namespace kelvarune;
+
 namespace {
 
 QByteArray resource(const char *name) {
-  QFile file(QStringLiteral(":/report/") + QLatin1String(name));
+  QFile file(":/report/"_s + QLatin1String(name));
   file.open(QIODevice::ReadOnly);
   return file.readAll();
 }
@@ -69,17 +72,14 @@ QJsonObject dataOf(const options_t &options, const std::vector<goal_t> &goals,
     rows.append(rowOf(goal, drivers));
   }
   QJsonObject data = jsonOf(stats);
-  data[QLatin1String("component")] =
-      QString::fromStdString(baseNameOfPath(options.file().toStdString()));
-  data[QLatin1String("file")] = QFileInfo(options.file()).fileName();
+  data["component"_s] = QString::fromStdString(baseNameOfPath(options.file().toStdString()));
+  data["file"_s] = QFileInfo(options.file()).fileName();
   // The file's time rather than now: the same file always gives the same page.
-  data[QLatin1String("modified")] =
-      QFileInfo(options.file()).lastModified().toUTC().toString(Qt::ISODate);
-  data[QLatin1String("program")] =
-      QStringLiteral("kelvarune-pos ") + QCoreApplication::applicationVersion();
-  data[QLatin1String("obligations")] = tags;
-  data[QLatin1String("drivers")] = drivers.names;
-  data[QLatin1String("goals")] = rows;
+  data["modified"_s] = QFileInfo(options.file()).lastModified().toUTC().toString(Qt::ISODate);
+  data["program"_s] = "kelvarune-pos "_s + QCoreApplication::applicationVersion();
+  data["obligations"_s] = tags;
+  data["drivers"_s] = drivers.names;
+  data["goals"_s] = rows;
   return data;
 }
 

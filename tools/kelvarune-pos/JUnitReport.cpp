@@ -7,10 +7,13 @@
 #include "Output.h"
 #include "Report.h"
 #include "front/Utils.h"
+#include "text/Literals.h"
 
 #include <QXmlStreamWriter>
 
 #include <algorithm>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -36,8 +39,8 @@ public:
   void write(const goals_t &goals) {
     xml.setAutoFormatting(true);
     xml.writeStartDocument();
-    xml.writeStartElement(QStringLiteral("testsuites"));
-    xml.writeAttribute(QStringLiteral("name"), component);
+    xml.writeStartElement("testsuites"_s);
+    xml.writeAttribute("name"_s, component);
     writeCounts(goals.begin(), goals.end());
     for (auto first = goals.begin(); first != goals.end();) {
       const auto last = std::find_if(first, goals.end(), [first](const goal_t &goal) {
@@ -59,44 +62,42 @@ private:
     const auto failed = std::count_if(first, last, [this](const goal_t &g) { return isFailed(g); });
     const auto skipped =
         std::count_if(first, last, [this](const goal_t &g) { return isSkipped(g); });
-    xml.writeAttribute(QStringLiteral("tests"), QString::number(last - first));
-    xml.writeAttribute(QStringLiteral("failures"), QString::number(failed));
-    xml.writeAttribute(QStringLiteral("errors"), QStringLiteral("0"));
-    xml.writeAttribute(QStringLiteral("skipped"), QString::number(skipped));
-    xml.writeAttribute(QStringLiteral("time"), QStringLiteral("0"));
+    xml.writeAttribute("tests"_s, QString::number(last - first));
+    xml.writeAttribute("failures"_s, QString::number(failed));
+    xml.writeAttribute("errors"_s, "0"_s);
+    xml.writeAttribute("skipped"_s, QString::number(skipped));
+    xml.writeAttribute("time"_s, "0"_s);
   }
 
   void writeSuite(goals_t::const_iterator first, goals_t::const_iterator last) {
-    xml.writeStartElement(QStringLiteral("testsuite"));
-    xml.writeAttribute(QStringLiteral("name"), xmlText(first->place.tag));
+    xml.writeStartElement("testsuite"_s);
+    xml.writeAttribute("name"_s, xmlText(first->place.tag));
     writeCounts(first, last);
     std::for_each(first, last, [this](const goal_t &goal) { writeCase(goal); });
     xml.writeEndElement();
   }
 
   void writeCase(const goal_t &goal) {
-    xml.writeStartElement(QStringLiteral("testcase"));
-    xml.writeAttribute(QStringLiteral("classname"),
-                       component + QLatin1Char('.') + xmlText(goal.place.tag));
-    xml.writeAttribute(QStringLiteral("name"), goal.place.text());
-    xml.writeAttribute(QStringLiteral("time"), QStringLiteral("0"));
+    xml.writeStartElement("testcase"_s);
+    xml.writeAttribute("classname"_s, component + QLatin1Char('.') + xmlText(goal.place.tag));
+    xml.writeAttribute("name"_s, goal.place.text());
+    xml.writeAttribute("time"_s, "0"_s);
     if (isSkipped(goal))
-      writeOutcome(QStringLiteral("skipped"), goal);
+      writeOutcome("skipped"_s, goal);
     if (isFailed(goal))
-      writeOutcome(QStringLiteral("failure"), goal);
+      writeOutcome("failure"_s, goal);
     const QString proofs = proofsOf(goal);
     if (!proofs.isEmpty())
-      xml.writeTextElement(QStringLiteral("system-out"), xmlText(proofs));
+      xml.writeTextElement("system-out"_s, xmlText(proofs));
     xml.writeEndElement();
   }
 
   void writeOutcome(const QString &element, const goal_t &goal) {
     const QString status = pos::strOfProofStatus(goal.status);
     xml.writeStartElement(element);
-    xml.writeAttribute(QStringLiteral("message"),
-                       goal.place.text() + QStringLiteral(": ") + status);
-    if (element == QLatin1String("failure"))
-      xml.writeAttribute(QStringLiteral("type"), status);
+    xml.writeAttribute("message"_s, goal.place.text() + ": "_s + status);
+    if (element == "failure"_s)
+      xml.writeAttribute("type"_s, status);
     xml.writeEndElement();
   }
 

@@ -5,10 +5,13 @@
 #include "Options.h"
 #include "Output.h"
 #include "PosDocument.h"
+#include "text/Literals.h"
 
 #include <QJsonArray>
 
 #include <map>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -43,13 +46,13 @@ int commands::list(const options_t &options) {
   for (const std::string &bytes : names) {
     const QString name = QString::fromStdString(bytes);
     const QStringList &ofMechanism = drivers.at(name);
-    array.append(QJsonObject{{QStringLiteral("name"), name},
-                             {QStringLiteral("drivers"), QJsonArray::fromStringList(ofMechanism)}});
+    array.append(
+        QJsonObject{{"name"_s, name}, {"drivers"_s, QJsonArray::fromStringList(ofMechanism)}});
     text += shown(name) + QLatin1Char('\n');
     for (const QString &driver : ofMechanism)
-      text += QStringLiteral("  ") + shown(driver) + QLatin1Char('\n');
+      text += "  "_s + shown(driver) + QLatin1Char('\n');
   }
   if (options.json)
-    return finishJson("list", options.file(), {{QStringLiteral("mechanisms"), array}});
+    return finishJson("list", options.file(), {{"mechanisms"_s, array}});
   return finish(text.toUtf8());
 }

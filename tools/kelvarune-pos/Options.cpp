@@ -4,12 +4,15 @@
 #include "Options.h"
 
 #include "Output.h"
+#include "text/Literals.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
 #include <algorithm>
 #include <vector>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -36,20 +39,15 @@ const std::vector<command_t> &commands() {
 
 QCommandLineOption optionOf(const QString &name) {
   static const std::vector<QCommandLineOption> table = {
-      {QStringLiteral("json"), QStringLiteral("Print JSON.")},
-      {QStringLiteral("csv"), QStringLiteral("Print CSV (RFC 4180).")},
-      {QStringLiteral("status"), QStringLiteral("Only goals of these statuses, with commas."),
-       QStringLiteral("LIST")},
-      {QStringLiteral("tag"), QStringLiteral("Only obligations whose tag matches: * ? [...]."),
-       QStringLiteral("GLOB")},
-      {QStringLiteral("dry-run"), QStringLiteral("Say what would change, write nothing.")},
-      {QStringLiteral("html"), QStringLiteral("One self-contained HTML page.")},
-      {QStringLiteral("junit"), QStringLiteral("JUnit XML.")},
-      {QStringLiteral("unproved"), QStringLiteral("JUnit: unproved goals are skipped or failed."),
-       QStringLiteral("AS"), QStringLiteral("skipped")},
-      {{QStringLiteral("o"), QStringLiteral("output")},
-       QStringLiteral("Write the report to this file."),
-       QStringLiteral("PATH")},
+      {"json"_s, "Print JSON."_s},
+      {"csv"_s, "Print CSV (RFC 4180)."_s},
+      {"status"_s, "Only goals of these statuses, with commas."_s, "LIST"_s},
+      {"tag"_s, "Only obligations whose tag matches: * ? [...]."_s, "GLOB"_s},
+      {"dry-run"_s, "Say what would change, write nothing."_s},
+      {"html"_s, "One self-contained HTML page."_s},
+      {"junit"_s, "JUnit XML."_s},
+      {"unproved"_s, "JUnit: unproved goals are skipped or failed."_s, "AS"_s, "skipped"_s},
+      {{"o"_s, "output"_s}, "Write the report to this file."_s, "PATH"_s},
   };
   const auto hasName = [&name](const QCommandLineOption &option) {
     return option.names().contains(name);
@@ -58,17 +56,16 @@ QCommandLineOption optionOf(const QString &name) {
 }
 
 QCommandLineOption helpOption() {
-  return {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Show this help.")};
+  return {{"h"_s, "help"_s}, "Show this help."_s};
 }
 
 QCommandLineOption versionOption() {
-  return {{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Show the version.")};
+  return {{"v"_s, "version"_s}, "Show the version."_s};
 }
 
 parse_t refuse(const QString &what, const QString &command = QString()) {
-  const QString blank = command.isEmpty() ? QString() : QStringLiteral(" ");
-  complain(what + QStringLiteral("; see kelvarune-pos ") + command + blank +
-           QStringLiteral("--help"));
+  const QString blank = command.isEmpty() ? QString() : " "_s;
+  complain(what + "; see kelvarune-pos "_s + command + blank + "--help"_s);
   return parse_t::REFUSED;
 }
 
@@ -80,24 +77,24 @@ QString commandNames() {
   QStringList names;
   for (const command_t &command : commands())
     names.append(QLatin1String(command.name));
-  return names.join(QStringLiteral(", "));
+  return names.join(", "_s);
 }
 
 QString programHelp() {
-  QString text = QStringLiteral("Usage: kelvarune-pos COMMAND [options] FILE\n"
-                                "Looks into and looks after proof obligation status files.\n\n"
-                                "Commands:\n");
+  QString text = "Usage: kelvarune-pos COMMAND [options] FILE\n"
+                 "Looks into and looks after proof obligation status files.\n\n"
+                 "Commands:\n"_s;
   for (const command_t &command : commands()) {
     const QString call =
         QLatin1String(command.name) + QLatin1Char(' ') + QLatin1String(command.arguments);
-    text += QStringLiteral("  ") + call.leftJustified(18) + QLatin1String(command.description) +
-            QLatin1Char('\n');
+    text +=
+        "  "_s + call.leftJustified(18) + QLatin1String(command.description) + QLatin1Char('\n');
   }
-  return text + QStringLiteral("\nOptions:\n"
-                               "  -h, --help        Show this help; COMMAND --help that of one.\n"
-                               "  -v, --version     Show the version.\n\n"
-                               "Exit status: 0 done; 1 check, diff: something was found; "
-                               "2 usage, input or output.\n");
+  return text + "\nOptions:\n"
+                "  -h, --help        Show this help; COMMAND --help that of one.\n"
+                "  -v, --version     Show the version.\n\n"
+                "Exit status: 0 done; 1 check, diff: something was found; "
+                "2 usage, input or output.\n"_s;
 }
 
 parse_t parseWithoutCommand(const QStringList &arguments) {
@@ -106,11 +103,10 @@ parse_t parseWithoutCommand(const QStringList &arguments) {
   if (!parser.parse(arguments))
     return refuse(parser.errorText());
   if (parser.isSet(versionOption()))
-    return print(QStringLiteral("kelvarune-pos ") + QCoreApplication::applicationVersion() +
-                 QLatin1Char('\n'));
+    return print("kelvarune-pos "_s + QCoreApplication::applicationVersion() + QLatin1Char('\n'));
   if (parser.isSet(helpOption()))
     return print(programHelp());
-  return refuse(QStringLiteral("A command is missing: ") + commandNames());
+  return refuse("A command is missing: "_s + commandNames());
 }
 
 // "unreliably-proved", "UnreliablyProved" and the like.
@@ -130,9 +126,7 @@ bool readStatuses(const QString &list, std::set<pos::status_t> &statuses) {
       known = true;
     }
     if (!known) {
-      refuse(QStringLiteral("Unknown status \"") + word + QStringLiteral("\": choose among ") +
-                 names.join(QStringLiteral(", ")),
-             QStringLiteral("goals"));
+      refuse("Unknown status \""_s + word + "\": choose among "_s + names.join(", "_s), "goals"_s);
       return false;
     }
   }
@@ -141,24 +135,23 @@ bool readStatuses(const QString &list, std::set<pos::status_t> &statuses) {
 
 parse_t checkReport(const QString &unproved, options_t &options) {
   if (options.html == options.junit)
-    return refuse(QStringLiteral("Give either --html or --junit"), options.command);
-  if (unproved != QLatin1String("skipped") && unproved != QLatin1String("failed"))
-    return refuse(QStringLiteral("--unproved takes skipped or failed"), options.command);
-  options.unprovedFails = unproved == QLatin1String("failed");
+    return refuse("Give either --html or --junit"_s, options.command);
+  if (unproved != "skipped"_s && unproved != "failed"_s)
+    return refuse("--unproved takes skipped or failed"_s, options.command);
+  options.unprovedFails = unproved == "failed"_s;
   return parse_t::RUN;
 }
 
 parse_t takeArguments(const command_t &command, QStringList given, options_t &options) {
   const QStringList wanted = QString::fromLatin1(command.arguments).split(QLatin1Char(' '));
   if (given.size() != wanted.size())
-    return refuse(options.command + QStringLiteral(" takes ") + wanted.join(QLatin1Char(' ')),
-                  options.command);
-  if (wanted.first() == QLatin1String("NAME"))
+    return refuse(options.command + " takes "_s + wanted.join(QLatin1Char(' ')), options.command);
+  if (wanted.first() == "NAME"_s)
     options.name = given.takeFirst();
   options.files = given;
-  const QString dash = QStringLiteral("-");
+  const QString dash = "-"_s;
   if (given.contains(dash) || options.outputPath == dash)
-    return refuse(QStringLiteral("\"-\" is not a file: give a path"), options.command);
+    return refuse("\"-\" is not a file: give a path"_s, options.command);
   return parse_t::RUN;
 }
 
@@ -173,8 +166,8 @@ parse_t parseOptions(const QStringList &arguments, options_t &options) {
   };
   const auto command = std::find_if(commands().begin(), commands().end(), isCommand);
   if (command == commands().end())
-    return refuse(QStringLiteral("Unknown command \"") + options.command +
-                  QStringLiteral("\": choose among ") + commandNames());
+    return refuse("Unknown command \""_s + options.command + "\": choose among "_s +
+                  commandNames());
 
   QCommandLineParser parser;
   parser.setApplicationDescription(QLatin1String(command->description));
@@ -188,7 +181,7 @@ parse_t parseOptions(const QStringList &arguments, options_t &options) {
   if (!parser.parse(arguments))
     return refuse(parser.errorText(), options.command);
   if (parser.isSet(versionOption()))
-    return parseWithoutCommand({arguments.first(), QStringLiteral("--version")});
+    return parseWithoutCommand({arguments.first(), "--version"_s});
   if (parser.isSet(helpOption()))
     return print(parser.helpText());
 
@@ -206,15 +199,15 @@ parse_t parseOptions(const QStringList &arguments, options_t &options) {
   options.html = isSet("html");
   options.junit = isSet("junit");
   if (isSet("output"))
-    options.outputPath = parser.value(QStringLiteral("output"));
+    options.outputPath = parser.value("output"_s);
   if (isSet("tag"))
-    options.tagGlob = parser.value(QStringLiteral("tag"));
-  if (isSet("status") && !readStatuses(parser.value(QStringLiteral("status")), options.statuses))
+    options.tagGlob = parser.value("tag"_s);
+  if (isSet("status") && !readStatuses(parser.value("status"_s), options.statuses))
     return parse_t::REFUSED;
   if (options.json && options.csv)
-    return refuse(QStringLiteral("Give either --json or --csv"), options.command);
-  if (options.command == QLatin1String("report") &&
-      checkReport(parser.value(QStringLiteral("unproved")), options) != parse_t::RUN)
+    return refuse("Give either --json or --csv"_s, options.command);
+  if (options.command == "report"_s &&
+      checkReport(parser.value("unproved"_s), options) != parse_t::RUN)
     return parse_t::REFUSED;
   return takeArguments(*command, parser.positionalArguments().mid(1), options);
 }

@@ -4,6 +4,7 @@
 #include "Output.h"
 
 #include "front/Utils.h"
+#include "text/Literals.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -15,6 +16,8 @@
 #include <map>
 
 #include <unistd.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -33,14 +36,13 @@ QString quotedField(const QString &field) {
   };
   if (std::none_of(field.begin(), field.end(), mustBeQuoted))
     return field;
-  return QLatin1Char('"') + QString(field).replace(QLatin1String("\""), QLatin1String("\"\"")) +
-         QLatin1Char('"');
+  return QLatin1Char('"') + QString(field).replace("\""_s, "\"\""_s) + QLatin1Char('"');
 }
 
 } // namespace
 
 void complain(const QString &what) {
-  const QString line = QStringLiteral("kelvarune-pos: ") + shown(what) + QLatin1Char('\n');
+  const QString line = "kelvarune-pos: "_s + shown(what) + QLatin1Char('\n');
   std::cerr << line.toStdString() << std::flush;
 }
 
@@ -51,8 +53,7 @@ bool printOut(const QByteArray &bytes) {
     if (written < 0 && errno == EINTR)
       continue;
     if (written < 0) {
-      complain(QStringLiteral("cannot write standard output: ") +
-               QString::fromLocal8Bit(std::strerror(errno)));
+      complain("cannot write standard output: "_s + QString::fromLocal8Bit(std::strerror(errno)));
       return false;
     }
     at += static_cast<int>(written);
@@ -65,17 +66,17 @@ int finish(const QByteArray &bytes, int status) {
 }
 
 int finishJson(const char *kind, const QString &path, QJsonObject content, int status) {
-  content[QLatin1String("format")] = QStringLiteral("kelvarune-pos");
-  content[QLatin1String("version")] = FORMAT_VERSION;
-  content[QLatin1String("kind")] = QLatin1String(kind);
-  content[QLatin1String("file")] = path;
-  content[QLatin1String("component")] = QString::fromStdString(baseNameOfPath(path.toStdString()));
+  content["format"_s] = "kelvarune-pos"_s;
+  content["version"_s] = FORMAT_VERSION;
+  content["kind"_s] = QLatin1String(kind);
+  content["file"_s] = path;
+  content["component"_s] = QString::fromStdString(baseNameOfPath(path.toStdString()));
   return finish(QJsonDocument(content).toJson(), status);
 }
 
 QString shown(const QString &name) {
   if (name.isEmpty())
-    return QStringLiteral("(no name)");
+    return "(no name)"_s;
   QString text = name;
   std::replace_if(
       text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; },
@@ -85,7 +86,7 @@ QString shown(const QString &name) {
 
 QString counted(int number, const char *noun) {
   return QString::number(number) + QLatin1Char(' ') + QLatin1String(noun) +
-         (number == 1 ? QString() : QStringLiteral("s"));
+         (number == 1 ? QString() : "s"_s);
 }
 
 QByteArray csvRecord(const QStringList &fields) {
@@ -107,8 +108,7 @@ cell_t statusCell(pos::status_t status) {
 QString coloured(const cell_t &cell) {
   if (*cell.colour == '\0' || !useColours())
     return cell.text;
-  return QStringLiteral("\x1b[") + QLatin1String(cell.colour) + QLatin1Char('m') + cell.text +
-         QStringLiteral("\x1b[0m");
+  return "\x1b["_s + QLatin1String(cell.colour) + QLatin1Char('m') + cell.text + "\x1b[0m"_s;
 }
 
 void Table::add(std::vector<cell_t> cells) {
@@ -127,8 +127,8 @@ QString Table::text() const {
       const QString padding(widths[i] - row[i].text.size(), QLatin1Char(' '));
       const bool right = alignments[static_cast<int>(i)] == 'r';
       const bool last = i + 1 == row.size();
-      result += (i == 0 ? QString() : QStringLiteral("  ")) + (right ? padding : QString()) +
-                coloured(row[i]) + (right || last ? QString() : padding);
+      result += (i == 0 ? QString() : "  "_s) + (right ? padding : QString()) + coloured(row[i]) +
+                (right || last ? QString() : padding);
     }
     result += QLatin1Char('\n');
   }

@@ -5,27 +5,30 @@
 #include "PosDocument.h"
 
 #include "Output.h"
+#include "text/Literals.h"
 
 #include <QFileInfo>
 
 #include <map>
 
+using namespace kelvarune;
+
 namespace {
 
 QString at(const QString &path, int line, int column) {
   return path + QLatin1Char(':') + QString::number(line) + QLatin1Char(':') +
-         QString::number(column) + QStringLiteral(": ");
+         QString::number(column) + ": "_s;
 }
 
 // Empty where the reader has said so itself.
 QString whyUnreadable(const QString &path) {
   const QFileInfo info(path);
   if (!info.exists())
-    return QStringLiteral("no such file, give the path of a POS file");
+    return "no such file, give the path of a POS file"_s;
   if (!info.isFile())
-    return QStringLiteral("not a regular file, give the path of a POS file");
+    return "not a regular file, give the path of a POS file"_s;
   if (!info.isReadable())
-    return QStringLiteral("no permission to read it, see chmod");
+    return "no permission to read it, see chmod"_s;
   return QString();
 }
 
@@ -39,10 +42,10 @@ public:
     const QString text = element.attribute(attribute, absent);
     if (known.count(text) != 0)
       return;
-    const QString what = text.isEmpty() && !element.hasAttribute(attribute)
-                             ? QStringLiteral(" has no ") + attribute
-                             : QStringLiteral(" has the unknown ") + attribute +
-                                   QStringLiteral(" \"") + text + QLatin1Char('"');
+    const QString what =
+        text.isEmpty() && !element.hasAttribute(attribute)
+            ? " has no "_s + attribute
+            : " has the unknown "_s + attribute + " \""_s + text + QLatin1Char('"');
     faults.push_back({place, element.lineNumber(), element.columnNumber(), who + what});
   }
 
@@ -52,7 +55,7 @@ private:
 };
 
 QString named(const QDomElement &element) {
-  return element.tagName().toLower() + QStringLiteral(" \"") + element.attribute(pos::ATTR_NAME) +
+  return element.tagName().toLower() + " \""_s + element.attribute(pos::ATTR_NAME) +
          QLatin1Char('"');
 }
 
@@ -66,13 +69,12 @@ std::vector<fault_t> faultsOf(const QDomElement &goal, const place_t &place, use
   std::vector<fault_t> faults;
   FaultFinder finder(place, faults);
   const auto &statuses = pos::proofStatusOfAttrValue_dict();
-  finder.check(goal, pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED, statuses,
-               QStringLiteral("the goal"));
+  finder.check(goal, pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED, statuses, "the goal"_s);
   const QDomElement iapa = goal.firstChildElement(pos::TAG_IAPA);
   if (use == use_t::DERIVING && !iapa.isNull()) {
     const QDomElement verdict = iapa.firstChildElement(pos::TAG_STATUS);
     finder.check(verdict.isNull() ? iapa : verdict, pos::ATTR_VALUE, QString(), pos::ia_dict(),
-                 QStringLiteral("iapa"));
+                 "iapa"_s);
   }
   for (const QDomElement &mechanism : xml::children(goal, pos::TAG_MECHANISM)) {
     if (use == use_t::DERIVING)
@@ -82,7 +84,7 @@ std::vector<fault_t> faultsOf(const QDomElement &goal, const place_t &place, use
                    named(mechanism));
     for (const QDomElement &driver : xml::children(mechanism, pos::TAG_DRIVER))
       finder.check(driver, pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED, statuses,
-                   named(driver) + QStringLiteral(" of ") + named(mechanism));
+                   named(driver) + " of "_s + named(mechanism));
   }
   return faults;
 }
@@ -92,13 +94,13 @@ bool readPosDocument(const QString &path, QDomDocument &document) {
   if (result.readable && result.wellFormed)
     return true;
   if (result.readable) {
-    complain(at(path, result.line, result.column) + QStringLiteral("not well-formed: ") +
-             result.message + QStringLiteral("; correct it or restore a saved copy"));
+    complain(at(path, result.line, result.column) + "not well-formed: "_s + result.message +
+             "; correct it or restore a saved copy"_s);
     return false;
   }
   const QString why = whyUnreadable(path);
   if (!why.isEmpty())
-    complain(path + QStringLiteral(": ") + why);
+    complain(path + ": "_s + why);
   return false;
 }
 
@@ -114,10 +116,8 @@ bool readSoundPosDocument(const QString &path, use_t use, QDomDocument &document
     return true;
   const fault_t &first = faults.front();
   const int others = static_cast<int>(faults.size()) - 1;
-  const QString more =
-      others == 0 ? QString() : QStringLiteral(" (and %1 more)").arg(counted(others, "place"));
-  complain(at(path, first.line, first.column) + QStringLiteral("goal ") + first.place.text() +
-           QStringLiteral(": ") + first.text + more +
-           QStringLiteral("; correct it, kelvarune-pos check lists all such places"));
+  const QString more = others == 0 ? QString() : " (and %1 more)"_s.arg(counted(others, "place"));
+  complain(at(path, first.line, first.column) + "goal "_s + first.place.text() + ": "_s +
+           first.text + more + "; correct it, kelvarune-pos check lists all such places"_s);
   return false;
 }

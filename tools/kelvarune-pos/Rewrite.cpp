@@ -7,6 +7,7 @@
 #include "Output.h"
 #include "PosDocument.h"
 #include "file/FileReplacer.h"
+#include "text/Literals.h"
 
 #include <QTextStream>
 
@@ -14,6 +15,8 @@
 #include <cstring>
 
 #include <unistd.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -52,15 +55,15 @@ changes_t changesBetween(const std::vector<goal_state_t> &before,
     if (before[i].status == after[i].status)
       continue;
     ++changes.goals;
-    changes.lines += before[i].place.text() + QStringLiteral(": ") + before[i].status +
-                     QStringLiteral(" -> ") + after[i].status + QLatin1Char('\n');
+    changes.lines += before[i].place.text() + ": "_s + before[i].status + " -> "_s +
+                     after[i].status + QLatin1Char('\n');
   }
   return changes;
 }
 
 bool refuseToSave(const QString &path, const QString &what, int error, const QString &state) {
-  complain(path + QStringLiteral(": ") + what + QStringLiteral(": ") +
-           QString::fromLocal8Bit(std::strerror(error)) + QStringLiteral("; ") + state);
+  complain(path + ": "_s + what + ": "_s + QString::fromLocal8Bit(std::strerror(error)) + "; "_s +
+           state);
   return false;
 }
 
@@ -69,30 +72,28 @@ bool save(const QDomDocument &document, const QString &path) {
   QTextStream stream(&bytes, QIODevice::WriteOnly);
   document.save(stream, pos::XML_INDENT);
   stream.flush();
-  const QString untouched = QStringLiteral("nothing was changed");
+  const QString untouched = "nothing was changed"_s;
   const QString copy = path + QLatin1Char('~');
   file::FileReplacer replacer(path.toStdString());
   if (::access(replacer.path().c_str(), W_OK) != 0)
-    return refuseToSave(path, QStringLiteral("cannot be written"), errno, untouched);
+    return refuseToSave(path, "cannot be written"_s, errno, untouched);
   const file::result_t backup = replacer.keepBackup();
   if (backup.outcome != file::outcome_t::DONE)
-    return refuseToSave(path, QStringLiteral("cannot be copied to ") + copy, backup.error,
-                        untouched);
+    return refuseToSave(path, "cannot be copied to "_s + copy, backup.error, untouched);
   const file::result_t result = replacer.replace({bytes});
   if (result.outcome != file::outcome_t::DONE)
-    return refuseToSave(path, QStringLiteral("cannot be replaced"), result.error,
-                        QStringLiteral("as it was: ") + copy);
+    return refuseToSave(path, "cannot be replaced"_s, result.error, "as it was: "_s + copy);
   return true;
 }
 
 QString summaryOf(const options_t &options, const changes_t &changes) {
-  const QString path = shown(options.file()) + QStringLiteral(": ");
+  const QString path = shown(options.file()) + ": "_s;
   if (changes.goals == 0 && changes.verdicts == 0)
-    return path + QStringLiteral("nothing to change\n");
-  return path + QStringLiteral("verdicts of mechanisms in ") + counted(changes.verdicts, "goal") +
-         QStringLiteral(" and the status of ") + counted(changes.goals, "goal") +
-         (options.dryRun ? QStringLiteral(" would change\n")
-                         : QStringLiteral(" changed; as it was: %1~\n").arg(shown(options.file())));
+    return path + "nothing to change\n"_s;
+  return path + "verdicts of mechanisms in "_s + counted(changes.verdicts, "goal") +
+         " and the status of "_s + counted(changes.goals, "goal") +
+         (options.dryRun ? " would change\n"_s
+                         : " changed; as it was: %1~\n"_s.arg(shown(options.file())));
 }
 
 // Saves the changed document unless this is a dry run, and says what changed.
@@ -111,11 +112,9 @@ int refuseName(const options_t &options) {
   QStringList known;
   for (const std::string &name : names)
     known.append(shown(QString::fromStdString(name)));
-  const QString remedy = known.isEmpty()
-                             ? QStringLiteral(", none is registered")
-                             : QStringLiteral(", choose among ") + known.join(QStringLiteral(", "));
-  complain(options.file() + QStringLiteral(": no mechanism \"") + options.name + QLatin1Char('"') +
-           remedy);
+  const QString remedy =
+      known.isEmpty() ? ", none is registered"_s : ", choose among "_s + known.join(", "_s);
+  complain(options.file() + ": no mechanism \""_s + options.name + QLatin1Char('"') + remedy);
   return EXIT_REFUSED;
 }
 

@@ -7,6 +7,9 @@
 #include "Commands.h"
 #include "Options.h"
 #include "Output.h"
+#include "text/Literals.h"
+
+using namespace kelvarune;
 
 namespace {
 
@@ -17,31 +20,31 @@ int provedAloneBy(const stats_t &stats, const std::string &mechanism, const std:
 }
 
 QJsonObject jsonOfDriver(const pos::driver_metrics_t &driver) {
-  return {{QStringLiteral("proved"), driver.proved},
-          {QStringLiteral("unproved"), driver.unproved},
-          {QStringLiteral("unknown"), driver.unknown},
-          {QStringLiteral("disproved"), driver.disproved}};
+  return {{"proved"_s, driver.proved},
+          {"unproved"_s, driver.unproved},
+          {"unknown"_s, driver.unknown},
+          {"disproved"_s, driver.disproved}};
 }
 
 QJsonObject jsonOfMechanism(const pos::mechanism_metrics_t &mechanism) {
-  return {{QStringLiteral("proved"), mechanism.proved},
-          {QStringLiteral("unreliablyProved"), mechanism.unreliablyProved},
-          {QStringLiteral("unproved"), mechanism.unproved},
-          {QStringLiteral("unknown"), mechanism.unknown},
-          {QStringLiteral("disproved"), mechanism.disproved}};
+  return {{"proved"_s, mechanism.proved},
+          {"unreliablyProved"_s, mechanism.unreliablyProved},
+          {"unproved"_s, mechanism.unproved},
+          {"unknown"_s, mechanism.unknown},
+          {"disproved"_s, mechanism.disproved}};
 }
 
 QJsonObject jsonOfTotals(const stats_t &stats) {
   const pos::metrics_t &metrics = stats.metrics;
-  return {{QStringLiteral("total"), metrics.total},
-          {QStringLiteral("proved"), metrics.proved},
-          {QStringLiteral("unreliablyProved"), metrics.unreliablyProved},
-          {QStringLiteral("unproved"), metrics.unproved},
-          {QStringLiteral("unknown"), stats.unknown},
-          {QStringLiteral("disproved"), metrics.disproved},
-          {QStringLiteral("provedExternally"), metrics.provedExternally},
-          {QStringLiteral("provedByProofState"), metrics.provedByProofState},
-          {QStringLiteral("provedByOneDriver"), stats.provedByOneDriver}};
+  return {{"total"_s, metrics.total},
+          {"proved"_s, metrics.proved},
+          {"unreliablyProved"_s, metrics.unreliablyProved},
+          {"unproved"_s, metrics.unproved},
+          {"unknown"_s, stats.unknown},
+          {"disproved"_s, metrics.disproved},
+          {"provedExternally"_s, metrics.provedExternally},
+          {"provedByProofState"_s, metrics.provedByProofState},
+          {"provedByOneDriver"_s, stats.provedByOneDriver}};
 }
 
 // In the order of the columns: proved, unreliably proved, unproved, unknown, disproved, alone. The
@@ -67,11 +70,10 @@ void forEachRow(const stats_t &stats, const QString &notCounted, Row row) {
 
 QByteArray csvOf(const stats_t &stats) {
   const pos::metrics_t &metrics = stats.metrics;
-  QByteArray bytes = csvRecord(QStringLiteral("level,mechanism,driver,proved,unreliably_proved,"
-                                              "unproved,unknown,disproved,proved_alone,total,"
-                                              "proved_externally,proved_by_proof_state")
-                                   .split(QLatin1Char(',')));
-  QStringList totals = {QStringLiteral("total"), QString(), QString()};
+  QByteArray bytes = csvRecord("level,mechanism,driver,proved,unreliably_proved,"
+                               "unproved,unknown,disproved,proved_alone,total,"
+                               "proved_externally,proved_by_proof_state"_s.split(QLatin1Char(',')));
+  QStringList totals = {"total"_s, QString(), QString()};
   for (const int number : {metrics.proved, metrics.unreliablyProved, metrics.unproved,
                            stats.unknown, metrics.disproved, stats.provedByOneDriver, metrics.total,
                            metrics.provedExternally, metrics.provedByProofState})
@@ -79,8 +81,7 @@ QByteArray csvOf(const stats_t &stats) {
   bytes += csvRecord(totals);
   forEachRow(stats, QString(),
              [&bytes](const QString *mechanism, const QString *driver, const QStringList &numbers) {
-               const QString level =
-                   driver ? QStringLiteral("driver") : QStringLiteral("mechanism");
+               const QString level = driver ? "driver"_s : "mechanism"_s;
                bytes += csvRecord(QStringList{level, *mechanism, driver ? *driver : QString()} +
                                   numbers + QStringList{QString(), QString(), QString()});
              });
@@ -92,16 +93,15 @@ QString share(int number, int total) {
   if (total == 0)
     return QString();
   const int tenths = static_cast<int>(qint64(1000) * number / total);
-  return QStringLiteral("%1.%2 %").arg(tenths / 10).arg(tenths % 10);
+  return "%1.%2 %"_s.arg(tenths / 10).arg(tenths % 10);
 }
 
 QString totalsText(const stats_t &stats) {
   const pos::metrics_t &metrics = stats.metrics;
-  const QString indent = QStringLiteral("  ");
-  const QString own =
-      QStringLiteral("own proof %1, mechanisms %2, one driver alone %3")
-          .arg(QString::number(metrics.provedByProofState),
-               QString::number(metrics.provedExternally), QString::number(stats.provedByOneDriver));
+  const QString indent = "  "_s;
+  const QString own = "own proof %1, mechanisms %2, one driver alone %3"_s.arg(
+      QString::number(metrics.provedByProofState), QString::number(metrics.provedExternally),
+      QString::number(stats.provedByOneDriver));
   Table table("lrrl");
   const auto add = [&](pos::status_t status, int number, const QString &more = QString()) {
     const cell_t cell = statusCell(status);
@@ -120,13 +120,11 @@ QString totalsText(const stats_t &stats) {
 
 QString mechanismsText(const stats_t &stats) {
   Table table("lrrrrrr");
-  table.add({QStringLiteral("Verdicts"), QStringLiteral("Proved"), QStringLiteral("Unreliably"),
-             QStringLiteral("Unproved"), QStringLiteral("Unknown"), QStringLiteral("Disproved"),
-             QStringLiteral("Alone")});
-  forEachRow(stats, QStringLiteral("-"),
+  table.add({"Verdicts"_s, "Proved"_s, "Unreliably"_s, "Unproved"_s, "Unknown"_s, "Disproved"_s,
+             "Alone"_s});
+  forEachRow(stats, "-"_s,
              [&table](const QString *mechanism, const QString *driver, const QStringList &numbers) {
-               std::vector<cell_t> cells = {driver ? QStringLiteral("  ") + shown(*driver)
-                                                   : shown(*mechanism)};
+               std::vector<cell_t> cells = {driver ? "  "_s + shown(*driver) : shown(*mechanism)};
                cells.insert(cells.end(), numbers.begin(), numbers.end());
                table.add(cells);
              });
@@ -134,8 +132,8 @@ QString mechanismsText(const stats_t &stats) {
 }
 
 QString textOf(const stats_t &stats, const QString &path) {
-  QString text = shown(path) + QStringLiteral(": ") + counted(stats.metrics.total, "goal") +
-                 QLatin1Char('\n') + totalsText(stats);
+  QString text = shown(path) + ": "_s + counted(stats.metrics.total, "goal") + QLatin1Char('\n') +
+                 totalsText(stats);
   if (!stats.metrics.mechanisms.empty())
     text += QLatin1Char('\n') + mechanismsText(stats);
   return text;
@@ -145,7 +143,7 @@ QString textOf(const stats_t &stats, const QString &path) {
 
 bool countGoals(const QString &path, const std::vector<goal_t> &goals, stats_t &stats) {
   if (!pos::getMetrics(path.toStdString(), stats.metrics)) {
-    complain(path + QStringLiteral(": cannot be read any more, try again"));
+    complain(path + ": cannot be read any more, try again"_s);
     return false;
   }
   const pos::metrics_t &metrics = stats.metrics;
@@ -166,17 +164,16 @@ QJsonObject jsonOf(const stats_t &stats) {
     QJsonArray drivers;
     for (const auto &[driverName, driver] : mechanism->drivers) {
       QJsonObject object = jsonOfDriver(*driver);
-      object[QLatin1String("name")] = QString::fromStdString(driverName);
-      object[QLatin1String("provedAlone")] = provedAloneBy(stats, mechanismName, driverName);
+      object["name"_s] = QString::fromStdString(driverName);
+      object["provedAlone"_s] = provedAloneBy(stats, mechanismName, driverName);
       drivers.append(object);
     }
     QJsonObject object = jsonOfMechanism(*mechanism);
-    object[QLatin1String("name")] = QString::fromStdString(mechanismName);
-    object[QLatin1String("drivers")] = drivers;
+    object["name"_s] = QString::fromStdString(mechanismName);
+    object["drivers"_s] = drivers;
     mechanisms.append(object);
   }
-  return {{QStringLiteral("totals"), jsonOfTotals(stats)},
-          {QStringLiteral("mechanisms"), mechanisms}};
+  return {{"totals"_s, jsonOfTotals(stats)}, {"mechanisms"_s, mechanisms}};
 }
 
 int commands::stats(const options_t &options) {

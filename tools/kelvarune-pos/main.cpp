@@ -4,6 +4,7 @@
 #include "Options.h"
 #include "Output.h"
 #include "process/StandardStreams.h"
+#include "text/Literals.h"
 
 #include <QCoreApplication>
 #include <QHash>
@@ -11,6 +12,8 @@
 #include <map>
 
 #include <signal.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -20,10 +23,10 @@ int report(const options_t &options) {
 
 int run(const options_t &options) {
   static const std::map<QString, int (*)(const options_t &)> table = {
-      {QStringLiteral("list"), commands::list},       {QStringLiteral("stats"), commands::stats},
-      {QStringLiteral("goals"), commands::goals},     {QStringLiteral("check"), commands::check},
-      {QStringLiteral("unprove"), commands::unprove}, {QStringLiteral("remove"), commands::remove},
-      {QStringLiteral("diff"), commands::diff},       {QStringLiteral("report"), report}};
+      {"list"_s, commands::list},       {"stats"_s, commands::stats},
+      {"goals"_s, commands::goals},     {"check"_s, commands::check},
+      {"unprove"_s, commands::unprove}, {"remove"_s, commands::remove},
+      {"diff"_s, commands::diff},       {"report"_s, report}};
   return table.at(options.command)(options);
 }
 
@@ -43,7 +46,7 @@ int main(int argc, char **argv) {
   qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order
   const QStringList arguments = argumentsOf(argc, argv);
   QCoreApplication application(argc, argv);
-  QCoreApplication::setApplicationName(QStringLiteral("kelvarune-pos"));
+  QCoreApplication::setApplicationName("kelvarune-pos"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 
   options_t options;
