@@ -2,9 +2,9 @@
 // mechanism for an open goal, reloading only those that have concluded on it before, because a
 // replay establishes earlier proofs again.
 
+#include "director/DirectorParts.h"
 #include "director/ProofDirector.h"
 #include "director/StatusRules.h"
-#include "process/StopSignals.h"
 #include "xml/XmlFile.h"
 
 using namespace kelvarune;
@@ -33,12 +33,6 @@ std::string tagOf(const QDomElement &obligation) {
   return obligation.firstChildElement(pos::TAG_TAG).text().toStdString();
 }
 
-// Nothing is to be saved before a load has completed, so it may be interrupted anywhere.
-bool loadInterruptibly(pos::PosFile &file, QDomDocument &document) {
-  const process::stop_signals::Open open;
-  return file.load(document);
-}
-
 } // namespace
 
 QDomElement ProofDirector::mechanismElement(const QDomElement &goal) const {
@@ -65,10 +59,11 @@ QDomElement ProofDirector::registerMechanism(const QDomElement &goal) {
 }
 
 bool ProofDirector::loadPosFile() {
-  unprovedCount = 0;
-  if (!loadInterruptibly(posFile, posDocument))
-    return false;
-  bool changed = false;
+  return parts->posFile.load(posDocument, [this] { return acceptRegistering(); }) &&
+         documentChanged;
+}
+
+bool ProofDirector::acceptRegistering() {
   const QDomElement root = posDocument.documentElement();
   for (const QDomElement &obligation : xml::children(root, pos::TAG_PROOF_OBLIGATION)) {
     std::vector<po_data_t> goals;
@@ -80,7 +75,7 @@ bool ProofDirector::loadPosFile() {
       data.element = mechanismElement(goal);
       if (data.element.isNull()) {
         data.element = registerMechanism(goal);
-        changed = true;
+        documentChanged = true;
         if (data.status == pos::UNKNOWN)
           goal.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
       }
@@ -94,14 +89,14 @@ bool ProofDirector::loadPosFile() {
     }
     poData.emplace_back(tagOf(obligation), std::move(goals));
   }
-  posFile.setReady();
-  return changed;
+  return true;
 }
 
 bool ProofDirector::reloadPosFile() {
-  if (!loadInterruptibly(posFile, posDocument))
-    return false;
-  unprovedCount = 0;
+  return parts->posFile.load(posDocument, [this] { return acceptRegistered(); });
+}
+
+bool ProofDirector::acceptRegistered() {
   const QDomElement root = posDocument.documentElement();
   for (const QDomElement &obligation : xml::children(root, pos::TAG_PROOF_OBLIGATION)) {
     std::vector<po_data_t> goals;
@@ -122,26 +117,13 @@ bool ProofDirector::reloadPosFile() {
     }
     poData.emplace_back(tagOf(obligation), std::move(goals));
   }
-  posFile.setReady();
   return true;
 }
 
-// Before the first result there is nothing to save, so a stop need not wait for what can take
-// seconds.
-void ProofDirector::prepareSaving() {
-  if (posFile.isPrepared())
-    return;
-  posFile.setReady(false);
-  {
-    const process::stop_signals::Open open;
-    posFile.prepare();
-  }
-  posFile.setReady(true);
-}
-
 bool ProofDirector::savePosFile() {
-  const bool saved = posFile.saveUpTo(posFile.ticket(), resultMutex);
-  process::writeToStandardError(posFile.takeFailure());
+  pos::PosFile &file = parts->posFile;
+  const bool saved = file.saveUpTo(file.ticket(), resultMutex);
+  process::writeToStandardError(takeFailedSave());
   return saved;
 }
 
@@ -172,5 +154,5 @@ void ProofDirector::updateStatus(const address_t &address, const QString &verdic
     --unprovedCount; // also for a goal that was not counted; wraps below 0 (wanted)
   }
   data.status = update.status;
-  posFile.goalChanged(address.first, address.second);
+  parts->posFile.goalChanged(address.first, address.second);
 }

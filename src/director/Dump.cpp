@@ -6,6 +6,8 @@
 
 #include <ostream>
 
+using namespace kelvarune;
+
 namespace {
 
 void dumpAddresses(std::ostream &stream, const std::vector<address_t> &addresses) {

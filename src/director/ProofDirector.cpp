@@ -1,21 +1,19 @@
-// The life of a director, and its emergency exit. `stop` may interrupt the thread that owns the
-// director in one of its waits while workers go on, so everything it touches is either constant
-// during a pass or under a lock that is only ever held for moments.
+// The life of a director, and its end before time. A stop may come at any moment of a play, from
+// any thread. It first shuts the gate through which tools start; whoever publishes a result looks
+// at that gate under the lock of the document. So what the stop then kills and saves is all there
+// is.
 
 #include "director/ProofDirector.h"
 
-#include "process/Sessions.h"
-#include "process/ToolProcess.h"
+#include "director/DirectorParts.h"
 
 #include <chrono>
-#include <thread>
 
 using namespace kelvarune;
 
 namespace {
 
 constexpr std::chrono::seconds PATIENCE_AT_STOP(1);
-constexpr std::chrono::milliseconds PAUSE_FOR_LATE_WRITERS(20);
 
 } // namespace
 
@@ -28,60 +26,53 @@ ProofDirector::ProofDirector(const std::string &componentName, const std::string
     : driverFilter(QString::fromStdString(driver)), poFilter(QString::fromStdString(goal)),
       pos(QString::fromStdString(posPath)), pog(QString::fromStdString(pogPath)),
       dir(QString::fromStdString(directory)), xml(xmlOutput), concurrency(jobs), trace(traceLevel),
-      markedDriversOnly(markedOnly), installDirs(directories), posFile(pos),
-      component(componentName) {
+      markedDriversOnly(markedOnly), installDirs(directories), component(componentName),
+      parts(std::make_unique<director_parts_t>(pos, xml, trace)) {
   loaded = mechanism::ofFile(QString::fromStdString(mechanismFile), mechanism, installDirs);
-  traceLine("Created a ProofDirector for ", component, " from ", mechanismFile, "\nxml: ", xml,
-            " concurrency: ", concurrency, " loaded: ", loaded, " trace: ", trace);
+  parts->traces.line("Created a ProofDirector for ", component, " from ", mechanismFile,
+                     "\nxml: ", xml, " concurrency: ", concurrency, " loaded: ", loaded,
+                     " trace: ", trace);
 }
 
 ProofDirector::~ProofDirector() {
-  traceLine("Destroyed ProofDirector for component ", component);
+  parts->traces.line("Destroyed ProofDirector for component ", component);
 }
 
 QStringList ProofDirector::errorMessages() const {
-  const std::lock_guard lock(errorsMutex);
-  return errors;
+  return parts->failures.all();
 }
 
 void ProofDirector::addError(const std::string &line, const QString &message) {
   process::writeToStandardError(line + '\n');
-  const std::lock_guard lock(errorsMutex);
-  errors.append(message);
+  parts->failures.add(message);
+}
+
+// Keeps a failed save among the errors and returns the line to report it with, or nothing.
+std::string ProofDirector::takeFailedSave() {
+  const std::string line = parts->posFile.takeFailure();
+  if (!line.empty())
+    parts->failures.add(QString::fromStdString(line).trimmed());
+  return line;
 }
 
 progress_t ProofDirector::progress() const {
-  const std::lock_guard lock(progressMutex);
-  return currentProgress;
+  return parts->progress.now();
 }
 
 bool ProofDirector::stop() {
-  if (!posFile.isReady())
-    return false; // Nothing runs yet. May have interrupted the load, so nothing is touched either.
-  stopping = true;
-  std::vector<process::sessions::session_t> sessions;
-  {
-    const std::lock_guard lock(processesMutex);
-    for (process::ToolProcess *process : processes) {
-      sessions.push_back({process->session()});
-      process->kill();
-    }
-  }
+  parts->tools.close();
+  const auto sessions = parts->tools.kill();
   removeSecondaryFiles();
-  const bool saved =
-      posFile.saveBefore(std::chrono::steady_clock::now() + PATIENCE_AT_STOP, resultMutex);
+  const auto deadline = std::chrono::steady_clock::now() + PATIENCE_AT_STOP;
+  const bool saved = parts->posFile.saveBefore(deadline, resultMutex);
   process::sessions::end(sessions);
-  process::offerToStandardError(posFile.takeFailure());
+  process::offerToStandardError(takeFailedSave());
   return saved;
 }
 
-void ProofDirector::stopAndCleanUp() {
-  if (!posFile.isReady())
-    return;
-  stop();
-  for (const auto pause : {PAUSE_FOR_LATE_WRITERS, std::chrono::milliseconds(0)}) {
-    process::sessions::end(process::sessions::all());
-    removeSecondaryFiles();
-    std::this_thread::sleep_for(pause); // a worker may have been about to start a writer
-  }
+bool ProofDirector::stopAndCleanUp() {
+  const bool saved = stop();
+  parts->tools.endAll();
+  removeSecondaryFiles();
+  return saved;
 }

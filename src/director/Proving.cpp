@@ -5,13 +5,12 @@
 // A tool that cannot be started counts as one that wrote nothing; what follows from that shows in
 // the verdicts.
 
+#include "director/DirectorParts.h"
 #include "director/ProofDirector.h"
 #include "director/ReaderOutput.h"
-#include "director/RunningTool.h"
 #include "process/PipeReader.h"
 
 #include <algorithm>
-#include <map>
 #include <optional>
 
 #include <fcntl.h>
@@ -23,18 +22,6 @@ using namespace kelvarune;
 using mechanism::input_t;
 
 namespace {
-
-const std::map<pos::status_t, const char *> stringOfStatus = {{pos::UNPROVED, "-"},
-                                                              {pos::UNKNOWN, "-"},
-                                                              {pos::UNRELIABLY_PROVED, "*"},
-                                                              {pos::PROVED, "+"},
-                                                              {pos::DISPROVED, "!"}};
-
-const std::map<pos::status_t, const char *> xmlOfStatus = {{pos::UNPROVED, "<m/>"},
-                                                           {pos::UNKNOWN, "<m/>"},
-                                                           {pos::UNRELIABLY_PROVED, "<u/>"},
-                                                           {pos::PROVED, "<p/>"},
-                                                           {pos::DISPROVED, "<d/>"}};
 
 constexpr std::size_t READ_WITHOUT_READER = std::size_t(1) << 20;
 constexpr int FIRST_LOOK_MS = 1000;
@@ -78,51 +65,50 @@ void awaitReader(process::ToolProcess &reader, process::PipeReader &results, ino
 
 void ProofDirector::proveEntry(const unsigned long &index) {
   const prover_data_t &entry = proverData.at(index);
-  if (stopping)
+  if (parts->tools.areClosed())
     return;
   ReaderOutput output;
   const bool ended = runChain(entry, output);
-  countProgress(&progress_t::finished);
-  if (!ended || stopping)
+  parts->progress.count(&progress_t::finished);
+  if (!ended || parts->tools.areClosed())
     return;
-  traceLine("processing command output ", output.text());
+  parts->traces.line("processing command output ", output.text());
   if (poFilter.isEmpty() && output.lineCount() != entry.addresses.size()) {
     addError("Unexpected number of results. Expected: " + std::to_string(entry.addresses.size()) +
                  " Found: " + std::to_string(output.lineCount()),
              tr("Unexpected number of results from driver %1 reader.").arg(currentDriver.name));
     return;
   }
-  if (publish(entry, output))
+  const bool changed = publish(entry, output);
+  parts->results.print();
+  if (changed) {
+    parts->traces.line("Saving new DOM in POS file ", pos.toStdString());
     savePosFile();
-  printResults();
+  }
 }
 
 bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output) {
   file::pipe_t chain = file::makePipe();
   file::pipe_t results = file::makePipe();
   const ino_t chainPipe = inodeOf(chain.readEnd);
-  traceLine("Issuing proving command ", entry.cmdp.native(), " ",
-            entry.argsp.join(QLatin1Char(' ')).toStdString(), "\n and reading command ",
-            entry.cmdr.native(), " ", entry.argsr.join(QLatin1Char(' ')).toStdString());
+  parts->traces.line("Issuing proving command ", entry.cmdp.native(), " ",
+                     entry.argsp.join(QLatin1Char(' ')).toStdString(), "\n and reading command ",
+                     entry.cmdr.native(), " ", entry.argsr.join(QLatin1Char(' ')).toStdString());
 
   const bool fromFile = currentDriver.prover.input == input_t::STDIN;
   file::pipe_t silence = fromFile ? file::pipe_t() : file::makePipe(); // stays open and empty
   const file::Descriptor input = fromFile ? openInput(entry.inpath) : std::move(silence.readEnd);
 
-  RunningTool prover(processes, processesMutex);
-  RunningTool reader(processes, processesMutex);
+  RunningTool prover(parts->tools, RunningTool::kind_t::KILLED_BY_STOP);
+  RunningTool reader(parts->tools, RunningTool::kind_t::KILLED_BY_STOP);
   if (input.isOpen())
-    prover->start(entry.cmdp, entry.argsp, input.get(), chain.writeEnd.get());
+    prover.start(entry.cmdp, entry.argsp, input.get(), chain.writeEnd.get());
   chain.writeEnd.reset();
   const auto takeResults = [&](const char *bytes, std::size_t size) { output.append(bytes, size); };
   const auto takeNothing = [](const char *, std::size_t) {};
   const bool reading =
-      reader->start(entry.cmdr, entry.argsr, chain.readEnd.get(), results.writeEnd.get());
+      reader.start(entry.cmdr, entry.argsr, chain.readEnd.get(), results.writeEnd.get());
   results.writeEnd.reset();
-  if (stopping) { // the tools may have been too young to be seen by stop
-    prover->kill();
-    reader->kill();
-  }
 
   // Without a reader its part is taken here for a while, so that a prover does not die of a broken
   // pipe for what it usually writes, but one that writes without end does.
@@ -133,86 +119,60 @@ bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output) {
 
   prover->waitForEnd(&pipe);
   prover.unregister();
-  if (hasCrashed(*prover, "Driver prover crashed.", tr("Driver %1 prover crashed.")))
+  if (prover->crashed()) {
+    addCrash("Driver prover crashed.", tr("Driver %1 prover crashed."));
     return false;
+  }
   awaitReader(*reader, pipe, chainPipe);
   reader.unregister();
-  return !hasCrashed(*reader, "Driver reader crashed.", tr("Driver %1 reader crashed."));
+  if (reader->crashed())
+    addCrash("Driver reader crashed.", tr("Driver %1 reader crashed."));
+  return !reader->crashed();
 }
 
-bool ProofDirector::hasCrashed(const process::ToolProcess &tool, const std::string &line,
-                               const QString &message) {
-  if (tool.crashed() && !stopping) // else it was killed on purpose
+void ProofDirector::addCrash(const std::string &line, const QString &message) {
+  if (!parts->tools.areClosed()) // else it was killed on purpose
     addError(line, message.arg(currentDriver.name));
-  return tool.crashed();
 }
 
-// Updates the document and makes the text for standard output, which is printed after the lock is
-// given back: a reader of the program's output that does not read must not hold up a stop.
+// Updates the document and adds the marks to the results, which are written after the lock is given
+// back: whoever does not read the program's output must not hold up a stop.
 bool ProofDirector::publish(const prover_data_t &entry, const ReaderOutput &output) {
   bool changed = false;
-  std::string traces;
+  std::string updates; // traces
   {
     const std::lock_guard lock(resultMutex);
-    if (stopping) // the last document is being saved or has been
+    if (parts->tools.areClosed()) // the last document is being saved or has been
       return false;
     LineCursor lines(output.text());
     for (const address_t &address : entry.addresses) {
-      openOperations(address.first);
+      parts->results.openOperations(address.first, poData);
       const std::optional<QString> verdict = verdictOf(lines.next());
       if (verdict)
-        traces += publishVerdict(address, *verdict, lines);
+        updates += publishVerdict(address, *verdict, lines);
       else
-        results << (xml ? "<m/>" : "-");
+        parts->results.addNoVerdict();
       changed = changed || verdict;
     }
   }
-  process::writeToStandardError(traces);
-  if (changed)
-    traceLine("Saving new DOM in POS file ", pos.toStdString());
+  process::writeToStandardError(updates);
   return changed;
-}
-
-void ProofDirector::openOperations(std::uint64_t obligation) {
-  for (; nextOperation <= obligation; ++nextOperation) {
-    if (nextOperation != 0)
-      results << (xml ? "</operation>" : "") << '\n';
-    results << "\t\t" << (xml ? "<operation><name>" : "") << poData.at(nextOperation).first
-            << (xml ? "</name>" : "") << "\n\t\t\t";
-  }
 }
 
 // Returns the trace.
 std::string ProofDirector::publishVerdict(const address_t &address, const QString &verdict,
                                           LineCursor &lines) {
-  std::string text =
-      traceOf("updating proof status of proof obligation ", address.first, ",", address.second,
-              " to ", verdict.toStdString(), " for driver ", currentDriver.name.toStdString());
+  std::string update = parts->traces.text(
+      "updating proof status of proof obligation ", address.first, ",", address.second, " to ",
+      verdict.toStdString(), " for driver ", currentDriver.name.toStdString());
   if (poFilter.isEmpty())
     updateStatus(address, verdict);
   if (verdict == pos::ATTR_VALUE_PROVED)
-    countProgress(&progress_t::proved);
-  const pos::status_t status = poData.at(address.first).second.at(address.second).status;
-  results << (xml ? xmlOfStatus : stringOfStatus).at(status);
-  if (poFilter.isEmpty())
-    return text;
-  results << (xml ? "<model>\n" : "model:\n");
-  while (!lines.atEnd())
-    results << lines.next() << '\n';
-  results << (xml ? "</model>\n" : "\n");
-  return text;
-}
-
-// Prints what has been published and not been printed yet, in the order in which it was published.
-void ProofDirector::printResults() {
-  const std::lock_guard printing(printMutex);
-  std::string text;
-  {
-    const std::lock_guard lock(resultMutex);
-    text = results.str();
-    results.str(std::string());
-  }
-  process::writeToStandardOutput(text);
+    parts->progress.count(&progress_t::proved);
+  parts->results.addMark(poData.at(address.first).second.at(address.second).status);
+  if (!poFilter.isEmpty())
+    parts->results.addModel(lines);
+  return update;
 }
 
 void ProofDirector::proveJob() {
@@ -232,6 +192,6 @@ void ProofDirector::writeAndProveJob() {
 
 void ProofDirector::traceProving(unsigned long index) const {
   const prover_data_t &entry = proverData.at(index);
-  workerTraceLine("Thread ", ::gettid(), " proves entry (", entry.cmdp.native(), ", ",
-                  entry.inpath.toStdString(), ").");
+  parts->traces.workerLine("Thread ", ::gettid(), " proves entry (", entry.cmdp.native(), ", ",
+                           entry.inpath.toStdString(), ").");
 }

@@ -2,6 +2,7 @@
 // carry out these tables.
 
 #include "director/Arguments.h"
+#include "director/DirectorParts.h"
 #include "director/ProofDirector.h"
 #include "text/Literals.h"
 
@@ -107,10 +108,7 @@ void ProofDirector::produceWriterData(const QString &directory, const QString &p
     addEntry(bundle); // also without any goal
   }
 
-  const std::lock_guard lock(processesMutex);
-  secondaryFiles.clear();
-  for (const writer_data_t &entry : writerData)
-    secondaryFiles.push_back(entry.po2filename.toStdString());
+  parts->secondaryFiles.set(writerData);
 }
 
 void ProofDirector::produceProverData() {

@@ -1,8 +1,8 @@
 // Secondary proof obligation files. A writer that fails stops nothing: the failure is recorded and
 // the prover of the same entry still runs, on whatever is there.
 
+#include "director/DirectorParts.h"
 #include "director/ProofDirector.h"
-#include "director/RunningTool.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,28 +20,27 @@ bool exists(const QString &path) {
 
 void ProofDirector::writeEntry(const unsigned long &index) {
   const writer_data_t &entry = writerData.at(index);
-  if (stopping)
+  if (parts->tools.areClosed())
     return;
-  countProgress(&progress_t::started);
-  traceLine("Issuing writing command ", entry.cmd.native(), " ",
-            entry.args.join(QLatin1Char(' ')).toStdString());
-  traceLine("to generate ", entry.po2filename.toStdString());
+  parts->progress.count(&progress_t::started);
+  parts->traces.line("Issuing writing command ", entry.cmd.native(), " ",
+                     entry.args.join(QLatin1Char(' ')).toStdString());
+  parts->traces.line("to generate ", entry.po2filename.toStdString());
 
-  // Not among the processes that stop kills (wanted): what it wrote may still be of use.
-  process::ToolProcess writer;
+  RunningTool writer(parts->tools, RunningTool::kind_t::LEFT_BY_STOP);
   const file::pipe_t input = file::makePipe(); // stays open and empty
-  if (!writer.start(entry.cmd, entry.args, input.readEnd.get(), -1)) {
+  const bool started = writer.start(entry.cmd, entry.args, input.readEnd.get(), -1);
+  if (started)
+    writer->waitForEnd();
+  if (parts->tools.areClosed())
+    return;
+  if (!started) {
     addError("-- ProofDirector -- Writer had an error.",
              tr("Error starting secondary proof obligation generation for driver %1.")
                  .arg(currentDriver.name));
     return;
   }
-  if (stopping) // the writer may have been too young to be seen by a stop
-    writer.kill();
-  writer.waitForEnd();
-  if (stopping)
-    return;
-  if (writer.crashed()) {
+  if (writer->crashed()) {
     addError(
         "-- ProofDirector -- Writer crashed.",
         tr("Secondary proof obligation generation for driver %1 crashed.").arg(currentDriver.name));
@@ -61,14 +60,10 @@ bool ProofDirector::claimEntry(job_t first, unsigned long &index) {
     return false;
   index = nextIndex++;
   if (writing)
-    traceWriting(index);
+    parts->traces.workerLine("Thread ", ::gettid(), " writes entry ", index, ".");
   else
     traceProving(index);
   return true;
-}
-
-void ProofDirector::traceWriting(unsigned long index) const {
-  workerTraceLine("Thread ", ::gettid(), " writes entry ", index, ".");
 }
 
 void ProofDirector::writeJob() {
@@ -78,7 +73,5 @@ void ProofDirector::writeJob() {
 }
 
 void ProofDirector::removeSecondaryFiles() const {
-  const std::lock_guard lock(processesMutex);
-  for (const std::string &file : secondaryFiles)
-    ::unlink(file.c_str());
+  parts->secondaryFiles.remove();
 }

@@ -2,54 +2,56 @@
 #define KELVARUNE_POS_POSFILE_H
 
 #include "file/FileReplacer.h"
+#include "pos/GoalBytes.h"
 
-#include <QByteArray>
 #include <QDomDocument>
 #include <QString>
-#include <QVector>
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <mutex>
-#include <set>
 #include <string>
-#include <vector>
 
 namespace pos {
 
 /// A POS document and the file it came from, which is kept current cheaply and never damaged.
 ///
-/// Saved bytes are those that QDomDocument::save with XML_INDENT gives. They are not made anew for
-/// every save: the bytes of each goal are kept, and only those of changed goals are serialised
-/// again. Each save replaces the whole file (see kelvarune::file::FileReplacer).
+/// Each save replaces the whole file (see file::FileReplacer) by the bytes that QDomDocument::save
+/// with XML_INDENT gives, which are kept goal by goal (see GoalBytes).
 ///
-/// Threads: the document and `goalChanged` are guarded by a mutex of the owner, which
-/// passes it to the saving functions; these may be called by several threads at once and must be
-/// called without holding it. They hold it only to collect the bytes, not while they write. When
-/// several threads want to save, one write serves all those that asked before it collected.
+/// Threads: the document and `goalChanged` are guarded by a mutex of the owner, which passes it to
+/// the functions that need it; these may be called by several threads at once and must be called
+/// without holding it. They hold it only to collect the bytes, not while they write. When several
+/// threads want to save, one write serves all those that asked before it collected.
+///
+/// Lock order: the lock for writing in here, then the document's mutex.
 class PosFile {
 public:
   explicit PosFile(QString path);
 
-  /// Reads the file into `document`, which shares its nodes with this object from then on. False
-  /// when the file cannot be read. Errors of the XML are ignored; the document is then read as far
-  /// as it goes, and the first save keeps the file's bytes under its name followed by "~".
-  bool load(QDomDocument &document);
+  /// Reads the file into `document`, which shares its nodes with this object from then on, and lets
+  /// `accept` take from it what the owner wants and change it at will. Only when that is done, and
+  /// was right, is there something to save: until then, and for good when the file could not be
+  /// read, `accept` gave false or raised an exception, saving does nothing and gives false.
+  ///
+  /// Errors of the XML are ignored; the document is then read as far as it goes, and the first save
+  /// keeps the file's bytes under its name followed by "~". One load per object: any further one
+  /// gives false and does nothing.
+  bool load(QDomDocument &document, const std::function<bool()> &accept);
 
-  /// Allows saving: the owner has read all it needs, the document is what the file shall hold.
-  void setReady(bool value = true) { ready = value; }
-  bool isReady() const { return ready; }
+  /// Whether a load has been tried.
+  bool hasBeenLoaded() const { return loading; }
 
   /// Serialises the whole document ahead of the first save, which is the long part of that.
-  void prepare();
+  void prepare(std::mutex &documentMutex);
 
-  /// Whether the long part of the first save has been done, by preparing or by saving.
-  bool isPrepared() const { return !divisible || !blocks.isEmpty(); }
-
-  /// Tells that attributes of goal `goal` of proof obligation `obligation` (indexes as in the
+  /// Notes that attributes of goal `goal` of proof obligation `obligation` (indexes as in the
   /// document, from 0), or of elements in it, got other values. All other changes of the document
   /// must be made before it is prepared or first saved.
-  void goalChanged(std::size_t obligation, std::size_t goal);
+  void goalChanged(std::size_t obligation, std::size_t goal) {
+    bytes.goalChanged(obligation, goal);
+  }
 
   /// A mark for the document as it is now; see saveUpTo. Any thread, after its changes were made
   /// under the document's mutex.
@@ -61,56 +63,34 @@ public:
 
   /// The last save: as saving at a new ticket, but gives up (false) when other threads keep the
   /// document or the file busy until `deadline`. The file then holds what was saved last. Nothing
-  /// is written afterwards.
+  /// is written afterwards; a second call gives the result of the first.
   bool saveBefore(std::chrono::steady_clock::time_point deadline, std::mutex &documentMutex);
 
-  /// A line that tells of a failed save for want of space, by an I/O error or the like, with path
-  /// and reason; empty when there is nothing new to tell: each reason is told once per path and
-  /// program run. Any thread.
+  /// A line on a failed save for want of space, by an I/O error or the like, with path and reason;
+  /// empty when there is nothing new. Each reason is given once per path, and again after a save
+  /// that worked. Any thread.
   std::string takeFailure();
 
 private:
-  using address_t = std::pair<std::size_t, std::size_t>;
+  enum class state_t { NOT_LOADED, LOADED, FAILED };
 
-  /// The bytes of a goal within its block.
-  struct place_t {
-    int begin;
-    int end;
-  };
-
+  bool save(std::mutex &documentMutex);
   bool write(const QVector<QByteArray> &content);
   bool keepMalformed();
   void noteFailure(int error);
 
-  // Under the document's mutex:
-  QVector<QByteArray> collect();
-  QByteArray wholeDocument();
-  void split(const QByteArray &bytes);
-  bool serialiseGoal(const address_t &address);
-  void replaceGoal(std::size_t number, const QByteArray &bytes);
-
-  QString path;
-  QDomDocument document;
+  const QString path;
+  std::atomic<state_t> state = state_t::NOT_LOADED;
+  std::atomic<bool> loading = false; // stays true
   bool wellFormed = true;
-  std::atomic<bool> ready = false;
-
-  // Guarded by the document's mutex. `blocks` is the file's content: each block ends with the last
-  // of its goals, GOALS_PER_BLOCK of them, and the last one with the file. Empty before the first
-  // save and where goals cannot be kept apart.
-  QVector<QByteArray> blocks;
-  std::vector<place_t> places; // of all goals in their order
-  std::vector<std::vector<QDomElement>> goals;
-  std::vector<std::size_t> goalsBefore; // each proof obligation
-  std::set<address_t> changedGoals;
-  QTextCodec *codec = nullptr;
-  bool divisible = true;
-
+  GoalBytes bytes; // guarded by the document's mutex
   std::atomic<quint64> issued = 0;
 
   std::mutex writeMutex; // guards what follows; taken before the document's mutex
   quint64 written = 0;
   kelvarune::file::FileReplacer replacer;
   bool ended = false;
+  bool endedWell = false;
 
   std::mutex failureMutex;
   std::string failure; // guarded by failureMutex

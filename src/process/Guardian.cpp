@@ -38,7 +38,7 @@ namespace {
 } // namespace
 
 Guardian::Guardian() {
-  sessions::release(sessions::claim()); // the table must exist to be shared
+  sessions::release(sessions::claim(nullptr)); // the table must exist to be shared
   file::pipe_t pipe = file::makePipe();
   if (!pipe.readEnd.isOpen())
     return;

@@ -35,7 +35,8 @@ constexpr int GRACE_POLLS = 30; // how long processes may take to follow a SIGTE
 constexpr int LAST_POLL = 100;
 
 static_assert(std::atomic<pid_t>::is_always_lock_free &&
-              std::atomic<std::int64_t>::is_always_lock_free);
+              std::atomic<std::int64_t>::is_always_lock_free &&
+              std::atomic<const void *>::is_always_lock_free);
 
 slot_t *table() {
   static slot_t *const slots = [] {
@@ -157,7 +158,7 @@ bool holdsWriteEnd(pid_t pid, const std::string &pipeName) {
 
 } // namespace
 
-slot_t *claim() {
+slot_t *claim(const void *owner) {
   static std::atomic<unsigned> turn = 0; // in turns, so that the oldest ended session gives way
   slot_t *const slots = table();
   for (int i = 0; slots && i < TABLE_SIZE; ++i) {
@@ -166,6 +167,7 @@ slot_t *claim() {
     const bool running = found == CLAIMED || (found > 0 && slot.endTicks == session_t::RUNNING);
     if (!running && slot.session.compare_exchange_strong(found, CLAIMED)) {
       slot.endTicks = session_t::RUNNING;
+      slot.owner = owner;
       return &slot;
     }
   }
@@ -181,11 +183,15 @@ void release(slot_t *slot) {
 }
 
 std::vector<session_t> all() {
+  return of(nullptr);
+}
+
+std::vector<session_t> of(const void *owner) {
   std::vector<session_t> result;
   slot_t *const slots = table();
   for (int i = 0; slots && i < TABLE_SIZE; ++i) {
     const session_t session = {slots[i].session, slots[i].endTicks};
-    if (session.id > 0)
+    if (session.id > 0 && (!owner || slots[i].owner == owner))
       result.push_back(session);
   }
   return result;

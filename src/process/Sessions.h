@@ -26,22 +26,24 @@ struct session_t {
   std::int64_t endTicks = RUNNING;
 };
 
-/// A place in the table: the session, 0 when it is free.
+/// A place in the table: the session, 0 when it is free, and for whom it runs.
 struct slot_t {
   std::atomic<pid_t> session;
   std::atomic<std::int64_t> endTicks;
+  std::atomic<const void *> owner;
 };
 
-/// Claims a place of the table; null when tools that run have them all (the tool then runs
-/// unrecorded).
-slot_t *claim();
+/// Claims a place of the table for a tool of `owner` (any address that stands for it); null when
+/// tools that run have them all (the tool then runs unrecorded).
+slot_t *claim(const void *owner);
 
 /// Notes that the tool has ended. What it has left running is remembered until the place is needed
 /// for another tool, the oldest first.
 void release(slot_t *slot);
 
-/// The sessions that stand in the table now.
+/// The sessions that stand in the table now: those of all owners, or of one.
 std::vector<session_t> all();
+std::vector<session_t> of(const void *owner);
 
 /// Ends every process of the given sessions: their leaders are killed, the others are asked first
 /// (SIGTERM) and killed after a short grace. Returns when all are gone, at the latest after about

@@ -1,50 +1,54 @@
-// The mask of the waits is computed once: what the main thread had blocked before, without the stop
-// signals. It is only read afterwards.
+// The end of the waiting is a signal, too: one of those that are awaited, sent to the waiting
+// thread alone. That needs no descriptor, of which a program may have none left.
 
 #include "process/StopSignals.h"
 
-namespace kelvarune::process::stop_signals {
+#include <system_error>
+#include <utility>
+
+#include <signal.h>
+
+namespace kelvarune::process {
 
 namespace {
 
-sigset_t stopSignals;
-sigset_t maskOfWaits;
-thread_local bool letsIn = false;
+sigset_t setOf(const std::vector<int> &numbers) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int number : numbers)
+    sigaddset(&set, number);
+  return set;
+}
 
 } // namespace
 
-void letInAtWaits(std::initializer_list<int> signals) {
-  sigemptyset(&stopSignals);
-  for (const int signal : signals)
-    sigaddset(&stopSignals, signal);
-  pthread_sigmask(SIG_BLOCK, &stopSignals, &maskOfWaits);
-  for (const int signal : signals)
-    sigdelset(&maskOfWaits, signal);
-  letsIn = true;
+StopSignals::StopSignals(std::vector<int> stopNumbers, action_t action)
+    : numbers(std::move(stopNumbers)) {
+  const sigset_t awaited = setOf(numbers);
+  sigset_t previous;
+  pthread_sigmask(SIG_BLOCK, &awaited, &previous);
+  try {
+    thread = std::thread([this, action = std::move(action)] { await(action); });
+  } catch (const std::system_error &) {
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+  }
 }
 
-const sigset_t *waitMask() {
-  return letsIn ? &maskOfWaits : nullptr;
+StopSignals::~StopSignals() {
+  if (!thread.joinable())
+    return;
+  ending = true;
+  pthread_kill(thread.native_handle(), numbers.front());
+  thread.join();
 }
 
-Open::Open() {
-  if (letsIn)
-    pthread_sigmask(SIG_UNBLOCK, &stopSignals, nullptr);
+void StopSignals::await(const action_t &action) {
+  const sigset_t awaited = setOf(numbers);
+  int number = 0;
+  while (sigwait(&awaited, &number) != 0) {
+  }
+  if (!ending)
+    action(number);
 }
 
-Open::~Open() {
-  if (letsIn)
-    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
-}
-
-AllBlocked::AllBlocked() {
-  sigset_t all;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &previous);
-}
-
-AllBlocked::~AllBlocked() {
-  pthread_sigmask(SIG_SETMASK, &previous, nullptr);
-}
-
-} // namespace kelvarune::process::stop_signals
+} // namespace kelvarune::process

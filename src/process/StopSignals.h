@@ -1,49 +1,42 @@
 #ifndef KELVARUNE_PROCESS_STOPSIGNALS_H
 #define KELVARUNE_PROCESS_STOPSIGNALS_H
 
-#include <initializer_list>
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <vector>
 
-#include <signal.h>
+namespace kelvarune::process {
 
-/// Where the signals that stop the program may interrupt it.
+/// Waits for the signals that stop a program, in a thread of its own.
 ///
-/// A handler that saves documents and kills processes needs locks and memory, so it must not run
-/// while the interrupted thread holds either. The program's main thread therefore keeps the stop
-/// signals blocked and lets them in only while it waits for a tool or for its workers, and in
-/// stretches that it opens on purpose. All other threads keep them blocked for good.
-namespace kelvarune::process::stop_signals {
-
-/// Blocks `signals` in the calling thread, which becomes the one that lets them in when it waits.
-/// Call once, before any other thread exists. Without this call nothing below has any effect.
-void letInAtWaits(std::initializer_list<int> signals);
-
-/// The mask with which the calling thread shall wait (see ppoll): with the stop signals let in on
-/// the thread that called letInAtWaits, null (no change) on any other.
-const sigset_t *waitMask();
-
-/// While it lives the calling thread can be interrupted anywhere. For long stretches in which a
-/// handler has nothing to save. No effect on other threads than the one of letInAtWaits.
-class Open {
+/// What stopping takes (locks, memory, files) is beyond what a signal handler may do. Here it is
+/// ordinary code: a thread takes the signals with sigwait, and every other thread keeps them
+/// blocked, so nothing is ever interrupted.
+class StopSignals {
 public:
-  Open();
-  ~Open();
-  Open(const Open &) = delete;
-  Open &operator=(const Open &) = delete;
-};
+  using action_t = std::function<void(int number)>;
 
-/// While it lives every signal is blocked in the calling thread, and in the threads started
-/// meanwhile for good.
-class AllBlocked {
-public:
-  AllBlocked();
-  ~AllBlocked();
-  AllBlocked(const AllBlocked &) = delete;
-  AllBlocked &operator=(const AllBlocked &) = delete;
+  /// Blocks the signals `numbers` in the calling thread, and thereby in all threads that it starts
+  /// from now on; so call this before any other thread exists. The first of them that comes calls
+  /// `action`, once, on the waiting thread; those that follow have no effect. Where the system
+  /// allows no more threads, the signals keep the effect that they had.
+  StopSignals(std::vector<int> numbers, action_t action);
+
+  /// Ends the waiting; an action that is under way is awaited. The signals stay blocked.
+  ~StopSignals();
+
+  StopSignals(const StopSignals &) = delete;
+  StopSignals &operator=(const StopSignals &) = delete;
 
 private:
-  sigset_t previous;
+  void await(const action_t &action);
+
+  std::vector<int> numbers;
+  std::atomic<bool> ending = false;
+  std::thread thread;
 };
 
-} // namespace kelvarune::process::stop_signals
+} // namespace kelvarune::process
 
 #endif

@@ -9,7 +9,7 @@
 #include "process/ToolProcess.h"
 
 #include "process/PipeReader.h"
-#include "process/StopSignals.h"
+#include "process/SignalMask.h"
 
 #include <cerrno>
 #include <chrono>
@@ -95,7 +95,7 @@ void resetSignals() {
 // A function of its own that is never inlined, so that the child cannot disturb the frame of a
 // caller which goes on.
 [[gnu::noinline]] pid_t startChild(const child_t &child) {
-  const stop_signals::AllBlocked blocked;
+  const AllSignalsBlocked blocked;
   const pid_t pid = ::vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork)
   if (pid == 0)
     runChild(child); // NOLINT(clang-analyzer-unix.Vfork)
@@ -141,7 +141,7 @@ bool ToolProcess::start(const std::filesystem::path &program, const QStringList 
   file::pipe_t errors = file::makePipe();
   if (!errors.readEnd.isOpen())
     return false;
-  slot = sessions::claim();
+  slot = sessions::claim(owner);
   const child_t child = {pointers.data(),
                          standardInput < 0 ? nullDevice() : standardInput,
                          standardOutput < 0 ? nullDevice() : standardOutput,
@@ -175,9 +175,7 @@ bool ToolProcess::waitForEnd(PipeReader *output, int limitMs) {
     if (!pidfd.isOpen())
       waitMs = ASK_AGAIN_MS;
     pollfd watched[] = {{pidfd.get(), POLLIN, 0}, {output ? output->descriptor() : -1, POLLIN, 0}};
-    const timespec duration = {waitMs / 1000, (waitMs % 1000) * 1000000L};
-    const int ready =
-        ::ppoll(watched, 2, waitMs < 0 ? nullptr : &duration, stop_signals::waitMask());
+    const int ready = ::poll(watched, 2, static_cast<int>(waitMs));
     if (output && ready > 0 && watched[1].revents)
       output->readSome();
     if (!pidfd.isOpen() || (ready > 0 && watched[0].revents))

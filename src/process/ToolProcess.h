@@ -27,7 +27,8 @@ class PipeReader;
 /// end.
 class ToolProcess {
 public:
-  ToolProcess() = default;
+  /// `owner` stands for whom the tool runs in the table of sessions.
+  explicit ToolProcess(const void *owner = nullptr) : owner(owner) {}
   ~ToolProcess();
   ToolProcess(const ToolProcess &) = delete;
   ToolProcess &operator=(const ToolProcess &) = delete;
@@ -41,8 +42,7 @@ public:
 
   /// Waits until the tool has ended, and meanwhile keeps `output` (may be null) read, so that
   /// nobody who writes into it is blocked. With a limit in milliseconds (negative: none) returns
-  /// false when that time passes without the end. Stop signals may interrupt
-  /// the wait on the thread that lets them in. True at once when no tool runs.
+  /// false when that time passes without the end. True at once when no tool runs.
   bool waitForEnd(PipeReader *output = nullptr, int limitMs = -1);
 
   /// Kills the tool, if it runs, without waiting.
@@ -57,6 +57,7 @@ public:
 private:
   void reap(bool block);
 
+  const void *const owner;
   mutable std::mutex endMutex; // between kill and reap: a reaped number may name another process
   pid_t pid = 0;               // changed by the owner under endMutex
   file::Descriptor pidfd;

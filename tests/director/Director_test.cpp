@@ -6,6 +6,7 @@
 #include "text/Literals.h"
 #include "xml/XmlFile.h"
 
+#include <random>
 #include <sstream>
 #include <thread>
 
@@ -63,6 +64,17 @@ protected:
     selection_t selection;
     which.selectForDriver(selection);
     return selection;
+  }
+
+  /// How many processes have this command line.
+  static int processesRunning(const char *commandLine) {
+    int count = 0;
+    for (const QString &pid : QDir("/proc"_s).entryList({"[1-9]*"_s})) {
+      QFile file("/proc/%1/cmdline"_s.arg(pid));
+      if (file.open(QIODevice::ReadOnly))
+        count += file.readAll().replace('\0', ' ').trimmed() == commandLine ? 1 : 0;
+    }
+    return count;
   }
 
   std::string play(ProofDirector &which) {
@@ -169,7 +181,7 @@ TEST_F(Director, JobLoopsRunEveryEntryOnce) {
     EXPECT_FALSE(QFile::exists(entry.po2filename));
 }
 
-TEST_F(Director, StopFromAnotherThreadEndsTheRun) {
+TEST_F(Director, StopEndsBusyToolsAndKeepsTheirGoals) {
   for (const unsigned jobs : {1U, 3U}) {
     writePos();
     directory.writeTool("prover", "#!/bin/sh\nexec sleep 60\n");
@@ -189,14 +201,80 @@ TEST_F(Director, StopFromAnotherThreadEndsTheRun) {
   }
 }
 
+TEST_F(Director, StopAtAnyMomentLosesNothingAndLeavesNothing) {
+  constexpr int GOALS = 300;
+  const char *const provers[] = {"#!/bin/sh\ncat\n", "#!/bin/sh\nsleep 3017 & wait\n"};
+  std::mt19937 random(1);
+  for (int round = 0; round < 16; ++round) {
+    SCOPED_TRACE(round);
+    std::string goals = "<Proof_Obligations><Proof_Obligation><Tag>A</Tag>";
+    for (int i = 0; i < GOALS; ++i)
+      goals += "<Simple_Goal status=\"Unproved\"/>";
+    directory.write("c.pos", goals + "</Proof_Obligation></Proof_Obligations>");
+    directory.writeTool("prover", provers[round % 2]);
+    ProofDirector &stopped = make(driver("d"), "always", "", "", false, 8);
+    bool saved = false;
+    std::thread stopper([&, delayMs = random() % 60] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+      saved = stopped.stop();
+    });
+    play(stopped);
+    stopper.join();
+    EXPECT_EQ(processesRunning("sleep 3017"), 0);
+    EXPECT_FALSE(stopped.hasErrors());
+    const auto provedGoals = [&] {
+      int count = 0;
+      for (const auto &[tag, data] : stopped.getPoData())
+        for (const po_data_t &goal : data)
+          count += goal.status == pos::PROVED ? 1 : 0;
+      return count;
+    };
+    const QString saves = QString::fromStdString(savedStatuses());
+    EXPECT_EQ(saves.count(QLatin1Char(' ')) + 1, GOALS);
+    if (saved) {
+      EXPECT_EQ(saves.count("Proved/Proved/Proved"_s), provedGoals());
+    }
+  }
+}
+
 TEST_F(Director, NothingIsSavedBeforeALoad) {
   const std::string before = directory.read("c.pos");
   ProofDirector &fresh = make(driver("d"));
   EXPECT_FALSE(fresh.savePosFile());
-  EXPECT_FALSE(fresh.stop());
   EXPECT_FALSE(fresh.reloadPosFile()) << "no goal has the mechanism";
   EXPECT_FALSE(fresh.stop());
   EXPECT_EQ(directory.read("c.pos"), before);
+}
+
+TEST_F(Director, AFileThatAppearsAfterAFailedLoadIsLeftAlone) {
+  const std::string before = directory.read("c.pos");
+  QFile::rename(directory.path("c.pos"_s), directory.path("later"_s));
+  directory.writeTool("prover", "#!/bin/sh\nmv " + directory.bytePath("later") + " " +
+                                    directory.bytePath("c.pos") + "\n");
+  play(make(driver("d", "group=\"full\""), "always", "", "A.1")); // one entry, without any goal
+  EXPECT_EQ(directory.read("c.pos"), before);
+}
+
+TEST_F(Director, PlaysOnce) {
+  for (const bool reloadFails : {true, false}) {
+    writePos();
+    ProofDirector &again = make(driver("d"));
+    if (reloadFails)
+      EXPECT_FALSE(again.reloadPosFile());
+    else
+      play(again);
+    const std::string before = directory.read("c.pos");
+    EXPECT_EQ(play(again), "");
+    EXPECT_EQ(again.errorMessages().size(), 1);
+    EXPECT_EQ(directory.read("c.pos"), before);
+  }
+}
+
+TEST_F(Director, TrustDecidesWhetherAnUnreliableProofIsTriedAgain) {
+  directory.write("c.pos", "<r><Proof_Obligation><Tag>A</Tag><Simple_Goal "
+                           "status=\"UnreliablyProved\"/></Proof_Obligation></r>");
+  for (const auto &[trust, goals] : {std::pair("never", 0U), {"redundancy", 1U}, {"always", 1U}})
+    EXPECT_EQ(select(make(driver("d"), trust)).at(0).size(), goals) << trust;
 }
 
 TEST_F(Director, DumpsKeepTheirOddities) {

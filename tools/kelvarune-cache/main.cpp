@@ -9,6 +9,7 @@
 #include "kelvarune-cache/Options.h"
 #include "kelvarune-cache/Prover.h"
 #include "kelvarune-cache/Store.h"
+#include "process/StartUp.h"
 #include "text/Literals.h"
 
 #include <QCoreApplication>
@@ -104,6 +105,7 @@ int answerGoals(const options_t &options) {
 } // namespace
 
 int main(int argc, char **argv) {
+  process::startUp();
   int one = 1; // the words after the first are none of Qt's
   const QCoreApplication application(one, argv);
   QCoreApplication::setApplicationName("kelvarune-cache"_s);

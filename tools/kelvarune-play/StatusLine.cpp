@@ -7,7 +7,7 @@
 
 #include "StatusLine.h"
 
-#include "process/StopSignals.h"
+#include "process/SignalMask.h"
 
 #include <algorithm>
 #include <atomic>
@@ -37,6 +37,9 @@ constexpr char GIVE_BACK[] = "\0337\033[r\033[999;1H\033[2K\0338";
 
 /// Whether the last row of the screen is kept apart.
 std::atomic<bool> isKept = false;
+
+std::mutex showMutex;
+bool isOver = false; // guarded by showMutex: nothing is shown any more
 
 // A terminal halted by its user takes nothing; then the text is lost rather than the program held.
 void writeOut(const char *text, std::size_t size) {
@@ -108,12 +111,18 @@ StatusLine::StatusLine(const ProofDirector &shownDirector) : director(shownDirec
   handleUnlessIgnored(SIGTSTP, SA_RESTART);
   for (const int signal : {SIGQUIT, SIGABRT, SIGPIPE})
     handleUnlessIgnored(signal, SA_RESETHAND);
-  const process::stop_signals::AllBlocked blocked;
+  const process::AllSignalsBlocked blocked;
   thread = std::thread([this] { run(); });
 }
 
 StatusLine::~StatusLine() {
   end();
+}
+
+void StatusLine::endAll() {
+  const std::lock_guard lock(showMutex);
+  isOver = true;
+  giveScreenBack();
 }
 
 void StatusLine::end() {
@@ -156,6 +165,9 @@ std::string StatusLine::text() const {
 }
 
 void StatusLine::show() {
+  const std::lock_guard lock(showMutex);
+  if (isOver)
+    return;
   follow(director.progress());
   const winsize size = screenSize();
   if (progress.driver.isEmpty() || size.ws_row < 2 || !isInForeground())

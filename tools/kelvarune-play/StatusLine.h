@@ -23,20 +23,21 @@ public:
   StatusLine(const StatusLine &) = delete;
   StatusLine &operator=(const StatusLine &) = delete;
 
-  /// Gives the screen back; nothing is shown afterwards. For the thread that constructed it, also
-  /// from a handler that interrupts it in one of its waits. A second call does nothing.
-  void end();
+  /// Gives the screen back; no line shows anything afterwards. For a program that ends while a line
+  /// may be shown still. Any thread.
+  static void endAll();
 
 private:
   using steady_t = std::chrono::steady_clock;
 
+  void end();
   void run();
   void show();
-  void follow(const progress_t &now);
+  void follow(const kelvarune::progress_t &now);
   std::string text() const;
 
   const ProofDirector &director;
-  progress_t progress;
+  kelvarune::progress_t progress;
   steady_t::time_point passStart;
   steady_t::time_point lastEnd; // of an entry; the start of the pass before there is one
   int rows = 0;                 // of the screen whose last row is kept apart

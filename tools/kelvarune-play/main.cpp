@@ -6,25 +6,22 @@
 #include "Options.h"
 #include "StatusLine.h"
 #include "director/ProofDirector.h"
+#include "director/StopOnSignals.h"
 #include "front/Report.h"
 #include "front/Utils.h"
 #include "pos/pos.h"
 #include "process/Guardian.h"
-#include "process/StandardStreams.h"
-#include "process/StopSignals.h"
+#include "process/StartUp.h"
 #include "resource/ResourceManager.h"
 #include "text/Literals.h"
 
 #include <QCoreApplication>
-#include <QHash>
-#include <QTextCodec>
 
 #include <iostream>
 #include <map>
 #include <memory>
 
 #include <signal.h>
-#include <unistd.h>
 
 using namespace kelvarune;
 
@@ -38,31 +35,18 @@ enum exit_status_t {
   EXIT_SIGNALLED = 128
 };
 
-/// What is at work, for the handler of the stop signals; null when there is none.
-ProofDirector *director = nullptr;
-StatusLine *statusLine = nullptr;
-
-void stop(int signal) {
-  if (director)
-    director->stopAndCleanUp();
-  if (statusLine)
-    statusLine->end();
-  ::_exit(EXIT_SIGNALLED + signal);
+/// The signals that end a run: all that ask for it, but for a hang-up that the caller ignores, as
+/// nohup does.
+std::vector<int> stopSignals() {
+  struct sigaction hangUp = {};
+  ::sigaction(SIGHUP, nullptr, &hangUp);
+  return hangUp.sa_handler == SIG_IGN ? std::vector<int>{SIGINT, SIGTERM}
+                                      : std::vector<int>{SIGINT, SIGTERM, SIGHUP};
 }
 
-void handleStopSignals() {
-  process::stop_signals::letInAtWaits({SIGINT, SIGTERM, SIGHUP});
-  struct sigaction action = {};
-  action.sa_handler = stop;
-  action.sa_flags = SA_RESTART;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-    sigaddset(&action.sa_mask, signal); // they may come together, and stopping takes locks
-  ::sigaction(SIGINT, &action, nullptr);
-  ::sigaction(SIGTERM, &action, nullptr);
-  struct sigaction previous = {};
-  ::sigaction(SIGHUP, nullptr, &previous);
-  if (previous.sa_handler != SIG_IGN) // as nohup asks for
-    ::sigaction(SIGHUP, &action, nullptr);
+int endSignalled(int number) {
+  StatusLine::endAll();
+  return EXIT_SIGNALLED + number;
 }
 
 void tell(const QStringList &lines) {
@@ -72,7 +56,6 @@ void tell(const QStringList &lines) {
 
 /// Reads the command line and checks the inputs. False after telling what cannot be used.
 bool getReady(play_options_t &options) {
-  const process::stop_signals::Open open; // nothing is loaded yet
   if (!parseOptions(QCoreApplication::arguments(), options))
     return false;
   init_resource_manager();
@@ -88,27 +71,22 @@ bool getReady(play_options_t &options) {
   return faults.isEmpty();
 }
 
-/// Plays one mechanism and adds the failures of its tools to `errors`.
+/// Plays one mechanism and adds its failures to `errors`.
 void play(const play_options_t &options, const std::string &component, const QString &mechanism,
-          QStringList &errors) {
-  const std::unique_ptr<ProofDirector> owner(
+          StopOnSignals &stopOnSignals, QStringList &errors) {
+  const std::unique_ptr<ProofDirector> director(
       new ProofDirector(component, mechanism.toStdString(), options.posPath.toStdString(),
                         options.pogPath.toStdString(), options.directory.toStdString(),
                         options.installDirs, options.xml, options.concurrency, options.trace,
                         options.driver.toStdString(), options.goal.toStdString(), options.fast));
-  director = owner.get();
+  print_proving(component, director->getMechanismName(), options.xml);
+  stopOnSignals.setDirector(director.get());
   {
-    const process::stop_signals::Open open; // nothing is loaded yet
-    print_proving(component, director->getMechanismName(), options.xml);
-  }
-  {
-    StatusLine line(*director);
-    statusLine = &line;
+    const StatusLine line(*director);
     director->play();
-    statusLine = nullptr;
   }
+  stopOnSignals.setDirector(nullptr);
   errors += director->errorMessages();
-  director = nullptr;
 }
 
 void listErrors(const QStringList &errors) {
@@ -128,11 +106,9 @@ bool everyGoalIsProved(const std::string &posPath) {
 } // namespace
 
 int main(int argc, char **argv) {
-  process::setUpProgram();
-  handleStopSignals();
+  process::startUp();
   const process::Guardian guardian;
-  qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order
-  QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); // names are, in every locale
+  StopOnSignals stopOnSignals(stopSignals(), endSignalled);
   const QCoreApplication application(argc, argv);
   QCoreApplication::setApplicationName("kelvarune-play"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
@@ -147,8 +123,7 @@ int main(int argc, char **argv) {
     std::cout << "<proof>" << std::endl;
   QStringList errors;
   for (const QString &mechanism : std::as_const(options.mechanisms))
-    play(options, component, mechanism, errors);
-  const process::stop_signals::Open open;
+    play(options, component, mechanism, stopOnSignals, errors);
   print_metrics(posPath, options.xml, component);
   listErrors(errors);
   if (!errors.isEmpty())

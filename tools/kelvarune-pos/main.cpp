@@ -3,11 +3,10 @@
 #include "Commands.h"
 #include "Options.h"
 #include "Output.h"
-#include "process/StandardStreams.h"
+#include "process/StartUp.h"
 #include "text/Literals.h"
 
 #include <QCoreApplication>
-#include <QHash>
 
 #include <map>
 
@@ -41,9 +40,8 @@ QStringList argumentsOf(int argc, char **argv) {
 } // namespace
 
 int main(int argc, char **argv) {
-  process::setUpProgram();    // or a POS file could become standard output
+  process::startUp();
   ::signal(SIGPIPE, SIG_DFL); // also where the caller ignores it
-  qSetGlobalQHashSeed(0); // the same document is always written with its attributes in one order
   const QStringList arguments = argumentsOf(argc, argv);
   QCoreApplication application(argc, argv);
   QCoreApplication::setApplicationName("kelvarune-pos"_s);
