@@ -5,9 +5,9 @@
 
 namespace kelvarune::process {
 
-/// Writes `text` to standard output or standard error (through std::cout and std::cerr) in one
-/// piece and flushes it, so that lines of several threads do not mix. Where nobody reads, this
-/// blocks: hold no lock that stopping needs. Any thread; failures are ignored.
+/// Writes `text` to standard output or standard error (through std::cout and std::cerr) and flushes
+/// it; texts of a few kilobytes in one piece, so that lines of several threads do not mix. Where
+/// nobody reads, this blocks: hold no lock that stopping needs. Any thread; failures are ignored.
 void writeToStandardOutput(const std::string &text);
 void writeToStandardError(const std::string &text);
 
