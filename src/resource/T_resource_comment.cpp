@@ -8,8 +8,7 @@
 
 T_resource_comment::T_resource_comment(T_resource_line *line, T_resource_comment **first,
                                        T_resource_comment **last, T_resource_item *parent)
-    : T_resource_item(RESOURCE_KIND_COMMENT, parent), line(line) {
-  append_item(this, first, last);
+    : T_resource_item(RESOURCE_KIND_COMMENT, this, first, last, parent), line(line) {
   if (!line)
     return;
   line->release();

@@ -44,9 +44,7 @@ void close_file(std::FILE *stream, const char *name) {
 T_resource_file::T_resource_file(const char *name, T_resource_source source,
                                  T_resource_file **first, T_resource_file **last,
                                  T_resource_item *parent)
-    : T_resource_item(RESOURCE_KIND_FILE, parent), name(name), source(source) {
-  append_item(this, first, last);
-}
+    : T_resource_item(RESOURCE_KIND_FILE, this, first, last, parent), name(name), source(source) {}
 
 T_resource_file::~T_resource_file() {
   delete_list(&first_line, &last_line);

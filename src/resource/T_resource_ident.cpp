@@ -35,9 +35,8 @@ void discard(T_resource_line *line) {
 T_resource_ident::T_resource_ident(const char *name, const char *value, T_resource_line *line,
                                    T_resource_ident **first, T_resource_ident **last,
                                    T_resource_tool *parent)
-    : T_resource_item(RESOURCE_KIND_RESOURCE, parent), name(name),
+    : T_resource_item(RESOURCE_KIND_RESOURCE, this, first, last, parent), name(name),
       value(value ? new T_resource_string(value) : nullptr), line(nullptr) {
-  append_item(this, first, last);
   if (line)
     define_by(line, line);
 }

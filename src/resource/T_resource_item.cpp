@@ -3,7 +3,8 @@
 
 #include "resource/T_resource_item.h"
 
-T_resource_item::T_resource_item(T_resource_kind kind, T_resource_item *parent)
-    : kind(kind), parent(parent) {}
+T_resource_item::T_resource_item(T_resource_item **first, T_resource_item **last,
+                                 T_resource_item *parent)
+    : T_resource_item(RESOURCE_KIND_ITEM, this, first, last, parent) {}
 
 T_resource_item::~T_resource_item() = default;

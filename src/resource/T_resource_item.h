@@ -38,6 +38,9 @@ enum T_resource_kind : int {
 /// the list's owner. Not locked: one thread. Lists are changed only through the functions here.
 class T_resource_item {
 public:
+  /// A plain item. It is appended to the list when both ends are given, else in no list.
+  T_resource_item(T_resource_item **first, T_resource_item **last, T_resource_item *parent);
+
   virtual ~T_resource_item();
 
   T_resource_item(const T_resource_item &) = delete;
@@ -86,7 +89,12 @@ public:
   T_resource_item *next = nullptr;
 
 protected:
-  T_resource_item(T_resource_kind kind, T_resource_item *parent);
+  /// As the public constructor, for a `self` of a derived class in a list of that class.
+  template <class T>
+  T_resource_item(T_resource_kind kind, T *self, T **first, T **last, T_resource_item *parent)
+      : kind(kind), parent(parent) {
+    append_item(self, first, last);
+  }
 
 private:
   /// Joins the neighbours of `item` and moves the ends of the list off it.

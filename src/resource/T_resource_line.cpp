@@ -9,8 +9,7 @@
 
 T_resource_line::T_resource_line(int number, const char *text, T_resource_line **first,
                                  T_resource_line **last, T_resource_file *parent)
-    : T_resource_item(RESOURCE_KIND_LINE, parent), number(number), text(text) {
-  append_item(this, first, last);
+    : T_resource_item(RESOURCE_KIND_LINE, this, first, last, parent), number(number), text(text) {
 }
 
 T_resource_line::~T_resource_line() {

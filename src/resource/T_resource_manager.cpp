@@ -14,7 +14,9 @@ bool is_slot(T_resource_source source) {
 
 } // namespace
 
-T_resource_manager::T_resource_manager() : T_resource_item(RESOURCE_KIND_MANAGER, nullptr) {}
+T_resource_manager::T_resource_manager() : T_resource_item(nullptr, nullptr, nullptr) {
+  kind = RESOURCE_KIND_MANAGER;
+}
 
 T_resource_manager::~T_resource_manager() {
   delete_all_tools();

@@ -43,9 +43,7 @@ void rewrite_line(T_resource_ident *resource) {
 
 T_resource_tool::T_resource_tool(const char *name, T_resource_tool **first, T_resource_tool **last,
                                  T_resource_item *parent)
-    : T_resource_item(RESOURCE_KIND_ITEM, parent), name(name) {
-  append_item(this, first, last);
-}
+    : T_resource_item(RESOURCE_KIND_ITEM, this, first, last, parent), name(name) {}
 
 T_resource_tool::~T_resource_tool() {
   delete_list(&first_resource, &last_resource);
