@@ -66,8 +66,14 @@ T_resource_ident *T_resource_tool::set_resource(const char *wanted, const char *
                                                 T_resource_line *first_line) {
   if (!wanted)
     return nullptr;
-  T_resource_ident *resource = get_resource(wanted);
-  const bool isNew = !resource;
+  return set_known_resource(get_resource(wanted), wanted, value, line, first_line);
+}
+
+T_resource_ident *T_resource_tool::set_known_resource(T_resource_ident *known, const char *wanted,
+                                                      const char *value, T_resource_line *line,
+                                                      T_resource_line *first_line) {
+  T_resource_ident *resource = known;
+  const bool isNew = !known;
   if (isNew)
     resource = new T_resource_ident(wanted, value, nullptr, &first_resource, &last_resource, this);
   else

@@ -32,6 +32,11 @@ public:
   T_resource_ident *set_resource(const char *name, const char *value, T_resource_line *line,
                                  T_resource_line *first_line = nullptr);
 
+  /// As set_resource, for a caller that has found `known`, the first resource of that name, or that
+  /// there is none.
+  T_resource_ident *set_known_resource(T_resource_ident *known, const char *name, const char *value,
+                                       T_resource_line *line, T_resource_line *first_line);
+
   /// Destroys the first resource of that name, if any, with its lines and comments.
   void delete_resource(const char *name);
 

@@ -14,14 +14,54 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
 
 namespace {
 
-/// The comments seen since the last definition.
-struct pending_comments_t {
-  T_resource_comment *first = nullptr;
-  T_resource_comment *last = nullptr;
+/// Finds the first item of a name in lists of `T`, each list known by its owner. Every list is
+/// walked only once, as far as it takes, whatever is looked for and appended meanwhile; that holds
+/// as long as no item of theirs leaves its list or changes its name.
+template <class T>
+class FirstOfName {
+public:
+  T *find(const T_resource_item *owner, T *first, const std::string &name) {
+    const auto met = items.find({owner, name});
+    if (met != items.end())
+      return met->second;
+    T *&last = lasts[owner];
+    while (T_resource_item *next = last ? last->next : first) {
+      last = static_cast<T *>(next);
+      const std::string_view itsName(last->name.chars, last->name.length);
+      items.emplace(name_t(owner, itsName), last);
+      if (itsName == name)
+        return last;
+    }
+    return nullptr;
+  }
+
+private:
+  using name_t = std::pair<const T_resource_item *, std::string_view>;
+  struct hash_t {
+    std::size_t operator()(const name_t &name) const {
+      return std::hash<std::string_view>()(name.second) ^ std::hash<const void *>()(name.first);
+    }
+  };
+  std::unordered_map<name_t, T *, hash_t> items; ///< The first of each name among those walked.
+  std::unordered_map<const T_resource_item *, T *> lasts; ///< The last item walked, by owner.
+};
+
+/// What one call of the analysis remembers from line to line. The public members of the objects
+/// may change as their users like between two calls, but nothing does so within one; and nothing
+/// that a definition does takes a tool or resource out of its list.
+struct analysis_t {
+  T_resource_comment *first_pending = nullptr; ///< The comments since the last definition.
+  T_resource_comment *last_pending = nullptr;
+  FirstOfName<T_resource_tool> tools;
+  FirstOfName<T_resource_ident> resources;
 };
 
 struct definition_t {
@@ -112,42 +152,44 @@ void report_syntax_error(const T_resource_line *line, const char *message) {
 
 /// Puts the comment of `line` among the pending ones: the one it has from an earlier analysis,
 /// which leaves its resource, else a new one. Thus no comment ever has two owners.
-void add_comment(T_resource_line *line, pending_comments_t &pending) {
+void add_comment(T_resource_line *line, analysis_t &analysis) {
   if (T_resource_comment *comment = line->comment()) {
     comment->leave_resource();
-    T_resource_item::append_item(comment, &pending.first, &pending.last);
+    T_resource_item::append_item(comment, &analysis.first_pending, &analysis.last_pending);
     return;
   }
-  new T_resource_comment(line, &pending.first, &pending.last, nullptr); // The line keeps it.
+  new T_resource_comment(line, &analysis.first_pending, &analysis.last_pending, nullptr);
 }
 
 /// Gives the pending comments to `resource`, or leaves them to their lines when there is none.
-void hand_over(pending_comments_t &pending, T_resource_ident *resource) {
-  while (T_resource_comment *comment = pending.first) {
-    T_resource_item::unlink_item(comment, &pending.first, &pending.last);
-    if (!resource)
-      continue;
-    T_resource_item::append_item(comment, &resource->first_comment, &resource->last_comment);
-    comment->parent = resource;
+void hand_over(analysis_t &analysis, T_resource_ident *resource) {
+  while (T_resource_comment *comment = analysis.first_pending) {
+    T_resource_item::unlink_item(comment, &analysis.first_pending, &analysis.last_pending);
+    if (resource) {
+      T_resource_item::append_item(comment, &resource->first_comment, &resource->last_comment);
+      comment->parent = resource;
+    }
   }
 }
 
-T_resource_ident *record(const definition_t &definition, T_resource_line *first) {
+T_resource_ident *record(const definition_t &definition, T_resource_line *first,
+                         analysis_t &analysis) {
   T_resource_manager *manager = get_resource_manager();
   if (!manager)
     return nullptr;
-  T_resource_tool *tool = manager->get_tool(definition.tool.c_str());
+  T_resource_tool *tool = analysis.tools.find(manager, manager->first_tool, definition.tool);
   if (!tool)
     tool = manager->set_tool(definition.tool.c_str());
-  return tool->set_resource(definition.name.c_str(), definition.value.c_str(), definition.last,
-                            first);
+  T_resource_ident *known = analysis.resources.find(tool, tool->first_resource, definition.name);
+  return tool->set_known_resource(known, definition.name.c_str(), definition.value.c_str(),
+                                  definition.last, first);
 }
 
 /// Analyses `line` and returns the line to go on with.
-T_resource_line *analyse_line(T_resource_line *line, pending_comments_t &pending) {
+T_resource_line *analyse_line(T_resource_line *line, analysis_t &analysis) {
   const char *text = skip_blanks(line->text.chars);
   if (*text == get_RESOURCE_MARK_COMMENT()) {
-    add_comment(line, pending);
+    add_comment(line, analysis);
     return line->next_line();
   }
   text = after_prefix(text);
@@ -158,15 +200,15 @@ T_resource_line *analyse_line(T_resource_line *line, pending_comments_t &pending
     report_syntax_error(line, error);
     return line->next_line();
   }
-  hand_over(pending, record(definition, line));
+  hand_over(analysis, record(definition, line, analysis));
   return definition.last->next_line();
 }
 
 } // namespace
 
 void syntax_analysis(T_resource_line *line) {
-  pending_comments_t pending;
+  analysis_t analysis;
   while (line)
-    line = analyse_line(line, pending);
-  hand_over(pending, nullptr);
+    line = analyse_line(line, analysis);
+  hand_over(analysis, nullptr);
 }
