@@ -1,4 +1,4 @@
-// A comment. It goes with its resource, and its line goes with it.
+// A comment. It goes with its owner, and its line goes with it.
 
 #include "resource/T_resource_comment.h"
 
@@ -16,6 +16,8 @@ T_resource_comment::T_resource_comment(T_resource_line *line, T_resource_comment
 }
 
 T_resource_comment::~T_resource_comment() {
+  if (keeper)
+    keeper->forget_comment(this);
   if (!line)
     return;
   line->item = nullptr;
@@ -27,9 +29,24 @@ T_resource_ident *T_resource_comment::resource() const {
   return static_cast<T_resource_ident *>(parent);
 }
 
-void T_resource_comment::leave_resource() {
+bool T_resource_comment::is_owned() const {
+  return parent || keeper;
+}
+
+void T_resource_comment::leave_owner() {
+  if (keeper)
+    keeper->forget_comment(this);
   if (!parent)
     return;
   unlink_item(this, &resource()->first_comment, &resource()->last_comment);
   parent = nullptr;
+}
+
+void T_resource_comment::lose_line() {
+  if (!line)
+    return;
+  line->item = nullptr;
+  line = nullptr;
+  if (keeper)
+    keeper->note_lost_comment(this);
 }

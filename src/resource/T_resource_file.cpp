@@ -4,6 +4,7 @@
 #include "resource/T_resource_file.h"
 
 #include "resource/ResourceMarks.h"
+#include "resource/T_resource_comment.h"
 #include "resource/T_resource_line.h"
 #include "resource/s_fopen.h"
 
@@ -48,6 +49,7 @@ T_resource_file::T_resource_file(const char *name, T_resource_source source,
 
 T_resource_file::~T_resource_file() {
   delete_list(&first_line, &last_line);
+  drop(kept_comments);
 }
 
 T_resource_line *T_resource_file::load() {
@@ -116,4 +118,34 @@ T_resource_line *T_resource_file::append_line(const char *text) {
 
 void T_resource_file::remove_line(T_resource_line *line) {
   delete_item(line, &first_line, &last_line);
+}
+
+void T_resource_file::keep_comment(T_resource_comment *comment) {
+  comment->keeper = this;
+  kept_comments.insert(comment);
+}
+
+void T_resource_file::forget_comment(T_resource_comment *comment) {
+  comment->keeper = nullptr;
+  kept_comments.erase(comment);
+  lost_comments.erase(comment);
+}
+
+void T_resource_file::note_lost_comment(T_resource_comment *comment) {
+  lost_comments.insert(comment);
+}
+
+void T_resource_file::drop_lost_comments() {
+  drop(lost_comments);
+}
+
+void T_resource_file::drop(comments_t &comments) {
+  while (!comments.empty()) {
+    T_resource_comment *comment = *comments.begin();
+    comment->keeper->forget_comment(comment);
+    if (comment->parent)
+      continue;
+    comment->lose_line(); // Its line, if it has one, is in another file now.
+    delete comment;
+  }
 }

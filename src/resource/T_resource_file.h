@@ -5,9 +5,13 @@
 #include "resource/T_resource_source.h"
 #include "resource/T_resource_string.h"
 
+#include <unordered_set>
+
+class T_resource_comment;
 class T_resource_line;
 
-/// One resource file, held line by line. Owns its lines. Line numbers rise along the list; deleting
+/// One resource file, held line by line. Owns its lines and its comments that are attached to no
+/// resource. Line numbers rise along the list; deleting
 /// a line leaves a gap.
 class T_resource_file : public T_resource_item {
 public:
@@ -48,10 +52,33 @@ public:
   /// Destroys `line`, which is in this file.
   void remove_line(T_resource_line *line);
 
+  /// Owns `comment`, which nobody owns, from now on.
+  void keep_comment(T_resource_comment *comment);
+
+  /// Does not own `comment` any more.
+  void forget_comment(T_resource_comment *comment);
+
+  /// `comment`, which the file owns, has lost its line.
+  void note_lost_comment(T_resource_comment *comment);
+
+  /// Destroys the comments of the file that have lost their line.
+  void drop_lost_comments();
+
   T_resource_string name; ///< The path as given.
   T_resource_source source;
   T_resource_line *first_line = nullptr; ///< Owned list.
   T_resource_line *last_line = nullptr;
+
+private:
+  /// Comments, in no list, that a destructor of theirs finds and leaves at once.
+  using comments_t = std::unordered_set<T_resource_comment *>;
+
+  /// Destroys those `comments`, a part of `kept_comments` or all of them, that are attached to no
+  /// resource, and leaves the others to theirs.
+  static void drop(comments_t &comments);
+
+  comments_t kept_comments; ///< Owned.
+  comments_t lost_comments; ///< Those of them that have lost their line.
 };
 
 #endif

@@ -3,10 +3,10 @@
 
 // Who owns whom
 //   manager   owns its files (three slots) and its tools (list)
-//   file      owns its lines
+//   file      owns its lines, and those comments that the analysis attached to no resource
 //   tool      owns its resources
 //   resource  owns its comments
-//   line      owns its comment as long as no resource owns that comment
+//   Whatever none of these owns belongs to whoever made it or took it out of its list.
 //
 // Who points across, and who clears whom
 //   line.item         the resource or comment that the line belongs to
@@ -15,8 +15,9 @@
 // The lines of one resource stand side by side in one file and end at resource.line.
 //
 //   A line that is destroyed destroys its resource, which takes the rest of its lines along. It
-//   clears the link of its comment, and destroys the comment when nobody else owns it.
-//   A comment that is destroyed destroys its line.
+//   clears the link of its comment, whoever owns that. A comment of the file that has lost its line
+//   is destroyed with the file, or earlier, when lines of the file are analysed again.
+//   A comment that is destroyed destroys its line; a file that owns it forgets it.
 //   A resource that is destroyed destroys its comments, and so their lines, and its own lines.
 //
 // Whoever destroys a partner first clears the partner's link to itself, so a chain of destructors

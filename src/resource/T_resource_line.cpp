@@ -9,22 +9,17 @@
 
 T_resource_line::T_resource_line(int number, const char *text, T_resource_line **first,
                                  T_resource_line **last, T_resource_file *parent)
-    : T_resource_item(RESOURCE_KIND_LINE, this, first, last, parent), number(number), text(text) {
-}
+    : T_resource_item(RESOURCE_KIND_LINE, this, first, last, parent), number(number), text(text) {}
 
 T_resource_line::~T_resource_line() {
   T_resource_ident *owner = resource();
-  T_resource_comment *note = comment();
+  if (T_resource_comment *note = comment())
+    note->lose_line();
   item = nullptr;
   if (owner) {
     owner->lose_line(this);
     if (owner->tool())
       owner->tool()->remove_resource(owner);
-  }
-  if (note) {
-    note->line = nullptr;
-    if (!note->parent)
-      delete note;
   }
 }
 
@@ -58,9 +53,10 @@ void T_resource_line::release() {
   if (T_resource_ident *owner = resource()) {
     owner->release_lines();
   } else if (T_resource_comment *note = comment()) {
-    note->line = nullptr; // Else the comment would take this line along.
-    item = nullptr;
-    note->leave_resource();
+    note->lose_line();
+    if (!note->is_owned())
+      return; // Its maker may still use it.
+    note->leave_owner();
     delete note;
   }
 }

@@ -29,8 +29,8 @@ public:
   /// The comment that the line holds, or none.
   T_resource_comment *comment() const;
 
-  /// Makes the line belong to nothing. A comment is destroyed. A resource keeps its value but loses
-  /// all its lines, for they would no longer stand side by side.
+  /// Makes the line belong to nothing. A comment that a resource or a file owns is destroyed. A
+  /// resource keeps its value but loses all its lines, for they would no longer stand side by side.
   void release();
 
   int number; ///< From 1.

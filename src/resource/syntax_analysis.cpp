@@ -151,23 +151,29 @@ void report_syntax_error(const T_resource_line *line, const char *message) {
 }
 
 /// Puts the comment of `line` among the pending ones: the one it has from an earlier analysis,
-/// which leaves its resource, else a new one. Thus no comment ever has two owners.
+/// which leaves its owner, else a new one. Thus no comment ever has two owners.
 void add_comment(T_resource_line *line, analysis_t &analysis) {
-  if (T_resource_comment *comment = line->comment()) {
-    comment->leave_resource();
+  T_resource_comment *comment = line->comment();
+  if (comment && comment->is_owned()) {
+    comment->leave_owner();
     T_resource_item::append_item(comment, &analysis.first_pending, &analysis.last_pending);
     return;
   }
   new T_resource_comment(line, &analysis.first_pending, &analysis.last_pending, nullptr);
 }
 
-/// Gives the pending comments to `resource`, or leaves them to their lines when there is none.
+/// Gives the pending comments to `resource` or, when there is none, each to the file of its line.
 void hand_over(analysis_t &analysis, T_resource_ident *resource) {
   while (T_resource_comment *comment = analysis.first_pending) {
     T_resource_item::unlink_item(comment, &analysis.first_pending, &analysis.last_pending);
     if (resource) {
       T_resource_item::append_item(comment, &resource->first_comment, &resource->last_comment);
       comment->parent = resource;
+    } else if (T_resource_file *file = comment->line->file()) {
+      file->keep_comment(comment);
+    } else {
+      comment->lose_line();
+      delete comment;
     }
   }
 }
@@ -207,6 +213,8 @@ T_resource_line *analyse_line(T_resource_line *line, analysis_t &analysis) {
 } // namespace
 
 void syntax_analysis(T_resource_line *line) {
+  if (line && line->file())
+    line->file()->drop_lost_comments();
   analysis_t analysis;
   while (line)
     line = analyse_line(line, analysis);
