@@ -53,6 +53,10 @@ void load_resources(const char *general_file, const char *user_file, const char 
   load_file(explicit_file, RESOURCE_SOURCE_EXPLICIT);
 }
 
+bool has_unfinished_line(const char *path) {
+  return T_resource_file::has_unfinished_line(path);
+}
+
 const char *lookup_resource(const char *tool_name, const char *resource_name) {
   const T_resource_tool *tool = find_tool(tool_name);
   const T_resource_ident *resource = tool ? tool->get_resource(resource_name) : nullptr;

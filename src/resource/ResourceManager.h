@@ -26,6 +26,10 @@ T_resource_manager *get_resource_manager();
 void load_resources(const char *general_file, const char *user_file = nullptr,
                     const char *explicit_file = nullptr);
 
+/// Whether the regular file at `path` has a last line that loading drops, because no newline ends
+/// it. False also when the file cannot be read. Needs no manager.
+bool has_unfinished_line(const char *path);
+
 /// The value of that tool's resource, owned by the manager and good until the resource changes, or
 /// none. Without a tool name the first tool is asked.
 const char *lookup_resource(const char *tool_name, const char *resource_name);
@@ -33,6 +37,13 @@ const char *lookup_resource(const char *tool_name, const char *resource_name);
 /// Sets a value and writes its definition in memory, into the explicit file when there is one, else
 /// the user's file, else a new user file under the default name; a definition elsewhere moves
 /// there. Returns the resource, or none as T_resource_tool::set_resource does.
+///
+/// Texts are written as they are, and not all of them read back. When the saved file is loaded again
+/// - blanks and tabs around the value are gone, and so is a backslash that ends it;
+/// - a value that is empty or blank is an error, "resource value not found";
+/// - a value that starts with a backslash swallows the next line, which becomes the value;
+/// - a newline in any text ends the line, and the rest is a line of its own;
+/// - a tool name ends at its first '*' or '.', a resource name at its first ':'.
 T_resource_ident *set_resource(const char *tool_name, const char *resource_name, const char *value);
 
 /// Destroys that resource, with its lines and comments in memory.

@@ -68,6 +68,19 @@ T_resource_line *T_resource_file::load() {
   return get_line(1);
 }
 
+bool T_resource_file::has_unfinished_line(const char *path) {
+  struct stat status;
+  if (stat(path, &status) != 0 || !S_ISREG(status.st_mode))
+    return false;
+  std::FILE *stream = std::fopen(path, "r");
+  if (!stream)
+    return false;
+  const bool hasEnd = std::fseek(stream, -1, SEEK_END) == 0; // An empty file has none.
+  const int last = hasEnd ? std::fgetc(stream) : EOF;
+  std::fclose(stream);
+  return last != EOF && last != get_RESOURCE_MARK_RETURN();
+}
+
 void T_resource_file::save() const {
   const std::string backup = std::string(name.chars) + get_RESOURCE_MARK_TILDA();
   // The missing "not" of this message is wanted: others look for it as it stands.

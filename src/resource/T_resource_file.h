@@ -28,6 +28,10 @@ public:
   /// last line without a newline is dropped; a line is cut at its first NUL.
   T_resource_line *load();
 
+  /// Whether the regular file at `path` has a last line that load drops, because no newline ends
+  /// it. False also when the file cannot be read.
+  static bool has_unfinished_line(const char *path);
+
   /// Renames the file on disk to its name and '~', then writes all lines. Failures are messages on
   /// standard error; a failed rename does not keep the file from being written.
   void save() const;

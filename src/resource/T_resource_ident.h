@@ -45,8 +45,8 @@ public:
 };
 
 /// The definition of `resource` in the form that is written to files, "MVL*tool*name: value". The
-/// caller deletes it. Texts are written as they are: a name or value that holds a newline, or a
-/// tool name that holds a separator, does not read back the same.
+/// caller deletes it. Texts are written as they are; which of them do not read back the same stands
+/// at set_resource in ResourceManager.h.
 T_resource_string *new_value(const T_resource_ident *resource);
 
 /// Gives `resource`, which has no line, one at the end of the manager's writable file. Without a

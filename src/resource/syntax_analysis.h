@@ -12,8 +12,10 @@ class T_resource_line;
 /// "file:line: Resource syntax error: message" with the number of its first line; that line is
 /// skipped.
 ///
-/// Lines analysed before are analysed again: their comments move with their definitions, and a line
-/// that means something else now leaves what it belonged to.
+/// Lines analysed before are analysed again. Their comments move with their definitions. A line
+/// that is now a comment or part of another definition leaves what it belonged to; one that now
+/// means nothing, is blank or is a wrong definition still belongs to what it belonged to, and goes
+/// with it.
 void syntax_analysis(T_resource_line *line);
 
 #endif

@@ -61,8 +61,11 @@ bool getReady(play_options_t &options) {
   init_resource_manager();
   QStringList faults = faultsOfFiles(options);
   if (faults.isEmpty()) {
-    for (const QString &file : std::as_const(options.resources))
+    for (const QString &file : std::as_const(options.resources)) {
       load_resources(file.toUtf8().constData());
+      if (has_unfinished_line(file.toUtf8().constData()))
+        tell({file + ": the last line is not read; end it with a line break."_s});
+    }
     faults = faultsOfContents(options);
   }
   tell(faults);
