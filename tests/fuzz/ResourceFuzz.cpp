@@ -1,119 +1,108 @@
-// Resource files: two files are parsed over each other, changed at random and saved, and what was
-// saved is parsed again. The objects point at each other in several ways, so the sanitizers are the
-// judge here.
+// Resource files: two files are parsed over each other, and then used as nobody would call
+// sensible: lines are replaced behind the parser's back, analysis starts anywhere, files end inside
+// a definition. The objects point at each other in several ways; what the checks here do not see,
+// the sanitizers do.
 
 #include "FuzzSupport.h"
 #include "resource/ResourceManager.h"
+#include "resource/T_resource_comment.h"
+#include "resource/T_resource_file.h"
 #include "resource/T_resource_ident.h"
+#include "resource/T_resource_line.h"
 #include "resource/T_resource_manager.h"
 #include "resource/T_resource_tool.h"
+#include "resource/syntax_analysis.h"
 
+#include <functional>
 #include <sstream>
-#include <vector>
 
 namespace {
 
-struct names_t {
-  std::vector<std::string> tools = {"tool", "other", ""};
-  std::vector<std::string> resources = {"path", "name", ""};
-};
-
-const std::string &anyOf(const std::vector<std::string> &words, std::mt19937 &choices) {
-  return words[choices() % words.size()];
-}
-
-// The names that are there, beside some that may not be.
-names_t presentNames() {
-  names_t names;
-  for (const auto *tool = get_resource_manager()->first_tool; tool;
-       tool = static_cast<const T_resource_tool *>(tool->next)) {
-    names.tools.emplace_back(tool->name.chars);
-    for (const auto *resource = tool->first_resource; resource;
-         resource = static_cast<const T_resource_ident *>(resource->next))
-      names.resources.emplace_back(resource->name.chars);
-  }
-  return names;
-}
-
-void setAndLookUp(const std::string &tool, const std::string &name, const std::string &value) {
-  set_resource(tool.c_str(), name.c_str(), value.c_str());
-  const char *found = lookup_resource(tool.c_str(), name.c_str());
-  require(found && value == found, "a value that was set is found");
-}
-
-void editOnce(const std::vector<std::string> &files, std::mt19937 &choices) {
-  const names_t names = presentNames();
-  const std::string &tool = anyOf(names.tools, choices);
-  const std::string &name = anyOf(names.resources, choices);
-  switch (choices() % 12) {
-  case 0:
-  case 1:
-  case 2:
-    setAndLookUp(tool, name, std::string(choices() % 5, 'v'));
-    break;
-  case 3:
-  case 4:
-    delete_resource(tool.c_str(), name.c_str());
-    break;
-  case 5:
-    delete_tool_resources(tool.c_str());
-    break;
-  case 6:
-    load_resources(anyOf(files, choices).c_str(), nullptr, nullptr);
-    break;
-  case 7:
-    load_resources(nullptr, anyOf(files, choices).c_str(), anyOf(files, choices).c_str());
-    break;
-  case 8:
-    delete_morvanel_resources();
-    break;
-  case 9:
-    choices() % 2 ? delete_user_resources() : delete_explicit_resources();
-    break;
-  case 10:
-    set_resource(tool.c_str(), name.c_str(), "several\nlines\\");
-    break;
-  default:
-    std::ostringstream text;
-    print_resources(text);
-    break;
+template <class T, class F>
+void forEach(T *first, F check) {
+  T_resource_item *before = nullptr;
+  for (T_resource_item *item = first; item; before = item, item = item->next) {
+    require(item->prev == before, "a list has both directions");
+    check(static_cast<T *>(item));
   }
 }
 
-void clear() {
-  delete_all_resources();
-  delete_morvanel_resources();
-  delete_user_resources();
-  delete_explicit_resources();
+void checkLinks() {
+  int strayLines = 0; // those of resources, less those that resources know
+  for (const T_resource_file *file : get_resource_manager()->files) {
+    forEach(file ? file->first_line : nullptr, [&](T_resource_line *line) {
+      require(!line->comment() || line->comment()->line == line, "a comment knows its line");
+      strayLines += line->resource() ? 1 : 0;
+    });
+  }
+  forEach(get_resource_manager()->first_tool, [&](T_resource_tool *tool) {
+    forEach(tool->first_resource, [&](T_resource_ident *resource) {
+      for (auto *line = resource->line; line && line->item == resource; line = line->prev_line())
+        --strayLines;
+      forEach(resource->first_comment, [](T_resource_comment *comment) {
+        require(!comment->line || comment->line->item == comment, "a line knows its comment");
+      });
+    });
+  });
+  require(strayLines == 0, "a resource knows its lines");
+}
+
+void deleteComment(T_resource_line *line) {
+  if (T_resource_comment *comment = line ? line->comment() : nullptr) {
+    comment->leave_owner();
+    delete comment;
+  }
+}
+
+void abuse(const std::vector<std::string> &paths, std::mt19937 &choices) {
+  T_resource_manager &manager = *get_resource_manager();
+  const char *const texts[] = {"! note", "MVL*a*p: 1", "MVL*a*p: \\", "\\", "MVL*b*q: \\", "value"};
+  const auto below = [&choices](unsigned count) { return static_cast<int>(choices() % count); };
+  const char *const names[] = {"a", "b", "p", "q"};
+  T_resource_file *file = nullptr;
+  int number = 0;
+  const std::function<void()> actions[] = {
+      [&] { file->set_line(number, texts[below(6)]); },
+      [&] { file->delete_line(number); },
+      [&] { syntax_analysis(file->get_line(number)); },
+      [&] { set_resource(names[below(2)], names[2 + below(2)], texts[below(6)]); },
+      [&] { delete_resource(names[below(2)], names[2 + below(2)]); },
+      [&] { deleteComment(file->first_line); },
+      [&] { delete_tool_resources(below(2) ? nullptr : names[below(2)]); },
+      [&] { manager.delete_file(file->source); },
+      [&] { load_resources(nullptr, nullptr, paths[below(2)].c_str()); }};
+  std::discrete_distribution<std::size_t> choose({15, 16, 17, 5, 3, 2, 1, 1, 1});
+  for (int step = 0; step < 300; ++step) {
+    const auto source = static_cast<T_resource_source>(below(3));
+    file = manager.get_file(source);
+    file = file ? file : manager.set_file(paths[2].c_str(), source);
+    number = below(20);
+    actions[choose(choices)]();
+    checkLinks();
+  }
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   static const FuzzDirectory directory;
-  static const bool prepared = [] {
-    ::setenv("HOME", directory.path("").c_str(), 1);
-    silenceStreams();
-    init_resource_manager();
-    return true;
-  }();
-  (void)prepared;
+  ::setenv("HOME", directory.path("").c_str(), 1);
+  silenceStreams();
+  init_resource_manager();
   const std::string_view input = textOf(data, size);
   std::mt19937 choices = choicesOf(input);
   const std::size_t half = input.size() / 2;
-  const std::vector<std::string> files = {directory.write("all", input),
-                                          directory.write("first", input.substr(0, half)),
-                                          directory.write("second", input.substr(half))};
-  load_resources(files[1].c_str(), files[2].c_str(), nullptr);
-  for (unsigned i = choices() % 8; i > 0; --i)
-    editOnce(files, choices);
-  // One line per resource and tool, so that the saved file can be told to hold the last value.
-  setAndLookUp("tool", "last", "value");
+  const std::vector<std::string> paths = {directory.write("first", input.substr(0, half)),
+                                          directory.write("second", input.substr(half)),
+                                          directory.path("saved")};
+  load_resources(paths[0].c_str(), paths[1].c_str());
+  abuse(paths, choices);
+  set_resource("tool", "last", "value");
+  require(lookup_resource("tool", "last") == std::string("value"), "a value that was set is found");
   save_resources();
-  clear();
-  load_resources(nullptr, files[2].c_str(), nullptr);
-  load_resources(nullptr, nullptr, files[0].c_str());
-  save_resources();
-  clear();
+  delete_all_resources();
+  delete_morvanel_resources();
+  delete_user_resources();
+  delete_explicit_resources();
   return 0;
 }

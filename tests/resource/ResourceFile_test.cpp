@@ -1,149 +1,106 @@
 // Reading and writing one file, and what is said when that fails.
 
 #include "ResourceFixture.h"
-#include "text/Literals.h"
 
 #include <csignal>
-#include <cstring>
+#include <memory>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-using namespace kelvarune;
-
 namespace {
 
-using testing::internal::CaptureStderr;
-using testing::internal::GetCapturedStderr;
+using ResourceFile = ResourceTest;
 
-class ResourceFile : public ResourceTest {
-protected:
-  T_resource_file &fileOf(const std::string &path) {
-    return *manager().set_file(path.c_str(), RESOURCE_SOURCE_USER);
-  }
-
-  std::string loadMessages(const std::string &path) {
-    CaptureStderr();
-    fileOf(path).load();
-    return GetCapturedStderr();
-  }
-
-  static std::string saveMessages(const T_resource_file &file) {
-    CaptureStderr();
-    file.save();
-    return GetCapturedStderr();
-  }
-};
-
-TEST_F(ResourceFile, NumbersLinesOnAndDropsAnUnfinishedLastOne) {
-  T_resource_file &file = fileOf(directory.write("user", "one\n\ntwo\nlost"));
-  T_resource_line *first = file.load();
-  ASSERT_EQ(first, file.first_line);
-  EXPECT_EQ(first->number, 1);
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_USER), "one\n\ntwo\n");
-
-  file.delete_line(2);
-  EXPECT_EQ(file.load(), first) << "analysis starts at the first line of all";
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_USER), "one\ntwo\none\n\ntwo\n");
-  EXPECT_EQ(file.last_line->number, 6);
-}
-
-TEST_F(ResourceFile, ActsOnTheFirstLineNotBelowTheNumber) {
-  T_resource_file &file = fileOf("user");
-  for (const char *text : {"1", "2", "3", "4"})
-    file.set_line(100, text);
-  file.delete_line(2);
-  file.set_line(2, "three");
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_USER), "1\nthree\n4\n");
-  EXPECT_EQ(file.get_line(2)->number, 3);
-  EXPECT_EQ(file.get_line(-7), file.first_line);
-  EXPECT_EQ(file.get_line(5), nullptr);
-  file.delete_line(5);
-  file.set_line(50, "5");
-  EXPECT_EQ(file.last_line->number, 5);
-  file.delete_line(0);
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_USER), "three\n4\n5\n");
+TEST_F(ResourceFile, NumbersLinesAndActsOnTheFirstNotBelowANumber) {
+  load("one||two|lost");
+  T_resource_file *file = manager().get_file(RESOURCE_SOURCE_MORVANEL);
+  file->delete_line(2);
+  EXPECT_EQ(file->load(), file->first_line) << "analysis starts at the first line of all";
+  file->set_line(2, "three");
+  file->set_line(50, "seven");
+  file->delete_line(50);
+  file->delete_line(-7);
+  EXPECT_EQ(files(), "G:three|one||two|seven|");
+  EXPECT_EQ(file->get_line(1)->number, 3);
+  EXPECT_EQ(file->last_line->number, 7);
 }
 
 TEST_F(ResourceFile, LoadsNothingFromWhatIsNotAFileAndNeverWaits) {
   const std::string missing = directory.bytePath("missing");
-  EXPECT_EQ(loadMessages(missing),
+  EXPECT_EQ(messagesOf([&] { load_resources(missing.c_str()); }),
             "Unable to open resource file " + missing + " because: No such file or directory\n");
   const std::string fifo = directory.bytePath("fifo");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  const std::string empty = directory.write("empty", "");
-  for (const std::string &path : {fifo, empty, std::string("/dev/zero"), directory.bytePath("")}) {
-    EXPECT_EQ(loadMessages(path), "") << path;
-    EXPECT_EQ(textOf(RESOURCE_SOURCE_USER), "") << path;
+  for (const std::string &path : {fifo, directory.write("empty", ""), std::string("/dev/zero")}) {
+    EXPECT_EQ(messagesOf([&] { load_resources(path.c_str()); }), "") << path;
+    EXPECT_FALSE(has_unfinished_line(path.c_str())) << path;
   }
-}
-
-TEST_F(ResourceFile, EndsALineAtItsFirstNulButNotAtAnyLength) {
-  const std::string zero(1, '\0');
-  const std::string big(1000000, 'x');
-  load(RESOURCE_SOURCE_USER, "user",
-       "MVL*t*cut: ab" + zero + "cd\n" + zero + "\nMVL*t*" + big + ": " + big + "\n");
-  EXPECT_EQ(lookup("t", big.c_str()), big);
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_USER), "MVL*t*cut: ab\n\nMVL*t*" + big + ": " + big + "\n");
+  EXPECT_EQ(files(), "G:");
+  EXPECT_FALSE(has_unfinished_line(missing.c_str()));
+  EXPECT_FALSE(has_unfinished_line(directory.write("whole", "a\n").c_str()));
+  EXPECT_TRUE(has_unfinished_line(directory.write("cut", "a\nb").c_str()));
 }
 
 TEST_F(ResourceFile, SavesAllLinesAndKeepsTheOldFileAsBackup) {
-  load(RESOURCE_SOURCE_USER, "user", "u\n");
-  const std::string content = "! head\n\nMVL.t.r:1\nforeign \\\n\xff\xfe\n! tail\n";
-  load(RESOURCE_SOURCE_EXPLICIT, "explicit", content + "no newline");
-  CaptureStderr();
-  save_resources();
-  EXPECT_EQ(GetCapturedStderr(), "");
-  EXPECT_EQ(directory.read("explicit"), content);
-  EXPECT_EQ(directory.read("explicit~"), content + "no newline");
-
+  const std::string content = "! head\n\nMVL.t.r:1" + std::string("\0cut", 4) +
+                              "\nforeign \\\n\xff\xfe\n! tail" + std::string(100000, 'x') + '\n';
+  load_resources(nullptr, nullptr, directory.write("named", content + "no newline").c_str());
+  EXPECT_EQ(messagesOf(save_resources), "");
+  std::string kept = content;
+  kept.erase(kept.find('\0'), 4);
+  EXPECT_EQ(directory.read("named"), kept);
+  EXPECT_EQ(directory.read("named~"), content + "no newline");
   set_resource("t", "r", "2");
   save_resources();
-  EXPECT_EQ(directory.read("explicit"), "! head\n\nMVL*t*r: 2\nforeign \\\n\xff\xfe\n! tail\n");
-  EXPECT_EQ(directory.read("explicit~"), content) << "each save replaces the backup";
-  EXPECT_FALSE(QFile::exists(directory.path("user~"_s))) << "only one file is saved";
+  EXPECT_EQ(directory.read("named~"), kept) << "each save replaces the backup";
+  EXPECT_EQ(directory.read("named"), kept.replace(kept.find("MVL"), 9, "MVL*t*r: 2"));
 }
 
-TEST_F(ResourceFile, SaysWhatCannotBeRenamedOrOpened) {
+TEST_F(ResourceFile, SavesTheUsersFileUnderTheDefaultNameWithoutReadingIt) {
+  directory.write(".Morvanel", "MVL*t*r: old\n");
+  set_resource("t", "r", "2");
+  save_resources();
+  EXPECT_EQ(directory.read(".Morvanel"), "MVL*t*r: 2\n");
+  EXPECT_EQ(directory.read(".Morvanel~"), "MVL*t*r: old\n");
+}
+
+TEST_F(ResourceFile, SaysWhatCannotBeWritten) {
   const std::string reason = " because: No such file or directory\n";
   const std::string path = directory.bytePath("new");
-  T_resource_file &file = fileOf(path);
-  file.set_line(1, "line");
-  EXPECT_EQ(saveMessages(file), "Can rename file: " + path + " in " + path + "~" + reason);
-  EXPECT_EQ(directory.read("new"), "line\n");
+  T_resource_file file(path.c_str(), RESOURCE_SOURCE_USER, nullptr, nullptr, nullptr);
+  const auto save = [&file] { file.save(); };
+  EXPECT_EQ(messagesOf(save), "Can rename file: " + path + " in " + path + "~" + reason);
+  EXPECT_EQ(directory.read("new"), "");
+
+  // Writing more than 1000 bytes fails. What fits the buffer does so only when the file is closed.
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit small = {1000, limit.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &small);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN); // else the process is killed
+  file.set_line(1, std::string(2000, 'x').c_str());
+  EXPECT_EQ(messagesOf(save), "Can not close file: " + path + " because: File too large\n");
+  file.set_line(1, std::string(200000, 'x').c_str());
+  EXPECT_EQ(messagesOf(save), "Can not write in file: " + path + " because: File too large\n");
+  std::signal(SIGXFSZ, handler);
+  setrlimit(RLIMIT_FSIZE, &limit);
 
   const std::string nowhere = directory.bytePath("missing/file");
   file.set_name(nowhere.c_str());
-  EXPECT_EQ(saveMessages(file), "Can rename file: " + nowhere + " in " + nowhere + "~" + reason +
-                                    "Can not open file: " + nowhere + reason);
+  EXPECT_EQ(messagesOf(save), "Can rename file: " + nowhere + " in " + nowhere + "~" + reason +
+                                  "Can not open file: " + nowhere + reason);
 }
 
-TEST_F(ResourceFile, SaysWhyItCannotBeWritten) {
-  // What fits the output buffer fails only when the file is closed.
-  struct {
-    const char *name;
-    int lines;
-    const char *message;
-  } const rows[] = {{"small", 20, "Can not close file: "},
-                    {"big", 2000, "Can not write in file: "}};
-  for (const auto &row : rows) {
-    SCOPED_TRACE(row.name);
-    const std::string path = directory.write(row.name, "before\n");
-    T_resource_file &file = fileOf(path);
-    for (int i = 0; i < row.lines; ++i)
-      file.set_line(i + 1, std::string(99, 'x').c_str());
-    // Writing more fails instead of killing the process.
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small = {1000, limit.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    const std::string messages = saveMessages(file);
-    std::signal(SIGXFSZ, handler);
-    setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_EQ(messages, row.message + path + " because: File too large\n");
-    EXPECT_EQ(directory.read(std::string(row.name) + "~"), "before\n");
-  }
+TEST(ResourceString, KeepsTheLengthGivenAndTheTextUpToItsEnd) {
+  EXPECT_STREQ(T_resource_string("abcdef", 3).chars, "abc");
+  T_resource_string text("one two", 9);
+  EXPECT_TRUE(std::unique_ptr<T_resource_string>(text.string_copy())->compare(text));
+  EXPECT_FALSE(text.compare(T_resource_string("one two"))) << "same text, other length";
+  EXPECT_FALSE(text.compare(T_resource_string("one twO", 9)));
+  text.init_string(text.chars + 4);
+  EXPECT_TRUE(text.compare(T_resource_string("two")));
+  EXPECT_TRUE(T_resource_string(nullptr).compare(T_resource_string("")));
 }
 
 } // namespace

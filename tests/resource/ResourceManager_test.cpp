@@ -1,206 +1,168 @@
-// The flat functions over the one manager.
+// The flat functions over the one manager, and the objects behind it, which destroy each other. The
+// links between them are what the fuzzer checks.
 
 #include "ResourceFixture.h"
 
-#include <memory>
-
 namespace {
-
-using testing::internal::CaptureStderr;
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStderr;
-using testing::internal::GetCapturedStdout;
 
 // Stands first: only a process that has not made its manager can tell.
 TEST(WithoutManager, NothingHappensAndNothingIsFound) {
   if (get_resource_manager())
     GTEST_SKIP() << "another test of this process made the manager";
   load_resources("/missing");
-  EXPECT_EQ(lookup_resource("t", "r"), nullptr);
-  EXPECT_EQ(set_resource("t", "r", "1"), nullptr);
+  EXPECT_FALSE(set_resource("t", "r", "1") || lookup_resource("t", "r"));
   delete_resource("t", "r");
   delete_tool_resources("t");
-  delete_all_resources();
-  delete_morvanel_resources();
-  delete_user_resources();
-  delete_explicit_resources();
-  save_resources();
-
+  for (const auto action : {delete_all_resources, delete_user_resources, save_resources})
+    action();
   T_resource_file file("name", RESOURCE_SOURCE_USER, nullptr, nullptr, nullptr);
-  for (const char *text : {"! c", "MVL*t*r: 1"})
+  for (const char *text : {"! c", "MVL*t*r: 1", "MVL*t"})
     file.set_line(100, text);
-  CaptureStderr();
-  syntax_analysis(file.first_line);
-  file.set_line(2, "MVL*t");
-  syntax_analysis(file.first_line);
-  EXPECT_EQ(GetCapturedStderr(), "name:2: Resource syntax error: tool name not found\n");
+  EXPECT_EQ(messagesOf([&] { syntax_analysis(file.first_line); }),
+            "name:3: Resource syntax error: tool name not found\n");
   EXPECT_EQ(get_resource_manager(), nullptr);
 }
 
 using ResourceManager = ResourceTest;
 
-TEST_F(ResourceManager, LaterSourcesOverrideAndDoNotFallBack) {
-  const std::string general =
-      directory.write("general", "MVL*Proof*x: 1\nMVL*Proof*y: 1\nMVL*Proof*z: 1\n");
-  const std::string user = directory.write("user", "MVL*Proof*x: 2\nMVL*Proof*y: 2\n");
-  const std::string named = directory.write("named", "MVL*Proof*x: 3\n");
-  load_resources(general.c_str(), user.c_str(), named.c_str());
-  EXPECT_EQ(printed(), "MVL*Proof*x: 3\nMVL*Proof*y: 2\nMVL*Proof*z: 1\n");
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_MORVANEL), "MVL*Proof*z: 1\n");
-  delete_explicit_resources();
-  EXPECT_EQ(lookup("Proof", "x"), "(none)");
-  delete_user_resources();
-  EXPECT_EQ(printed(), "MVL*Proof*z: 1\n");
-  delete_morvanel_resources();
-  EXPECT_EQ(printed(), "");
-  checkLinks();
+template <int number>
+void deleteLine() {
+  get_resource_manager()->files[0]->delete_line(number);
 }
 
-TEST_F(ResourceManager, AGeneralOrUserFileReplacesTheOneBefore) {
-  for (const T_resource_source source : {RESOURCE_SOURCE_MORVANEL, RESOURCE_SOURCE_USER}) {
-    clear();
-    load(source, "one", "MVL*t*r: 1\nMVL*t*s: 1\n");
-    load(source, "two", "MVL*t*r: 2\n");
-    EXPECT_EQ(printed(), "MVL*t*r: 2\n");
-    EXPECT_EQ(textOf(source), "MVL*t*r: 2\n");
-    load(source, "empty", "");
-    EXPECT_EQ(printed(), "");
-    EXPECT_EQ(textOf(source), "");
-  }
-}
-
-TEST_F(ResourceManager, AChangeMovesToTheMostSpecificWritableFile) {
-  const char *const content = "! c\nMVL.t.r:\\\n  1\nrest\n";
-  const char *const left = "! c\nrest\n";
-  const char *const rewritten = "! c\nMVL*t*r: 2\nrest\n";
+TEST_F(ResourceManager, ChangesFilesAndDefinitionsTogether) {
+  const char *const rst = "MVL*t*r: 1|MVL*t*s: 1|MVL*t*t: 1|";
+  const char *const rs = "MVL*t*r: 2|MVL*t*s: 2|";
+  const char *const old = "! c|MVL.t.r:\\|  1|rest|";
+  const char *const lines = "! a|! b|MVL*t*r: \\|\\|  v|plain|! c|";
+  const char *const tools = "MVL*a*r: 1|! b|MVL*b*r: 2|plain|MVL*t*r: 3|! kept|";
+  std::string many;
+  for (int i = 0; i < 200001; ++i)
+    many += i < 100000 ? "!|" : i == 100000 ? "MVL*t*r: \\|" : "\\|";
+  many += "v|";
+  const auto set = [] { set_resource("t", "r", "2"); };
+  const auto deleteR = [] { delete_resource("t", "r"); };
+  const auto deleteB = [] { delete_tool_resources("b"); };
+  const auto deleteFirst = [] { delete_tool_resources(nullptr); };
   struct {
-    const char *name;
-    T_resource_source defined; ///< The slot that holds the definition.
-    bool hasUser;
-    bool hasExplicit;
-    const char *general;
-    const char *user;
-    const char *named;
+    const char *name, *general, *user, *named;
+    void (*action)();
+    const char *files;
+    const char *value; ///< Of the resource r of the tool t.
   } const rows[] = {
-      {"general alone", RESOURCE_SOURCE_MORVANEL, false, false, left, "MVL*t*r: 2\n", "(none)"},
-      {"general, user", RESOURCE_SOURCE_MORVANEL, true, false, left, "u\nMVL*t*r: 2\n", "(none)"},
-      {"general, explicit", RESOURCE_SOURCE_MORVANEL, true, true, left, "u\n", "e\nMVL*t*r: 2\n"},
-      {"user alone", RESOURCE_SOURCE_USER, false, false, "(none)", rewritten, "(none)"},
-      {"user, explicit", RESOURCE_SOURCE_USER, false, true, "(none)", left, "e\nMVL*t*r: 2\n"},
-      {"explicit, user", RESOURCE_SOURCE_EXPLICIT, true, false, "(none)", "u\n", rewritten},
+      {"no way back", rst, rs, "MVL*t*r: 3|", delete_explicit_resources,
+       "G:MVL*t*t: 1|U:MVL*t*s: 2|", nullptr},
+      {"user's goes", rst, rs, nullptr, delete_user_resources, "G:MVL*t*t: 1|", nullptr},
+      {"general goes", rst, rs, nullptr, delete_morvanel_resources, "U:MVL*t*r: 2|MVL*t*s: 2|",
+       "2"},
+      {"set, general", old, nullptr, nullptr, set, "G:! c|rest|U:MVL*t*r: 2|", "2"},
+      {"set, general, user", old, "u|", nullptr, set, "G:! c|rest|U:u|MVL*t*r: 2|", "2"},
+      {"set, general, named", old, "u|", "e|", set, "G:! c|rest|U:u|E:e|MVL*t*r: 2|", "2"},
+      {"set, user", nullptr, old, nullptr, set, "U:! c|MVL*t*r: 2|rest|", "2"},
+      {"set, user, named", nullptr, old, "e|", set, "U:! c|rest|E:e|MVL*t*r: 2|", "2"},
+      {"set, named", nullptr, "u|", old, set, "U:u|E:! c|MVL*t*r: 2|rest|", "2"},
+      {"set anew", nullptr, nullptr, "e|", set, "E:e|MVL*t*r: 2|", "2"},
+      {"comment's line goes alone", lines, nullptr, nullptr, deleteLine<1>,
+       "G:! b|MVL*t*r: \\|\\|  v|plain|! c|", "v"},
+      {"first line takes all", lines, nullptr, nullptr, deleteLine<3>, "G:plain|! c|", nullptr},
+      {"middle line takes all", lines, nullptr, nullptr, deleteLine<4>, "G:plain|! c|", nullptr},
+      {"last line takes all", lines, nullptr, nullptr, deleteLine<5>, "G:plain|! c|", nullptr},
+      {"one resource", "! a||MVL*|! b|MVL*t*r: 1|! c|MVL*t*s: 2|", nullptr, nullptr, deleteR,
+       "G:|MVL*|! c|MVL*t*s: 2|", nullptr},
+      {"one tool", tools, nullptr, nullptr, deleteB, "G:MVL*a*r: 1|plain|MVL*t*r: 3|! kept|", "3"},
+      {"first tool", tools, nullptr, nullptr, deleteFirst,
+       "G:! b|MVL*b*r: 2|plain|MVL*t*r: 3|! kept|", "3"},
+      {"all tools", tools, nullptr, nullptr, delete_all_resources, "G:plain|! kept|", nullptr},
+      {"many lines, resource", many.c_str(), nullptr, nullptr, deleteR, "G:", nullptr},
+      {"many lines, a line", many.c_str(), nullptr, nullptr, deleteLine<150000>, "G:", nullptr},
+      {"many lines, file", many.c_str(), nullptr, nullptr, delete_morvanel_resources, "", nullptr},
   };
   for (const auto &row : rows) {
     SCOPED_TRACE(row.name);
     clear();
-    if (row.hasUser)
-      load(RESOURCE_SOURCE_USER, "user", "u\n");
-    if (row.hasExplicit)
-      load(RESOURCE_SOURCE_EXPLICIT, "explicit", "e\n");
-    load(row.defined, "defined", content);
-    ASSERT_NE(set_resource("t", "r", "2"), nullptr);
-    EXPECT_EQ(lookup("t", "r"), "2");
-    EXPECT_EQ(textOf(RESOURCE_SOURCE_MORVANEL), row.general);
-    EXPECT_EQ(textOf(RESOURCE_SOURCE_USER), row.user);
-    EXPECT_EQ(textOf(RESOURCE_SOURCE_EXPLICIT), row.named);
-    checkLinks();
+    load(row.general, row.user, row.named);
+    row.action();
+    EXPECT_EQ(files(), row.files);
+    EXPECT_STREQ(lookup_resource("t", "r"), row.value);
   }
 }
 
-TEST_F(ResourceManager, SavesTheUsersFileUnderTheDefaultName) {
-  const std::string old = "MVL*t*r: old\n";
-  directory.write(".Morvanel", old);
-  load(RESOURCE_SOURCE_MORVANEL, "general", "MVL*t*r: 1\n");
+TEST_F(ResourceManager, OnlyASecondExplicitFileAddsToTheFirst) {
+  load("MVL*t*r: 1|MVL*t*q: 1|", "MVL*t*u: 1|", "! a|MVL*t*r: 1|! b|MVL*t*s: \\|2|! last|");
+  load("", "", "MVL*t*u: 3|! again|MVL*t*r: 4|");
+  EXPECT_EQ(files(), "G:U:E:! a|! b|MVL*t*s: \\|2|! last|MVL*t*u: 3|! again|MVL*t*r: 4|");
+  EXPECT_EQ(printed(), "MVL*t*r: 4\nMVL*t*s: 2\nMVL*t*u: 3\n");
+  delete_resource("t", "u"); // follows the comment that was the last line
+  delete_resource("t", "r");
+  EXPECT_EQ(files(), "G:U:E:! b|MVL*t*s: \\|2|");
+}
+
+TEST_F(ResourceManager, TakesAbsentNamesValuesAndLines) {
+  load(nullptr, nullptr, "MVL*t*r: 1|");
   init_resource_manager(); // once more: the manager stays
-  set_resource("t", "r", "2");
-  ASSERT_NE(set_resource("new tool", "q", "3"), nullptr);
-  const std::string text = "MVL*t*r: 2\nMVL*new tool*q: 3\n";
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_USER), text) << "the file on disk is not read";
-  save_resources();
-  EXPECT_EQ(directory.read(".Morvanel"), text);
-  EXPECT_EQ(directory.read(".Morvanel~"), old);
-  EXPECT_EQ(directory.read("general"), "MVL*t*r: 1\n");
-  load(RESOURCE_SOURCE_EXPLICIT, "explicit", "kept\n");
-  set_resource("t", "new", "4");
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_EXPLICIT), "kept\nMVL*t*new: 4\n");
-  checkLinks();
-}
-
-TEST_F(ResourceManager, SaysThatAResourceWithoutALineCannotBeChanged) {
-  load(RESOURCE_SOURCE_EXPLICIT, "explicit", "MVL*t*r: 1\n");
-  find("t", "r")->line->release();
-  CaptureStderr();
-  EXPECT_EQ(set_resource("t", "r", "2"), nullptr);
-  EXPECT_EQ(GetCapturedStderr(), "Resource \"r\" sans ligne rattachee");
-  EXPECT_EQ(lookup("t", "r"), "2") << "the value is replaced all the same";
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_EXPLICIT), "MVL*t*r: 1\n");
-}
-
-TEST_F(ResourceManager, DeletesToolsAndKeepsTheOtherLines) {
-  load(RESOURCE_SOURCE_MORVANEL, "general",
-       "MVL*a*r: 1\n! gone\nMVL*b*r: 2\nplain\nMVL*c*r: 3\n! kept\n");
-  delete_tool_resources("b");
-  EXPECT_EQ(printed(), "MVL*a*r: 1\nMVL*c*r: 3\n");
-  delete_tool_resources("no such tool");
-  delete_tool_resources(nullptr);
-  EXPECT_EQ(printed(), "MVL*c*r: 3\n") << "without a name the first tool goes";
-  delete_all_resources();
-  EXPECT_EQ(printed(), "");
-  EXPECT_EQ(textOf(RESOURCE_SOURCE_MORVANEL), "plain\n! kept\n");
-  checkLinks();
-}
-
-TEST_F(ResourceManager, TakesAbsentNamesAndValues) {
-  load(RESOURCE_SOURCE_EXPLICIT, "explicit", "MVL*t*r: 1\n");
-  EXPECT_EQ(lookup_resource("t", nullptr), nullptr);
-  EXPECT_EQ(lookup(nullptr, "r"), "1") << "without a name the first tool is meant";
-  EXPECT_EQ(set_resource("t", nullptr, "2"), nullptr);
+  EXPECT_STREQ(lookup_resource(nullptr, "r"), "1") << "without a name the first tool is meant";
+  EXPECT_FALSE(lookup_resource("t", nullptr) || set_resource("t", nullptr, "2"));
   delete_resource("t", nullptr);
   EXPECT_NE(set_resource("t", "r", nullptr), nullptr);
   EXPECT_EQ(lookup_resource("t", "r"), nullptr);
-  EXPECT_EQ(printed(), "MVL*t*r: \n");
-  delete_all_resources();
-  EXPECT_EQ(set_resource(nullptr, "r", "1"), nullptr);
+  EXPECT_EQ(files() + printed(), "E:MVL*t*r: |MVL*t*r: \n");
+  manager().first_tool->first_resource->line->release();
+  EXPECT_EQ(messagesOf([] { EXPECT_EQ(set_resource("t", "r", "2"), nullptr); }),
+            "Resource \"r\" sans ligne rattachee");
+  EXPECT_EQ(files() + printed(), "E:MVL*t*r: |MVL*t*r: 2\n")
+      << "the value is replaced all the same";
+  EXPECT_FALSE(set_resource(nullptr, "r", "1") && manager().first_tool->next);
   EXPECT_EQ(manager().get_file(static_cast<T_resource_source>(3)), nullptr);
   EXPECT_EQ(manager().set_file("x", static_cast<T_resource_source>(-1)), nullptr);
 }
 
-TEST_F(ResourceManager, SetToolDoesNotLookForOneOfThatName) {
-  T_resource_tool *first = manager().set_tool("t");
-  T_resource_tool *second = manager().set_tool("t");
-  EXPECT_NE(first, second);
-  EXPECT_EQ(manager().get_tool("t"), first);
-  manager().delete_tool("t");
-  EXPECT_EQ(manager().get_tool("t"), second);
-  EXPECT_EQ(manager().set_tool(nullptr), nullptr);
+TEST_F(ResourceManager, PrintsItsBanner) {
+  testing::internal::CaptureStdout();
+  resource_info();
+  EXPECT_THAT(testing::internal::GetCapturedStdout(),
+              testing::MatchesRegex(R"(- Resource Manager version [0-9.]+ \([0-9a-f]{40}\)
+                   [^ ].*
+The following flags have been used : 
+Compiled with gcc version .+
+Compiled for Linux target
+\(Pentium version\)
+)"));
+}
+
+TEST_F(ResourceManager, PlainItemsJoinAListOnlyWhenGivenBothEnds) {
+  T_resource_item *first = nullptr;
+  T_resource_item *last = nullptr;
+  const T_resource_item alone(&first, nullptr, nullptr);
+  EXPECT_EQ(first, nullptr);
+  for (int i = 0; i < 2; ++i)
+    new T_resource_item(&first, &last, &manager());
+  EXPECT_TRUE(first->next == last && first != last && first->kind == 0);
+  EXPECT_TRUE(last->prev == first && last->parent == &manager());
+  T_resource_item::delete_list(&first, &last);
+  EXPECT_EQ(last, nullptr);
+}
+
+TEST_F(ResourceManager, CommentsOutliveTheirLines) {
+  load("! attached|MVL*t*r: 1|! loose|! others|");
+  T_resource_file *file = manager().files[0];
+  T_resource_comment *attached = file->first_line->comment();
+  T_resource_comment *loose = file->get_line(3)->comment();
+  T_resource_comment others(file->last_line, nullptr, nullptr, nullptr);
+  for (const int number : {4, 3, 1})
+    file->delete_line(number);
+  EXPECT_FALSE(attached->line || loose->line || others.line);
+  EXPECT_EQ(attached->resource(), manager().first_tool->first_resource);
+  file->set_line(100, "! again");
+  syntax_analysis(file->first_line); // drops the loose one
+  delete file->last_line->comment();
+  EXPECT_EQ(files(), "G:MVL*t*r: 1|");
 }
 
 TEST_F(ResourceManager, AManagerDestroysWhatItOwns) {
-  auto *own = new T_resource_manager;
-  T_resource_file *file = own->set_file("name", RESOURCE_SOURCE_EXPLICIT);
+  T_resource_manager own;
+  T_resource_file *file = own.set_file("name", RESOURCE_SOURCE_EXPLICIT);
   file->set_line(1, "MVL*t*r: 1");
-  own->set_tool("t")->set_resource("r", "1", file->first_line);
-  delete own;
-}
-
-TEST_F(ResourceManager, DefaultUserFileIsBelowTheHomeDirectory) {
-  const std::unique_ptr<char[]> name(get_default_user_file());
-  EXPECT_EQ(name.get(), directory.bytePath(".Morvanel"));
-  unsetenv("HOME");
-  const std::unique_ptr<char[]> bare(get_default_user_file());
-  EXPECT_STREQ(bare.get(), "/.Morvanel");
-}
-
-TEST_F(ResourceManager, PrintsItsBanner) {
-  CaptureStdout();
-  resource_info();
-  EXPECT_THAT(
-      GetCapturedStdout(),
-      testing::MatchesRegex("- Resource Manager version [0-9]+\\.[0-9.]+ \\([0-9a-f]{40}\\)\n"
-                            "                   [^ \n][^\n]*\n"
-                            "The following flags have been used : \n"
-                            "Compiled with gcc version [^\n]+\n"
-                            "Compiled for Linux target\n"
-                            "\\(Pentium version\\)\n"));
+  own.set_tool("t")->set_resource("r", "1", file->first_line);
 }
 
 } // namespace
