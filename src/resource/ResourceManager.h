@@ -38,7 +38,7 @@ const char *lookup_resource(const char *tool_name, const char *resource_name);
 /// the user's file, else a new user file under the default name; a definition elsewhere moves
 /// there. Returns the resource, or none as T_resource_tool::set_resource does.
 ///
-/// Texts are written as they are, and not all of them read back. When the saved file is loaded again
+/// Texts are written as they are, and not all read back. When the saved file is loaded again
 /// - blanks and tabs around the value are gone, and so is a backslash that ends it;
 /// - a value that is empty or blank is an error, "resource value not found";
 /// - a value that starts with a backslash swallows the next line, which becomes the value;
