@@ -14,48 +14,35 @@
 #include "resource/syntax_analysis.h"
 
 #include <functional>
-#include <sstream>
+#include <string>
+#include <vector>
 
 namespace {
-
-template <class T, class F>
-void forEach(T *first, F check) {
-  T_resource_item *before = nullptr;
-  for (T_resource_item *item = first; item; before = item, item = item->next) {
-    require(item->prev == before, "a list has both directions");
-    check(static_cast<T *>(item));
-  }
-}
 
 void checkLinks() {
   int strayLines = 0; // those of resources, less those that resources know
   for (const T_resource_file *file : get_resource_manager()->files) {
-    forEach(file ? file->first_line : nullptr, [&](T_resource_line *line) {
+    for (auto *line = file ? file->first_line : nullptr; line; line = line->next_line()) {
       require(!line->comment() || line->comment()->line == line, "a comment knows its line");
+      require(!line->next || line->next->prev == line, "a list has both directions");
       strayLines += line->resource() ? 1 : 0;
-    });
+    }
   }
-  forEach(get_resource_manager()->first_tool, [&](T_resource_tool *tool) {
-    forEach(tool->first_resource, [&](T_resource_ident *resource) {
+  for (T_resource_item *tool = get_resource_manager()->first_tool; tool; tool = tool->next) {
+    T_resource_item *item = static_cast<T_resource_tool *>(tool)->first_resource;
+    for (; item; item = item->next) {
+      const auto *resource = static_cast<const T_resource_ident *>(item);
       for (auto *line = resource->line; line && line->item == resource; line = line->prev_line())
         --strayLines;
-      forEach(resource->first_comment, [](T_resource_comment *comment) {
-        require(!comment->line || comment->line->item == comment, "a line knows its comment");
-      });
-    });
-  });
+      const T_resource_comment *note = resource->first_comment;
+      for (; note; note = static_cast<const T_resource_comment *>(note->next))
+        require(!note->line || note->line->item == note, "a line knows its comment");
+    }
+  }
   require(strayLines == 0, "a resource knows its lines");
 }
 
-void deleteComment(T_resource_line *line) {
-  if (T_resource_comment *comment = line ? line->comment() : nullptr) {
-    comment->leave_owner();
-    delete comment;
-  }
-}
-
 void abuse(const std::vector<std::string> &paths, std::mt19937 &choices) {
-  T_resource_manager &manager = *get_resource_manager();
   const char *const texts[] = {"! note", "MVL*a*p: 1", "MVL*a*p: \\", "\\", "MVL*b*q: \\", "value"};
   const auto below = [&choices](unsigned count) { return static_cast<int>(choices() % count); };
   const char *const names[] = {"a", "b", "p", "q"};
@@ -67,15 +54,14 @@ void abuse(const std::vector<std::string> &paths, std::mt19937 &choices) {
       [&] { syntax_analysis(file->get_line(number)); },
       [&] { set_resource(names[below(2)], names[2 + below(2)], texts[below(6)]); },
       [&] { delete_resource(names[below(2)], names[2 + below(2)]); },
-      [&] { deleteComment(file->first_line); },
       [&] { delete_tool_resources(below(2) ? nullptr : names[below(2)]); },
-      [&] { manager.delete_file(file->source); },
+      [&] { get_resource_manager()->delete_file(file->source); },
       [&] { load_resources(nullptr, nullptr, paths[below(2)].c_str()); }};
-  std::discrete_distribution<std::size_t> choose({15, 16, 17, 5, 3, 2, 1, 1, 1});
+  std::discrete_distribution<std::size_t> choose({15, 16, 17, 5, 3, 1, 1, 1});
   for (int step = 0; step < 300; ++step) {
     const auto source = static_cast<T_resource_source>(below(3));
-    file = manager.get_file(source);
-    file = file ? file : manager.set_file(paths[2].c_str(), source);
+    file = get_resource_manager()->get_file(source);
+    file = file ? file : get_resource_manager()->set_file(paths[2].c_str(), source);
     number = below(20);
     actions[choose(choices)]();
     checkLinks();
@@ -100,9 +86,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   set_resource("tool", "last", "value");
   require(lookup_resource("tool", "last") == std::string("value"), "a value that was set is found");
   save_resources();
-  delete_all_resources();
-  delete_morvanel_resources();
-  delete_user_resources();
-  delete_explicit_resources();
+  for (const auto drop : {delete_all_resources, delete_morvanel_resources, delete_user_resources,
+                          delete_explicit_resources})
+    drop();
   return 0;
 }

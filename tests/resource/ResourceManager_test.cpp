@@ -44,6 +44,10 @@ TEST_F(ResourceManager, ChangesFilesAndDefinitionsTogether) {
   const auto deleteR = [] { delete_resource("t", "r"); };
   const auto deleteB = [] { delete_tool_resources("b"); };
   const auto deleteFirst = [] { delete_tool_resources(nullptr); };
+  const auto continueAgain = [] {
+    manager().files[0]->set_line(2, "\\");
+    syntax_analysis(manager().files[0]->first_line);
+  };
   struct {
     const char *name, *general, *user, *named;
     void (*action)();
@@ -62,6 +66,8 @@ TEST_F(ResourceManager, ChangesFilesAndDefinitionsTogether) {
       {"set, user, named", nullptr, old, "e|", set, "U:! c|rest|E:e|MVL*t*r: 2|", "2"},
       {"set, named", nullptr, "u|", old, set, "U:u|E:! c|MVL*t*r: 2|rest|", "2"},
       {"set anew", nullptr, nullptr, "e|", set, "E:e|MVL*t*r: 2|", "2"},
+      {"continued once more", "MVL*t*r: \\|1|2|", nullptr, nullptr, continueAgain,
+       "G:MVL*t*r: \\|\\|2|", "2"},
       {"comment's line goes alone", lines, nullptr, nullptr, deleteLine<1>,
        "G:! b|MVL*t*r: \\|\\|  v|plain|! c|", "v"},
       {"first line takes all", lines, nullptr, nullptr, deleteLine<3>, "G:plain|! c|", nullptr},
@@ -111,7 +117,8 @@ TEST_F(ResourceManager, TakesAbsentNamesValuesAndLines) {
             "Resource \"r\" sans ligne rattachee");
   EXPECT_EQ(files() + printed(), "E:MVL*t*r: |MVL*t*r: 2\n")
       << "the value is replaced all the same";
-  EXPECT_FALSE(set_resource(nullptr, "r", "1") && manager().first_tool->next);
+  delete_all_resources();
+  EXPECT_EQ(set_resource(nullptr, "r", "1"), nullptr);
   EXPECT_EQ(manager().get_file(static_cast<T_resource_source>(3)), nullptr);
   EXPECT_EQ(manager().set_file("x", static_cast<T_resource_source>(-1)), nullptr);
 }
@@ -119,14 +126,13 @@ TEST_F(ResourceManager, TakesAbsentNamesValuesAndLines) {
 TEST_F(ResourceManager, PrintsItsBanner) {
   testing::internal::CaptureStdout();
   resource_info();
-  EXPECT_THAT(testing::internal::GetCapturedStdout(),
-              testing::MatchesRegex(R"(- Resource Manager version [0-9.]+ \([0-9a-f]{40}\)
-                   [^ ].*
-The following flags have been used : 
-Compiled with gcc version .+
-Compiled for Linux target
-\(Pentium version\)
-)"));
+  EXPECT_THAT(
+      testing::internal::GetCapturedStdout(),
+      testing::MatchesRegex("- Resource Manager version [0-9]+\\.[0-9.]+ \\([0-9a-f]{40}\\)\n"
+                            "                   [^ \n][^\n]*\n"
+                            "The following flags have been used : \n"
+                            "Compiled with gcc version [^\n]+\n"
+                            "Compiled for Linux target\n\\(Pentium version\\)\n"));
 }
 
 TEST_F(ResourceManager, PlainItemsJoinAListOnlyWhenGivenBothEnds) {
