@@ -28,6 +28,7 @@ TEST_F(SyntaxAnalysis, ReadsAFile) {
        "8: resource value not found\n"},
       {"continued", "MVL*t*r:\\| \\ignored|\t! value |MVL*t*q: \\x| 1|",
        "MVL*t*r: ! value\nMVL*t*q: 1\n"},
+      {"value line is not read again", "MVL*t*r: \\|MVL*t*q: 1|", "MVL*t*r: MVL*t*q: 1\n"},
       {"continued to the end", "MVL*q*q: 1|MVL*t*r: \\|\\|", "MVL*q*q: 1\n",
        "2: resource value not found\n"},
       {"continued by a blank line", "MVL*t*r: \\|  |MVL*q*q: 1|", "MVL*q*q: 1\n",
