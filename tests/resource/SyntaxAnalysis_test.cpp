@@ -60,9 +60,9 @@ TEST_F(SyntaxAnalysis, MeansTheFirstOfAName) {
   T_resource_tool *second = manager().set_tool("t");
   load("MVL*t*new: 1|MVL*t*other: 1|MVL*t*new: 2|");
   first->get_resource("new")->name.init_string("other");
-  load(nullptr, "MVL*t*other: 3|");
-  EXPECT_EQ(files(), "G:MVL*t*other: 1|U:MVL*t*other: 3|");
-  EXPECT_EQ(printed(), "MVL*t*other: 3\nMVL*t*other: 1\n");
+  load(nullptr, "MVL*t*new: 3|MVL*t*other: 3|"); // walks past both of one name
+  EXPECT_EQ(files(), "G:MVL*t*other: 1|U:MVL*t*new: 3|MVL*t*other: 3|");
+  EXPECT_EQ(printed(), "MVL*t*other: 3\nMVL*t*other: 1\nMVL*t*new: 3\n");
   manager().delete_tool("t");
   EXPECT_EQ(manager().get_tool("t"), second);
 }
