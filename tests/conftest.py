@@ -1,0 +1,383 @@
+"""What the Python tests share: a scratch component with its mechanism, tiny script tools that keep
+a record of how they were called, and a runner that never waits for ever.
+
+Every run is compared whole: exit status, standard output and standard error. A run also fails when
+it leaves a process behind, or when standard error holds a warning of Qt or of a sanitizer.
+
+Environment: KELVARUNE_BIN is the folder of the programs; KELVARUNE_TEST_SLOWNESS (default 1)
+multiplies every time limit, for builds with sanitizers. A module whose tests run another program
+than kelvarune names it in PROGRAM. `--rounds N` asks for more random rounds than usual.
+"""
+
+import dataclasses
+import os
+import pathlib
+import random
+import resource
+import signal
+import subprocess
+import tempfile
+import time
+import xml.etree.ElementTree as ET
+
+import psutil
+import pytest
+
+BIN = pathlib.Path(os.environ.get("KELVARUNE_BIN", "build/release/bin")).resolve()
+SLOWNESS = float(os.environ.get("KELVARUNE_TEST_SLOWNESS", "1"))
+LIMIT_S = 20 * SLOWNESS
+
+ABORTED = -signal.SIGABRT
+NEVER_ON_STDERR = (b"QProcess", b"QThread", b"QFile", b"QDom", b"Sanitizer", b"runtime error:")
+
+# The options that every replay needs beside the mechanism; paths are relative to the scratch
+# directory, which is the working directory of each run.
+FILES = ("-s", "comp.pos", "-p", "comp.pog", "-d", "work")
+REPLAY = ("-m", "m.xml", *FILES)
+
+# Root has no use for permissions; these options run a program as somebody who has.
+AS_NOBODY = {} if os.geteuid() else {"user": 65534, "group": 65534, "extra_groups": []}
+
+# Tools crash on purpose, and may not leave core files behind.
+resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+# --- Tables and rounds --------------------------------------------------------------------------
+
+
+def rows(names, table):
+    """Parametrises a test by a table of named rows; a row of several values is a tuple."""
+    return pytest.mark.parametrize(names, [
+        pytest.param(*(row if isinstance(row, tuple) else (row,)), id=name)
+        for name, row in table.items()])
+
+
+def pytest_addoption(parser):
+    parser.addoption("--rounds", type=int, help="random rounds of each kind")
+
+
+def pytest_generate_tests(metafunc):
+    if mark := metafunc.definition.get_closest_marker("rounds"):
+        metafunc.fixturenames.append("round_number")
+        count = metafunc.config.getoption("--rounds") or mark.args[0]
+        metafunc.parametrize("round_number", range(count))
+
+
+@pytest.fixture
+def rng(request):
+    """Random numbers that are the same in every run of the round."""
+    return random.Random(request.node.name)
+
+
+@pytest.fixture
+def case(request):
+    with tempfile.TemporaryDirectory(prefix="kelvarune-") as root:
+        case = Case(pathlib.Path(root).resolve(), getattr(request.module, "PROGRAM", "kelvarune"))
+        yield case
+        case.kill_all()
+        for process in case.started:
+            process.wait()
+
+
+# --- POS documents ------------------------------------------------------------------------------
+
+
+def element(tag, *children, text=None, **attributes):
+    """An element; attributes whose value is None are left out."""
+    result = ET.Element(tag, {k: v for k, v in attributes.items() if v is not None})
+    result.text = text
+    result.extend(children)
+    return result
+
+
+def mech(name="m", status="Unproved", **drivers):
+    """A Mechanism element with one Driver per keyword."""
+    return element("Mechanism", *[element("Driver", name=d, status=s) for d, s in drivers.items()],
+                   name=name, status=status)
+
+
+def goal(*parts, status="Unproved", state="Unproved"):
+    return element("Simple_Goal", element("Proof_State", proofState=state), *parts, status=status)
+
+
+def candidate(*drivers):
+    """A goal of mechanism m that each of the named drivers proved in an earlier life."""
+    return goal(mech(**dict.fromkeys(drivers or ["d1"], "Proved")))
+
+
+def concluded(status="Proved"):
+    """What becomes of a candidate by a verdict that is believed."""
+    return goal(mech("m", status, d1=status), status=status)
+
+
+def po(tag, *goals):
+    return element("Proof_Obligation", element("Tag", text=tag), *goals)
+
+
+def obligations(*children, **attributes):
+    return element("Proof_Obligations", *children, **attributes)
+
+
+def parsed(data):
+    builder = ET.XMLParser(target=ET.TreeBuilder(insert_comments=True))
+    builder.feed(data)
+    return builder.close()
+
+
+def outline(node, depth=0):
+    """A tree as text: one line per element, attributes sorted, blanks around text ignored."""
+    name = "<!-->" if node.tag is ET.Comment else node.tag
+    text = "".join(f" {k}={v!r}" for k, v in sorted(node.attrib.items()))
+    words = (node.text or "").strip()
+    lines = ["  " * depth + name + text + (f" {words!r}" if words else "")]
+    for child in node:
+        lines.append(outline(child, depth + 1))
+        if (child.tail or "").strip():
+            lines.append("  " * (depth + 1) + repr(child.tail.strip()))
+    return "\n".join(lines)
+
+
+def param(name=None, value=None, separator=None):
+    return element("param", name=name, separator=separator, value=value)
+
+
+# --- Expected output ----------------------------------------------------------------------------
+
+XML_MARKS = {"+": "<p/>", "-": "<m/>", "*": "<u/>", "!": "<d/>"}
+
+
+def proving(mechanism="m", component="comp", xml=False):
+    line = f"Proving {component} with external mechanism {mechanism}"
+    return f"<proving>{line}</proving>\n" if xml else line + "\n"
+
+
+def driver_pass(driver, unproved, operations=None, xml=False):
+    """One driver pass: its line and, when it had work, the marks of each (tag, marks)."""
+    line = f"\tProof driver {driver}, still {unproved} unproved PO"
+    text = f"<proofPass>{line}</proofPass>\n" if xml else line + "\n"
+    if operations is None:
+        return text
+    if xml:
+        blocks = [f"\t\t<operation><name>{tag}</name>\n\t\t\t"
+                  + "".join(XML_MARKS[m] for m in marks) for tag, marks in operations]
+        return text + "</operation>\n".join(blocks) + "\n" + ("</operation>\n" if blocks else "")
+    blocks = [f"\t\t{tag}\n\t\t\t{marks}" for tag, marks in operations]
+    return text + "\n".join(blocks) + "\n" + ("\n" if blocks else "")
+
+
+def report(proved=0, externally=0, unreliably=0, disproved=0, unproved=0, component="comp",
+           xml=False):
+    line = (f"TOTAL for {component}\t Proved {proved}\t Proved externally {externally}"
+            f"\t Unreliably proved {unreliably}\t Disproved {disproved}\t Unproved {unproved}")
+    if xml:
+        return f"\n<proofResult>\n\n<total>{line}</total>\n</proofResult>\n</proof>\n"
+    return f"End of proof\n\n{line}\n"
+
+
+def replayed(*passes, xml=False, **counts):
+    """The output of one mechanism m whose passes are tuples for driver_pass."""
+    return (("<proof>\n" if xml else "") + proving(xml=xml)
+            + "".join(driver_pass(*row, xml=xml) for row in passes) + report(xml=xml, **counts))
+
+
+ONE_PROOF = replayed(("d1", 1, [("T0", "+")]), proved=1, externally=1)
+
+# --- Script tools -------------------------------------------------------------------------------
+
+# Appends the arguments to the file named after the tool: each ends with NUL, a call with RS NUL.
+RECORD = r"""{ for a; do printf '%s\0' "$a"; done; printf '\036\0'; } >>"$0.log"
+"""
+# Writes one line "i j" per -a into the file given with -o.
+WRITER = r"""a=
+while [ $# -gt 0 ]; do
+  case $1 in
+    -a) a="$a$2 $3
+"; shift 3 ;;
+    -o) printf '%s' "$a" >"$2"; exit ;;
+    *) shift ;;
+  esac
+done
+"""
+# Hands its input, or the file named by its first argument, on to the reader.
+PROVER = '[ $# -eq 0 ] || exec <"$1"\nexec cat\n'
+# To be started by the system, this needs an interpreter that is not there.
+UNSTARTABLE = "#!/nonexistent/interpreter\n"
+CRASH = "kill -SEGV $$\n"
+
+
+def reader_script(answers):
+    """A reader that is given a driver's name and answers each address "i j" it reads. Keys of
+    answers are shell patterns over "<driver>.<i>.<j>"; values are the bytes to print, or a verdict
+    as text, which gets a line feed. Without an answer it says Unknown."""
+    cases = ""
+    for key, answer in answers.items():
+        data = answer if isinstance(answer, bytes) else answer.encode() + b"\n"
+        cases += f"  {key}) printf '" + "".join(f"\\{byte:03o}" for byte in data) + "' ;;\n"
+    return f"while read -r i j; do case $1.$i.$j in\n{cases}  *) echo Unknown ;;\nesac; done\n"
+
+
+# --- The scratch component and its runs -----------------------------------------------------------
+
+
+@dataclasses.dataclass
+class Run:
+    """What one run left: its exit status (negative: a signal) and its two streams as bytes."""
+    args: list
+    status: int
+    out: bytes
+    err: bytes
+
+    def __str__(self):
+        shown = [data.decode("utf-8", "backslashreplace").replace("\0", "\\0")
+                 for data in (self.out, self.err)]
+        return (f"arguments: {self.args}\nstatus: {self.status}\n"
+                f"--- standard output ---\n{shown[0]}\n--- standard error ---\n{shown[1]}")
+
+
+class Case:
+    def __init__(self, root, program):
+        self.root, self.program, self.started = root, str(BIN / program), []
+        self.path("work").mkdir()
+        self.script("writer", RECORD + WRITER)
+        self.script("prover", RECORD + PROVER)
+        self.answers({})
+        self.write("comp.pog", "<Proof_Obligations/>")
+
+    # Files of the scratch directory.
+
+    def path(self, name):
+        return self.root / name
+
+    def write(self, name, content):
+        path = self.path(name)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content if isinstance(content, bytes) else content.encode())
+        return path
+
+    def script(self, name, body):
+        """An executable below tools/; a body without "#!" is run by sh."""
+        path = self.write(f"tools/{name}", body if body.startswith("#!") else "#!/bin/sh\n" + body)
+        path.chmod(0o755)
+        return path
+
+    def answers(self, answers):
+        """What the common reader says; see reader_script."""
+        self.script("reader", RECORD + reader_script(answers))
+
+    def calls(self, tool):
+        """The argument lists with which a recording tool was called, in the order of the calls."""
+        log = self.path(f"tools/{tool}.log")
+        calls = log.read_text().split("\x1e\0")[:-1] if log.exists() else []
+        return [call.split("\0")[:-1] for call in calls]
+
+    # The component and its mechanism.
+
+    def tool(self, role, script=None, *parts, **attributes):
+        attributes.setdefault("path", f"{self.root}/tools/{script or role}")
+        attributes.setdefault("name", script or role)
+        return element(role, *parts, **attributes)
+
+    def driver(self, name="d1", writer=None, prover=None, reader=None, stdin=True, **attributes):
+        """A driver of the common tools. writer, prover and reader name another script, or are whole
+        elements; the common reader is given the driver's name."""
+        file = () if stdin else (param(value="${file}"),)
+        if not isinstance(writer, ET.Element):
+            writer = self.tool("writer", writer)
+        if not isinstance(prover, ET.Element):
+            prover = self.tool("prover", prover, *file, input=None if stdin else "file")
+        if not isinstance(reader, ET.Element):
+            reader = self.tool("reader", reader, param(value=name))
+        return element("driver", writer, prover, reader, name=name, **attributes)
+
+    def mechanism(self, *parts, path="m.xml", trust=None):
+        """Writes a mechanism description; without parts it has one driver d1."""
+        self.write(path, ET.tostring(element("mechanism", *(parts or [self.driver()]),
+                                             trust=trust)))
+
+    def pos(self, *children, **attributes):
+        self.write("comp.pos", ET.tostring(obligations(*children, **attributes)))
+
+    def pos_is(self, *children, author="proof_director", **attributes):
+        """Compares the saved POS file, as a tree."""
+        want = outline(obligations(*children, author=author, **attributes))
+        assert outline(parsed(self.path("comp.pos").read_bytes())) == want
+
+    def proved(self):
+        """How many goals the POS file says are proved."""
+        document = parsed(self.path("comp.pos").read_bytes())
+        return sum(part.get("status") == "Proved" for part in document.iter("Simple_Goal"))
+
+    # Running.
+
+    def start(self, *args, stdout=None, env=None, under=(), program=None, **options):
+        """Starts the program, below the command `under` if there is one; end it with finish."""
+        command = [*under, program or self.program, *map(str, args)]
+        out = stdout if stdout is not None else open(self.path("stdout"), "wb")
+        options = {"cwd": self.root, "stdin": subprocess.DEVNULL} | options
+        with open(self.path("stderr"), "wb") as err:
+            process = subprocess.Popen(command, stdout=out, stderr=err,
+                                       env=self.environment(env), **options)
+        if stdout is None:
+            out.close()
+        self.started.append(process)
+        return process
+
+    def environment(self, changes=None):
+        changes = {"HOME": str(self.root), "LC_ALL": "C.UTF-8"} | (changes or {})
+        changes["KELVARUNE_TEST_ROOT"] = str(self.root)
+        # The thread sanitizer sleeps a second at every exit.
+        changes["TSAN_OPTIONS"] = "atexit_sleep_ms=0 " + os.environ.get("TSAN_OPTIONS", "")
+        return {k: v for k, v in (os.environ | changes).items() if v is not None}
+
+    def finish(self, process, orphans=False, limit_s=LIMIT_S):
+        """Waits for the end of a started program and checks what holds for every run. Children that
+        tools left behind (orphans) may outlive a program that came to the end of its report."""
+        try:
+            process.wait(limit_s)
+            hung = ""
+        except subprocess.TimeoutExpired:
+            hung = f"still running after {limit_s} s, with {self.running()}\n"
+            self.kill_all()
+            process.wait()
+        out, err = [self.path(name).read_bytes() if self.path(name).exists() else b""
+                    for name in ("stdout", "stderr")]
+        run = Run(process.args, process.returncode, out, err)
+        assert not hung, f"{hung}{run}"
+        if not (orphans and b"\nTOTAL" in out):
+            self.wait_for(lambda: not self.running(), lambda: f"the end of {self.running()}\n{run}")
+        assert not [text for text in NEVER_ON_STDERR if text in err], run
+        return run
+
+    def running(self):
+        """The processes of this test that live."""
+        return [process for process in psutil.process_iter(["environ", "cmdline", "status"])
+                if (process.info["environ"] or {}).get("KELVARUNE_TEST_ROOT") == str(self.root)]
+
+    def kill_all(self):
+        for process in self.running():
+            try:
+                process.kill()
+            except psutil.NoSuchProcess:
+                pass
+
+    def run(self, *args, status=0, out=None, err="", orphans=False, limit_s=LIMIT_S, **options):
+        """A whole run, compared with what is expected; what is None is left to the caller."""
+        run = self.finish(self.start(*args, **options), orphans, limit_s)
+        want = Run(run.args, run.status if status is None else status,
+                   run.out if out is None else out.encode(),
+                   run.err if err is None else err.encode())
+        assert str(run) == str(want)
+        assert run == want
+        return run
+
+    def replay(self, *more, **options):
+        """Runs m.xml on comp.pos; the secondary files must be gone afterwards."""
+        run = self.run(*REPLAY, *more, **options)
+        assert os.listdir(self.path("work")) == [], "secondary files left behind"
+        return run
+
+    def wait_for(self, condition, what):
+        """Waits until condition() holds."""
+        deadline = time.monotonic() + LIMIT_S
+        while not condition():
+            assert time.monotonic() < deadline, f"waited in vain for {what() if callable(what) else what}"
+            time.sleep(0.01)
