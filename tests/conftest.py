@@ -9,6 +9,8 @@ multiplies every time limit, for builds with sanitizers. A module whose tests ru
 than kelvarune names it in PROGRAM. `--rounds N` asks for more random rounds than usual.
 """
 
+import contextlib
+import ctypes
 import dataclasses
 import os
 import pathlib
@@ -23,7 +25,8 @@ import xml.etree.ElementTree as ET
 import psutil
 import pytest
 
-BIN = pathlib.Path(os.environ.get("KELVARUNE_BIN", "build/release/bin")).resolve()
+PROJECT = pathlib.Path(__file__).resolve().parent.parent
+BIN = pathlib.Path(os.environ.get("KELVARUNE_BIN", PROJECT / "build/release/bin"))
 SLOWNESS = float(os.environ.get("KELVARUNE_TEST_SLOWNESS", "1"))
 LIMIT_S = 20 * SLOWNESS
 
@@ -38,8 +41,11 @@ REPLAY = ("-m", "m.xml", *FILES)
 # Root has no use for permissions; these options run a program as somebody who has.
 AS_NOBODY = {} if os.geteuid() else {"user": 65534, "group": 65534, "extra_groups": []}
 
-# Tools crash on purpose, and may not leave core files behind.
+# Tools crash on purpose, and may not leave core files behind. What outlives its parent becomes a
+# child of this process, so that it is found.
 resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+PR_SET_CHILD_SUBREAPER = 36
+ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
 # --- Tables and rounds --------------------------------------------------------------------------
 
@@ -310,7 +316,7 @@ class Case:
 
     def start(self, *args, stdout=None, env=None, under=(), program=None, **options):
         """Starts the program, below the command `under` if there is one; end it with finish."""
-        command = [*under, program or self.program, *map(str, args)]
+        command = [*under, str(BIN / program) if program else self.program, *map(str, args)]
         out = stdout if stdout is not None else open(self.path("stdout"), "wb")
         options = {"cwd": self.root, "stdin": subprocess.DEVNULL} | options
         with open(self.path("stderr"), "wb") as err:
@@ -323,7 +329,6 @@ class Case:
 
     def environment(self, changes=None):
         changes = {"HOME": str(self.root), "LC_ALL": "C.UTF-8"} | (changes or {})
-        changes["KELVARUNE_TEST_ROOT"] = str(self.root)
         # The thread sanitizer sleeps a second at every exit.
         changes["TSAN_OPTIONS"] = "atexit_sleep_ms=0 " + os.environ.get("TSAN_OPTIONS", "")
         return {k: v for k, v in (os.environ | changes).items() if v is not None}
@@ -348,16 +353,18 @@ class Case:
         return run
 
     def running(self):
-        """The processes of this test that live."""
-        return [process for process in psutil.process_iter(["environ", "cmdline", "status"])
-                if (process.info["environ"] or {}).get("KELVARUNE_TEST_ROOT") == str(self.root)]
+        """The processes that the test has started, directly or not, and that live."""
+        living = []
+        for process in psutil.Process().children(recursive=True):
+            with contextlib.suppress(psutil.NoSuchProcess):
+                if process.status() != psutil.STATUS_ZOMBIE:
+                    living.append(process)
+        return living
 
     def kill_all(self):
         for process in self.running():
-            try:
+            with contextlib.suppress(psutil.NoSuchProcess):
                 process.kill()
-            except psutil.NoSuchProcess:
-                pass
 
     def run(self, *args, status=0, out=None, err="", orphans=False, limit_s=LIMIT_S, **options):
         """A whole run, compared with what is expected; what is None is left to the caller."""
@@ -376,8 +383,8 @@ class Case:
         return run
 
     def wait_for(self, condition, what):
-        """Waits until condition() holds."""
+        """Waits until condition() holds; what() names it for a failure."""
         deadline = time.monotonic() + LIMIT_S
         while not condition():
-            assert time.monotonic() < deadline, f"waited in vain for {what() if callable(what) else what}"
+            assert time.monotonic() < deadline, "waited in vain for " + what()
             time.sleep(0.01)

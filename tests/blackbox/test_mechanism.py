@@ -1,204 +1,130 @@
 """Mechanism descriptions and resource files, as far as a run shows them: which tools are found and
 with which arguments each is called."""
 
-import unittest
+import pytest
 
-from harness import (ABORTED, FILES, RECORD, ReplayCase, WRITER, candidate, driver_pass, element,
-                     param, po, proving, report)
+from conftest import (ABORTED, FILES, ONE_PROOF, RECORD, REPLAY, WRITER, candidate, element, param,
+                      po, proving, replayed, report, rows)
 
-PROOF = proving() + driver_pass("d1", 1, [("T0", "+")]) + report(proved=1, externally=1)
+FILE = "work/comp_m_d1_0_0.po2"
+WORDS = "a b 'c' \"d\" $HOME *"
 
-
-class Described(ReplayCase):
-    def setUp(self):
-        super().setUp()
-        self.answers({"*": "Proved"})
-        self.fresh()
-
-    def fresh(self):
-        self.pos(po("T0", candidate()))
-
-    def assertProves(self, *more, **options):
-        self.fresh()
-        self.replay(*more, out=PROOF, **options)
-
-    def assertAborts(self, what, *more):
-        run = self.run_program("-m", "m.xml", *FILES, *more)
-        self.assertEqual((ABORTED, b""), (run.status, run.out), str(run))
-        self.assertIn(what, run.err, str(run))
-
-
-class Parameters(Described):
-    def test_the_rules_of_writer_and_of_prover_and_reader(self):
-        file = "work/comp_m_d1_0_0.po2"
-        # name, value, separator: the writer's arguments, the prover's and the reader's arguments
-        rows = [
-            ((None, None, None), [""], []),
-            ((None, "v", None), ["v"], ["v"]),
-            ((None, "", None), [""], [""]),
-            ((None, "v", "="), ["v"], ["v"]),
-            (("n", None, None), ["n"], ["n"]),
-            (("n", None, "="), ["n"], ["n"]),
-            (("n", "", None), ["n"], ["n", ""]),
-            (("n", "", "="), ["n"], ["n="]),
-            (("", "v", None), ["v"], ["", "v"]),
-            (("", "v", "="), ["v"], ["=v"]),
-            (("", "", None), [""], ["", ""]),
-            (("n", "v", None), ["n", "v"], ["n", "v"]),
-            (("n", "v", " "), ["n", "v"], ["n", "v"]),
-            (("n", "v", ""), ["nv"], ["n", "v"]),
-            (("n", "v", "  "), ["n  v"], ["n", "v"]),
-            (("n", "v", "\t"), ["n\tv"], ["n", "v"]),
-            (("n", "v", "="), ["n=v"], ["n=v"]),
-            (("n", "v", " : "), ["n : v"], ["n : v"]),
-            (("%1", "%2", "%3"), ["%1%3%2"], ["%1%3%2"]),
-            (("n", "a b 'c' \"d\" $HOME *", None), ["n", "a b 'c' \"d\" $HOME *"],
-             ["n", "a b 'c' \"d\" $HOME *"]),
-            (("\u00e9", "\u2200", "="), ["\u00e9=\u2200"], ["\u00e9=\u2200"]),
-            (("${file}", "<${file}${file}>", None), ["${file}", "<${file}${file}>"],
-             [file, f"<{file}{file}>"]),
-            (("f", "${file}", "="), ["f=${file}"], [f"f={file}"]),
-            (("f", "v", "${file}"), ["f${file}v"], ["f${file}v"]),
-            (("f", "${FILE}", None), ["f", "${FILE}"], ["f", "${FILE}"]),
-            (("${timeout}", "x${timeout}${timeout}", None),
-             ["${timeout}", "x${timeout}${timeout}"], ["${timeout}", "x3030"]),
-            (("t", "${timeout}", "="), ["t=${timeout}"], ["t=30"]),
-        ]
-        params = [param(name, value, separator) for (name, value, separator), _, _ in rows]
-        self.script("plain", RECORD + "exec cat")
-        self.script("say", RECORD + "cat >/dev/null; echo Proved")
-        self.mechanism(self.driver(writer=self.tool("writer", None, *params),
-                                   prover=self.tool("prover", "plain", *params, timeout="30"),
-                                   reader=self.tool("reader", "say", *params)), trust="always")
-        self.assertProves()
-        head = ["-a", "0", "0", "-i", "comp.pog", "-o", file]
-        self.assertEqual([head + sum((w for _, w, _ in rows), [])], self.calls("writer"))
-        self.assertEqual([sum((p for _, _, p in rows), [])], self.calls("plain"))
-        # The reader is told no time limit.
-        told = [[a.replace("x3030", "x${timeout}${timeout}").replace("t=30", "t=${timeout}")
-                 for a in p] for _, _, p in rows]
-        self.assertEqual([sum(told, [])], self.calls("say"))
+# A parameter's name, value and separator; what the writer gets, and what the prover and the reader.
+PARAMETERS = [
+    ((None, None, None), [""], []),
+    ((None, "v", None), ["v"], ["v"]),
+    ((None, "", None), [""], [""]),
+    ((None, "v", "="), ["v"], ["v"]),
+    (("n", None, None), ["n"], ["n"]),
+    (("n", None, "="), ["n"], ["n"]),
+    (("n", "", None), ["n"], ["n", ""]),
+    (("n", "", "="), ["n"], ["n="]),
+    (("", "v", None), ["v"], ["", "v"]),
+    (("", "v", "="), ["v"], ["=v"]),
+    (("", "", None), [""], ["", ""]),
+    (("n", "v", None), ["n", "v"], ["n", "v"]),
+    (("n", "v", " "), ["n", "v"], ["n", "v"]),
+    (("n", "v", ""), ["nv"], ["n", "v"]),
+    (("n", "v", "  "), ["n  v"], ["n", "v"]),
+    (("n", "v", "\t"), ["n\tv"], ["n", "v"]),
+    (("n", "v", " : "), ["n : v"], ["n : v"]),
+    (("%1", "%2", "%3"), ["%1%3%2"], ["%1%3%2"]),
+    (("n", WORDS, None), ["n", WORDS], ["n", WORDS]),
+    (("\u00e9", "\u2200", "="), ["\u00e9=\u2200"], ["\u00e9=\u2200"]),
+    (("${file}", "<${file}${file}>", None), ["${file}", "<${file}${file}>"],
+     [FILE, f"<{FILE}{FILE}>"]),
+    (("f", "${file}", "="), ["f=${file}"], [f"f={FILE}"]),
+    (("f", "v", "${file}"), ["f${file}v"], ["f${file}v"]),
+    (("f", "${FILE}", None), ["f", "${FILE}"], ["f", "${FILE}"]),
+]
 
 
-class Descriptions(Described):
-    def test_values_outside_their_tables_end_the_run(self):
-        undefined = self.tool("writer", None, element("expand", name="Z"))
-        for name, driver, attributes in [("trust", self.driver(), {"trust": ""}),
-                                         ("group", self.driver(group="all"), {}),
-                                         ("definition", self.driver(writer=undefined), {})]:
-            with self.subTest(name):
-                self.mechanism(driver, **attributes)
-                self.assertAborts(b"map::at")
-
-    def test_no_description(self):
-        self.write("m.xml", "hello")
-        self.replay(out=proving() + report(unproved=1))
-
-    def test_the_name_is_that_of_the_file(self):
-        for path, name in {"a.b/My.Mech.xml": "My.Mech", "a.b/none": "none",
-                           "a.b/\u00e9t\u00e9.xml": "\u00e9t\u00e9"}.items():
-            with self.subTest(path):
-                self.write(path, "<mechanism/>")
-                self.pos()
-                self.expect("-m", path, *FILES, out=proving(name) + report())
+@pytest.fixture
+def one_goal(case):
+    case.answers({"*": "Proved"})
+    case.pos(po("T0", candidate()))
+    return case
 
 
-class Location(Described):
-    """Where tools are looked for. Each folder's writer leaves its own log."""
-
-    def setUp(self):
-        super().setUp()
-        for folder in ("one", "two", "\u00e9"):
-            path = self.write(f"{folder}/seeker", "#!/bin/sh\n" + RECORD + WRITER)
-            path.chmod(0o755)
-
-    def assertFinds(self, expected, writer, *more):
-        """expected: the one file that is run; None: none is found."""
-        for log in self.root.rglob("*.log"):
-            log.unlink()
-        self.mechanism(self.driver(writer=writer), trust="always")
-        if expected is None:
-            self.expect("-m", "m.xml", *FILES, *more, status=1, out="",
-                        err="Cannot locate tool w\n")
-        else:
-            self.assertProves(*more)
-            self.assertTrue(self.path(f"{expected}.log").exists(), "another file was run")
-
-    def test_installation_directories_come_in_their_order_then_the_working_directory(self):
-        rows = [
-            ("first directory", "one/seeker", "seeker", ("-i", "one", "-i", "two")),
-            ("order of the options", "two/seeker", "seeker", ("-i", "two", "--installdir=one")),
-            ("not searched so far", "one/seeker", "seeker", ("-i", "one", "-i", "missing")),
-            ("working directory", "one/seeker", "one/seeker", ("-i", "two")),
-            ("working directory, no -i", "two/seeker", "two/seeker", ()),
-            ("an absolute path needs no directory", "one/seeker", f"{self.root}/one/seeker",
-             ("-i", "missing")),
-            ("a missing absolute path", None, f"{self.root}/seeker", ("-i", "one")),
-            ("no path", None, None, ("-i", "one")),
-        ]
-        for name, expected, path, options in rows:
-            with self.subTest(name):
-                self.assertFinds(expected, element("writer", name="w", path=path), *options)
-        with self.subTest("a missing directory"):
-            self.mechanism(self.driver(writer=element("writer", path="seeker")))
-            self.assertAborts(b"missing", "-i", "missing")
-
-    def test_tools_that_are_not_found(self):
-        nothing = f"{self.root}/nothing"
-        rows = {
-            "writer": (self.driver(writer=element("writer", name="W", path=nothing)),
-                       "Cannot locate tool W\n"),
-            "prover": (self.driver(prover=element("prover", name="P", path=nothing)),
-                       "Cannot locate prover P\n"),
-            "reader": (self.driver(reader=element("reader", name="\u00e9", path=nothing)),
-                       "Cannot locate tool \u00e9\n"),
-            "no writer": (element("driver", name="d1"), "Cannot locate tool \n"),
-            "no prover": (element("driver", self.tool("writer")), "Cannot locate prover \n"),
-        }
-        for name, (driver, err) in rows.items():
-            with self.subTest(name):
-                self.mechanism(self.driver(), driver)
-                self.expect("-m", "m.xml", *FILES, status=1, out="", err=err)
-
-    def test_resources_point_elsewhere(self):
-        one, two = f"{self.root}/one/seeker", f"{self.root}/two/seeker"
-        key = "MVL*Proof*Alto_Path:"
-        rows = [  # what, the file that is run, the description's path, each -r file
-            ("no resource file", "one/seeker", one, []),
-            ("a resource", "two/seeker", one, [f"{key} {two}\n"]),
-            ("without path", "two/seeker", None, [f"{key} {two}\n"]),
-            ("a line without its end", "one/seeker", one, [f"{key} {two}"]),
-            ("a second file replaces the first", "one/seeker", one,
-             [f"{key} {two}\n", f"MVL*Proof*Other: {two}\n"]),
-            ("a relative value is looked for", "two/seeker", one, [f"{key} seeker\n"]),
-            ("Latin-1", "\u00e9/seeker", one, [f"{key} {self.root}/\u00e9/seeker\n"]),
-            ("a value that leads nowhere", None, one, [f"{key} {two}x\n"]),
-        ]
-        for name, expected, path, contents in rows:
-            with self.subTest(name):
-                options = ["-i", "two", "-i", "one"]
-                for number, content in enumerate(contents):
-                    self.write(f"resources{number}", content.encode("latin-1"))
-                    options += ["-r", f"resources{number}"]
-                self.assertFinds(expected, element("writer", name="w", path=path,
-                                                   resource="Any*Thing*Alto_Path"), *options)
+def test_parameters_of_writer_and_of_prover_and_reader(one_goal):
+    case = one_goal
+    params = [param(name, value, separator) for (name, value, separator), _, _ in PARAMETERS]
+    params.append(param("${timeout}", "x${timeout}${timeout}"))
+    case.script("plain", RECORD + "exec cat")
+    case.script("say", RECORD + "cat >/dev/null; echo Proved")
+    case.mechanism(case.driver(writer=case.tool("writer", None, *params),
+                               prover=case.tool("prover", "plain", *params, timeout="30"),
+                               reader=case.tool("reader", "say", *params)), trust="always")
+    case.replay(out=ONE_PROOF)
+    for_writer = sum((words for _, words, _ in PARAMETERS), [])
+    for_others = sum((words for _, _, words in PARAMETERS), [])
+    plain = ["${timeout}", "x${timeout}${timeout}"]
+    head = ["-a", "0", "0", "-i", "comp.pog", "-o", FILE]
+    assert case.calls("writer") == [head + for_writer + plain]
+    assert case.calls("plain") == [for_others + ["${timeout}", "x3030"]]
+    assert case.calls("say") == [for_others + plain]
 
 
-class ResourceMessages(Described):
-    def test_messages_never_stop_the_run(self):
-        self.mechanism(trust="always")
-        self.write("bad", "MVL*prover\nMVL*prover*x\n  MVL*prover*x:  \nMVL*p*x: \\\n")
-        syntax = "bad:{}: Resource syntax error: {}\n".format
-        self.assertProves("-r", "missing", "-r", "bad", "-r", "/dev/null", err=(
-            "Unable to open resource file missing because: No such file or directory\n"
-            + syntax(1, "tool name not found") + syntax(2, "resource name or colon not found")
-            + syntax(3, "resource value not found") + syntax(4, "resource value not found")))
-
-    def test_without_a_home(self):
-        self.mechanism(trust="always")
-        self.write("r", "MVL*Proof*x: 1\n")
-        self.assertProves("-r", "r", env={"HOME": None})
+@rows("path, name", {"dots": ("a.b/My.Mech.xml", "My.Mech"), "no dot": ("a.b/none", "none"),
+                     "no ASCII": ("\u00e9t\u00e9.xml", "\u00e9t\u00e9")})
+def test_the_name_is_that_of_the_file(case, path, name):
+    case.write(path, "<mechanism/>")
+    case.pos()
+    case.run("-m", path, *FILES, out=proving(name) + report())
 
 
-if __name__ == "__main__":
-    unittest.main()
+def test_no_description(one_goal):
+    one_goal.write("m.xml", "hello")
+    one_goal.replay(out=replayed(unproved=1))
+
+
+@rows("trust, path, word", {"a setting that is not there": ("", "writer", b"map::at"),
+                            "a directory that is not there": ("never", "seeker", b"missing")})
+def test_what_ends_the_run_abnormally(one_goal, trust, path, word):
+    one_goal.mechanism(one_goal.driver(writer=element("writer", path=path)), trust=trust)
+    run = one_goal.run(*REPLAY, "-i", "tools", "-i", "missing", status=ABORTED, out="", err=None)
+    assert word in run.err
+
+
+KEY = "MVL*Proof*Alto_Path:"
+
+
+# The file that is run (none: the run ends), the description's path, the options, a resource file.
+@rows("found, path, options, resources", {
+    "first directory": ("one", "seeker", "-i one -i two", None),
+    "order of the options": ("two", "seeker", "-i two --installdir=one", None),
+    "working directory": ("one", "one/seeker", "-i two", None),
+    "nowhere": (None, "ROOT/seeker", "-i one", None),
+    "no path": (None, None, "-i one", None),
+    "a resource": ("two", "ROOT/one/seeker", "-r res", f"{KEY} ROOT/two/seeker\n"),
+    "a resource without path": ("two", None, "-r res", f"{KEY} ROOT/two/seeker\n"),
+    "a relative resource": ("two", "ROOT/one/seeker", "-r res -i two", f"{KEY} seeker\n"),
+    "Latin-1": ("\u00e9", "ROOT/one/seeker", "-r res", f"{KEY} ROOT/\u00e9/seeker\n"),
+    "a resource that leads nowhere": (None, "ROOT/one/seeker", "-r res", f"{KEY} ROOT/no\n"),
+})
+def test_where_tools_are_looked_for(one_goal, found, path, options, resources):
+    case = one_goal
+    for folder in ("one", "two", "\u00e9"):
+        case.path(folder).mkdir()
+        case.script("seeker", RECORD + WRITER).rename(case.path(folder) / "seeker")
+    absolute = str(case.root)
+    case.write("res", (resources or "").replace("ROOT", absolute).encode("latin-1"))
+    writer = element("writer", name="w", path=path and path.replace("ROOT", absolute),
+                     resource="Any*Thing*Alto_Path")
+    case.mechanism(case.driver(writer=writer), trust="always")
+    if found is None:
+        case.run(*REPLAY, *options.split(), status=1, out="", err="Cannot locate tool w\n")
+    else:
+        case.replay(*options.split(), out=ONE_PROOF)
+        assert list(case.root.rglob("seeker.log")) == [case.path(f"{found}/seeker.log")]
+
+
+def test_messages_about_resources_never_stop_the_run(one_goal):
+    one_goal.mechanism(trust="always")
+    one_goal.write("bad", "MVL*prover\nMVL*prover*x\n  MVL*prover*x:  \nMVL*p*x: \\\n")
+    syntax = "bad:{}: Resource syntax error: {}\n".format
+    options = ("-r", "missing", "-r", "bad", "-r", "/dev/null")
+    one_goal.replay(*options, env={"HOME": None}, out=ONE_PROOF, err=(
+        "Unable to open resource file missing because: No such file or directory\n"
+        + syntax(1, "tool name not found") + syntax(2, "resource name or colon not found")
+        + syntax(3, "resource value not found") + syntax(4, "resource value not found")))
