@@ -16,6 +16,7 @@ import os
 import pathlib
 import random
 import resource
+import shutil
 import signal
 import subprocess
 import tempfile
@@ -41,6 +42,11 @@ REPLAY = ("-m", "m.xml", *FILES)
 # Root has no use for permissions; these options run a program as somebody who has.
 AS_NOBODY = {} if os.geteuid() else {"user": 65534, "group": 65534, "extra_groups": []}
 
+# Whoever runs the tests may ignore some signals, and that is inherited.
+signal.signal(signal.SIGINT, signal.default_int_handler)
+for number in (signal.SIGHUP, signal.SIGTERM, signal.SIGQUIT):
+    signal.signal(number, signal.SIG_DFL)
+
 # Tools crash on purpose, and may not leave core files behind. What outlives its parent becomes a
 # child of this process, so that it is found.
 resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
@@ -57,13 +63,20 @@ def rows(names, table):
         for name, row in table.items()])
 
 
+def needs(*programs):
+    """Marks what is skipped where a program is missing, but never in CI."""
+    missing = [program for program in programs if not shutil.which(program)]
+    return pytest.mark.skipif(bool(missing) and not os.environ.get("CI"),
+                              reason=f"not installed: {', '.join(missing)}")
+
+
 def pytest_addoption(parser):
     parser.addoption("--rounds", type=int, help="random rounds of each kind")
 
 
 def pytest_generate_tests(metafunc):
     if mark := metafunc.definition.get_closest_marker("rounds"):
-        metafunc.fixturenames.append("round_number")
+        metafunc.fixturenames.append("round_number")  # whether the test asks for it or not
         count = metafunc.config.getoption("--rounds") or mark.args[0]
         metafunc.parametrize("round_number", range(count))
 
@@ -318,10 +331,9 @@ class Case:
         """Starts the program, below the command `under` if there is one; end it with finish."""
         command = [*under, str(BIN / program) if program else self.program, *map(str, args)]
         out = stdout if stdout is not None else open(self.path("stdout"), "wb")
-        options = {"cwd": self.root, "stdin": subprocess.DEVNULL} | options
         with open(self.path("stderr"), "wb") as err:
-            process = subprocess.Popen(command, stdout=out, stderr=err,
-                                       env=self.environment(env), **options)
+            options = {"cwd": self.root, "stdin": subprocess.DEVNULL, "stderr": err} | options
+            process = subprocess.Popen(command, stdout=out, env=self.environment(env), **options)
         if stdout is None:
             out.close()
         self.started.append(process)

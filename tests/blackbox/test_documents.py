@@ -5,8 +5,8 @@ import xml.etree.ElementTree as ET
 
 import pytest
 
-from conftest import (ONE_PROOF, candidate, concluded, element, goal, mech, obligations, outline,
-                      parsed, po, replayed, rows)
+from conftest import (ONE_PROOF, candidate, concluded, element, obligations, outline, parsed,
+                      po, replayed, rows)
 
 
 @pytest.fixture

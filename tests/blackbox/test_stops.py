@@ -1,0 +1,199 @@
+"""Signals at every stage of a run. After a SIGTERM the status is 1, the verdicts reached so far are
+saved and the secondary files removed; whatever the signal, the POS file is complete and neither a
+tool nor anything that a tool started survives."""
+
+import fcntl
+import os
+import re
+import signal
+import time
+
+import psutil
+import pytest
+
+from conftest import (FILES, PROVER, REPLAY, SLOWNESS, WRITER, candidate, concluded, goal,
+                      outline, parsed, po, rows)
+
+QUICK_READER = "while read -r l; do echo Proved; done\n"
+GOALS = 20
+
+
+# --- At chosen places -----------------------------------------------------------------------------
+
+
+@pytest.fixture
+def busy(case):
+    """Starts a run over four goals, of which the last but one keeps the tool of a role busy; returns
+    when the other verdicts that this many jobs can reach are saved."""
+    def start(jobs=1, role="prover"):
+        mark = f': >"{case.root}/busy"; exec sleep 1000'
+        case.script("busy", {
+            "writer": f'[ "$2" = 2 ] && {{ {mark}; }}\nexec "{case.root}/tools/writer" "$@"',
+            "prover": f"case $1 in *_2_0.po2) {mark};; esac\n" + PROVER,
+            "reader": f'read -r i j; [ "$i" = 2 ] && {{ {mark}; }}\necho Proved\n'}[role])
+        case.answers({"*": "Proved"})
+        case.mechanism(case.driver(stdin=False, **{role: "busy"}), trust="always")
+        case.pos(*[po(f"T{i}", candidate()) for i in range(4)])
+        process = case.start(*REPLAY, "-c", jobs)
+        case.wait_for(case.path("busy").exists, lambda: "the busy tool")
+        case.wait_for(lambda: case.proved() == (2 if jobs == 1 else 3), lambda: "the verdicts")
+        return process
+    return start
+
+
+def stop(case, process):
+    for _ in range(2):  # Twice is as good as once.
+        process.send_signal(signal.SIGTERM)
+    run = case.finish(process)
+    assert run.status == 1 and b"TOTAL" not in run.out, run
+    return run
+
+
+@pytest.mark.parametrize("jobs", [1, 4])
+@pytest.mark.parametrize("role", ["writer", "prover", "reader"])
+def test_what_was_reached_is_saved_again(case, busy, jobs, role):
+    process = busy(jobs, role)
+    case.write("comp.pos", "spoiled")  # What a stop saves is the document in memory, whole.
+    stop(case, process)
+    missing = (2, 3) if jobs == 1 else (2,)
+    case.pos_is(*[po(f"T{i}", candidate() if i in missing else concluded()) for i in range(4)])
+    assert os.listdir(case.path("work")) == []
+
+
+def test_a_removed_file_is_not_created_anew(case, busy):
+    process = busy()
+    case.path("comp.pos").unlink()
+    stop(case, process)
+    assert not case.path("comp.pos").exists()
+
+
+def test_other_signals_are_not_handled(case, busy):
+    process = busy()
+    process.send_signal(signal.SIGUSR1)
+    assert case.finish(process).status == -signal.SIGUSR1
+    assert case.proved() == 2
+
+
+@rows("mechanism, parts, pages", {
+    "before the file is loaded": ("-m", [candidate()], 0),
+    "before any mechanism, or in the report": ("-M", [goal()], 0),
+    "among results": ("-m", [candidate()] * GOALS, 4),
+})
+def test_output_that_nobody_reads(case, mechanism, parts, pages):
+    """A full pipe keeps the program waiting at the chosen place."""
+    for role, body in {"writer": WRITER, "prover": PROVER, "reader": QUICK_READER}.items():
+        case.script(role, body)
+    case.mechanism(trust="always")
+    case.pos(*[po(f"T{i}" + "-" * 900, part) for i, part in enumerate(parts)])
+    reading, writing = os.pipe()
+    size = fcntl.fcntl(writing, fcntl.F_SETPIPE_SZ, max(pages, 1) * 4096)
+    if not pages:
+        os.write(writing, b"#" * size)
+    process = case.start(mechanism, "m.xml" if mechanism == "-m" else ".", *FILES, stdout=writing)
+    os.close(writing)
+    time.sleep(0.5 * SLOWNESS)
+    assert process.poll() is None, "it did not wait"
+    process.send_signal(signal.SIGTERM)
+    run = case.finish(process)
+    shown = os.read(reading, size)
+    os.close(reading)
+    assert (run.status, run.err) == (1, b""), run
+    assert case.proved() >= shown.count(b"+") >= (pages > 0)
+    assert os.listdir(case.path("work")) == []
+
+
+# --- At random moments ----------------------------------------------------------------------------
+
+# Tools of several builds: each row replaces some of the quick ones.
+SHAPES = {
+    "quick": {},
+    "slow": {"writer": "sleep 0.01\n" + WRITER, "reader": QUICK_READER + "sleep 0.01\n"},
+    # A wrapper moves what it runs to a process group of its own.
+    "wrapper": {"prover": "timeout 300 sleep 0.02; timeout 300 cat\n"},
+    # Each entry leaves something that sleeps on; in a group of its own; or started only later.
+    "orphans": {"prover": "sleep 300 </dev/null >/dev/null 2>&1 &\nexec cat\n"},
+    "groups": {"prover": "timeout 300 sleep 300 </dev/null >/dev/null 2>&1 &\nexec cat\n"},
+    "late": {"prover": "(sleep 0.05; sleep 300; :) </dev/null >/dev/null 2>&1 &\nexec cat\n"},
+    # Nobody but the program ends this one; it ignores everything that can be ignored.
+    "stubborn": {"prover": "trap '' TERM INT HUP QUIT\n(trap '' TERM; sleep 300) &\ncat\nwait\n"},
+}
+SLOW_DISK = ("strace", "-f", "-qq", "-o", "/dev/null", "-e", "trace=fdatasync",
+             "-e", "inject=fdatasync:delay_exit=30000")
+RECORDED = re.compile(rb"updating proof status of proof obligation (\d+),0 to Proved")
+
+
+def component(case, goals, shape=()):
+    for role, body in ({"writer": WRITER, "prover": "exec cat\n", "reader": QUICK_READER}
+                       | dict(shape)).items():
+        case.script(role, body)
+    case.mechanism(trust="always")
+    case.pos(*[po(f"T{i}", candidate()) for i in range(goals)])
+
+
+def states(case):
+    """Per goal whether it is proved; each is entirely as before or as after its verdict."""
+    kinds = {outline(candidate()): False, outline(concluded()): True}
+    document = parsed(case.path("comp.pos").read_bytes())
+    return [kinds[outline(part)] for part in document.iter("Simple_Goal")]
+
+
+def leftovers(case):
+    return os.listdir(case.path("work")) + list(case.root.rglob("*.kelvarune-new"))
+
+
+def begun(case, process, rng):
+    """Waits for the beginning of the run or of the pass, and a little longer."""
+    if rng.random() < 0.8:
+        case.wait_for(lambda: process.poll() is not None
+                      or b"still" in case.path("stdout").read_bytes(), lambda: "the first pass")
+    time.sleep(rng.uniform(0, 0.2 * SLOWNESS))
+
+
+@pytest.mark.rounds(2)
+@pytest.mark.parametrize("shape", [*SHAPES, "slow disk"])
+def test_soft_stop_at_a_random_moment(case, rng, round_number, shape):
+    jobs = (1, 8)[round_number % 2]
+    component(case, GOALS, SHAPES.get(shape, {}))
+    under = SLOW_DISK if shape == "slow disk" else ()
+    process = case.start(*REPLAY, "-c", jobs, "-t", 1, under=under)
+    begun(case, process, rng)
+    for program in psutil.Process(process.pid).children() if under else [process]:
+        program.send_signal(signal.SIGTERM)
+    run = case.finish(process, orphans=True)
+    done = states(case)
+    ended_before = run.status == 0 and b"TOTAL" in run.out
+    not_yet_begun = run.status == -signal.SIGTERM and not run.out + run.err
+    assert run.status == 1 or ended_before or not_yet_begun, run
+    # Every verdict that was shown, and every one that the traces name, is in the file.
+    assert len(done) == GOALS and all(done[int(i)] for i in RECORDED.findall(run.err)), run
+    assert sum(done) >= run.out.count(b"+"), run
+    assert leftovers(case) == []
+
+
+@pytest.mark.rounds(8)
+def test_soft_stop_while_all_first_writers_start(case, rng):
+    component(case, 60)
+    process = case.start(*REPLAY, "-c", 60)
+    case.wait_for(lambda: b"still" in case.path("stdout").read_bytes(), lambda: "the first pass")
+    time.sleep(rng.uniform(0, 0.03))
+    stop(case, process)
+    assert leftovers(case) == []
+
+
+@pytest.mark.rounds(7)
+@pytest.mark.parametrize("number", [signal.SIGKILL, signal.SIGINT, signal.SIGHUP])
+def test_hard_stop_at_a_random_moment(case, rng, round_number, number):
+    """The signals that a terminal sends go to the whole foreground group."""
+    jobs = (1, 8)[round_number % 2]
+    component(case, GOALS, list(SHAPES.values())[round_number % len(SHAPES)])
+    process = case.start(*REPLAY, "-c", jobs, start_new_session=True)
+    begun(case, process, rng)
+    os.killpg(process.pid, number)
+    run = case.finish(process, orphans=True)
+    done = states(case)
+    # Marks are shown before they are saved; only those of entries in flight may be missing.
+    assert len(done) == GOALS and run.out.count(b"+") - sum(done) <= jobs, run
+    if not all(done):
+        component(case, GOALS)
+        case.replay()
+        assert leftovers(case) == []

@@ -1,0 +1,187 @@
+"""Tools that fail or misbehave, and many at once. Nothing that a tool does stops a replay, costs
+another goal its verdict, makes the program wait for ever, or lets its memory grow."""
+
+import pytest
+
+from conftest import (CRASH, ONE_PROOF, PROVER, SLOWNESS, UNSTARTABLE, WRITER, candidate, concluded,
+                      outline, param, parsed, po, replayed, rows)
+
+# Whatever the program does, it gets along with this; sanitizers need several times the memory.
+BOUNDED = ("prlimit", "--data=270000000") if SLOWNESS == 1 else ()
+
+QUICK_READER = "while read -r l; do echo Proved; done\n"
+LOUD = "yes 0123456789 | head -c {}000000"
+REPEAT = "exec cat\n"
+SAY = "cat >/dev/null; echo Proved\n"
+FAILED = "Driver {} crashed.\n"
+WRITER_ERR = "-- ProofDirector -- Writer crashed.\n"
+NOT_FOUND = "-- ProofDirector -- Secondary po work/comp_m_d1_1_0.po2 not found.\n"
+COUNT = "Unexpected number of results. Expected: 1 Found: {}\n"
+
+# What the tools do for the second of three goals, its mark (empty: none; None: depends on who runs
+# the test), and what stands on standard error. $7 is the writer's file; the others have it as $1.
+MISBEHAVIOUR = {
+    "writer crashes": ({"writer": CRASH}, "-", WRITER_ERR),
+    "writer crashes late": ({"writer": f"({WRITER})\n{CRASH}"}, "+", WRITER_ERR),
+    "writer writes no file": ({"writer": "exit"}, "-", NOT_FOUND),
+    "writer says that it failed": ({"writer": f"({WRITER})\nexit 7"}, "+", ""),
+    "writer leaves processes": ({"writer": "sleep 300 & setsid sleep 300 &"}, "+", ""),
+    "file is a directory": ({"writer": 'mkdir "$7"; exit', "reader": 'rmdir "$1"; exit'}, "-", ""),
+    "file is a FIFO": ({"writer": 'mkfifo "$7"; exit'}, "-", ""),
+    "file is a device": ({"writer": 'ln -s /dev/null "$7"; exit'}, "-", ""),
+    "file cannot be read": ({"writer": 'echo 1 0 >"$7"; chmod 0 "$7"; exit'}, None, ""),
+    "64 MB on standard error": (
+        {role: LOUD.format(64) + " >&2" for role in ("writer", "prover", "reader")}, "+", ""),
+    "prover crashes": ({"prover": CRASH}, "", FAILED.format("prover")),
+    "prover crashes late": ({"prover": f"cat\n{CRASH}"}, "", FAILED.format("prover")),
+    "prover crashes, reader never ends": ({"prover": CRASH, "reader": "exec sleep 1000"}, "",
+                                          FAILED.format("prover")),
+    "prover says that it failed": ({"prover": "cat\nexit 9"}, "+", ""),
+    "prover ignores megabytes": ({"writer": LOUD.format(5) + ' >"$7"; exit',
+                                  "prover": "echo 1 0; exit"}, "+", ""),
+    "prover closes everything": ({"prover": "exec >&- 2>&- <&-; sleep 0.3; exit"}, "-", ""),
+    "prover writes 50 MB": ({"prover": LOUD.format(50) + "; exit", "reader": SAY + "exit"}, "+", ""),
+    "prover writes without end": ({"prover": "exec yes", "reader": "echo Proved; exit"}, "",
+                                  FAILED.format("prover")),
+    "prover deletes its input": ({"prover": 'rm "$1"\nexec cat'}, "+", ""),
+    "prover stops itself": (
+        {"prover": "(sleep 0.2; kill -CONT $$) >/dev/null & kill -STOP $$"}, "+", ""),
+    "prover leads a session": ({"prover": "exec setsid cat"}, "+", ""),
+    "both repeat 50 MB": ({"prover": LOUD.format(50) + "; exit", "reader": REPEAT}, "",
+                          COUNT.format(4545455)),
+    "reader crashes": ({"reader": SAY + CRASH}, "", FAILED.format("reader")),
+    "reader says that it failed": ({"reader": SAY + "exit 9"}, "+", ""),
+    "reader closes its output": ({"reader": "exec >&-; cat >/dev/null; sleep 0.1; exit"}, "-", ""),
+    "reader exits at once": ({"prover": LOUD.format(5) + "; exit", "reader": "exit"}, "-", ""),
+    "reader writes before it reads": ({"prover": LOUD.format(3) + "; exit",
+                                       "reader": f"yes '' | head -c 3000000; {SAY} exit"}, "+", ""),
+    "reader writes 300 MB": ({"reader": "head -c 300000000 /dev/zero; exit"}, "-", ""),
+    "reader writes 50 MB of blanks": (
+        {"reader": "echo Proved; head -c 50000000 /dev/zero | tr '\\0' ' '; exit"}, "+", ""),
+    "a child keeps the chain": ({"prover": "sleep 300 & cat; exit"}, "+", ""),
+    "a child of another session does": ({"prover": "setsid sleep 300 & cat; exit"}, "+", ""),
+    "a child fills the chain": ({"prover": "yes & exit", "reader": SAY + "exit"}, "+", ""),
+    "a child keeps the results": ({"reader": "setsid sleep 300 & echo Proved; exit"}, "+", ""),
+    "a child fills the results": ({"reader": "yes & exit"}, None, None),
+}
+
+
+def arrange(case, tools):
+    for role, body in {"writer": WRITER, "prover": "cat\n", "reader": QUICK_READER}.items():
+        hostile = f'case "$*" in *_d1_1_0.po2*)\n{tools[role]}\n;; esac\n' if role in tools else ""
+        case.script(role, hostile + body)
+    named = {role: case.tool(role, None, param(value="${file}")) for role in ("prover", "reader")}
+    case.mechanism(case.driver(**named), trust="always")
+
+
+@rows("tools, mark, err", MISBEHAVIOUR)
+def test_misbehaviour_costs_its_own_goal_at_most(case, tools, mark, err):
+    arrange(case, tools)
+    case.pos(*[po(f"T{i}", candidate()) for i in range(3)])
+    run = case.replay("-c", "1", err=err, under=BOUNDED, orphans=True)
+    if mark is None:
+        mark = "+" if b"T1\n\t\t\t+" in run.out else "-" if b"T1\n\t\t\t-" in run.out else ""
+    proved = 2 + (mark == "+")
+    assert run.out.decode() == replayed(("d1", 3, [("T0", "+"), ("T1", mark), ("T2", "+")]),
+                                        proved=proved, externally=proved, unproved=3 - proved)
+    case.pos_is(*[po(f"T{i}", concluded() if i != 1 or mark == "+" else candidate())
+                  for i in range(3)])
+
+
+@rows("roles, prover, mark, err", {
+    "writer": (["writer"], PROVER, "-", "-- ProofDirector -- Writer had an error.\n"),
+    "prover": (["prover"], PROVER, "-", ""),
+    "reader": (["reader"], "", "-", ""),
+    "reader of an endless prover": (["reader"], "exec yes", "", FAILED.format("prover")),
+})
+@pytest.mark.parametrize("stdin", [True, False])
+def test_tools_that_cannot_be_started(case, roles, prover, mark, err, stdin):
+    case.script("prover", prover)
+    for role in roles:
+        case.script(role, UNSTARTABLE)
+    case.mechanism(case.driver(stdin=stdin))
+    case.pos(po("T0", candidate()))
+    case.replay(out=replayed(("d1", 1, [("T0", mark)] if mark else []), unproved=1), err=err)
+
+
+def test_tools_get_the_environment_and_the_working_directory(case):
+    look = '{ env -0; printf "\\36"; pwd; } >"$0.seen"\n'
+    for role, body in {"writer": WRITER, "prover": PROVER, "reader": QUICK_READER}.items():
+        case.script(role, look + body)
+    case.mechanism(trust="always")
+    case.pos(po("T0", candidate()))
+    own = {"PROBE": "a b\tc", "EMPTY": "", "LD_BIND_NOW": "1", "QT_PROBE": "x"}
+    case.replay(out=ONE_PROOF, env=own)
+    for role in ("writer", "prover", "reader"):
+        words, folder = case.path(f"tools/{role}.seen").read_text().split("\36")
+        seen = dict(word.split("=", 1) for word in words.split("\0")[:-1])
+        for environment in (seen, want := case.environment(own)):
+            for name in ("_", "PWD", "OLDPWD", "SHLVL"):  # the shell's own
+                environment.pop(name, None)
+        assert (seen, folder) == (want, f"{case.root}\n")
+
+
+# --- Many at once ---------------------------------------------------------------------------------
+
+
+def test_many_jobs_lose_no_goal(case):
+    case.script("writer", WRITER)
+    case.script("prover", PROVER)
+    case.script("reader", QUICK_READER)
+    case.mechanism(trust="always")
+    case.pos(*[po(f"T{i}", *[candidate()] * 5) for i in range(100)])
+    run = case.replay("-c", "64")
+    assert run.out.count(b"+") == 500
+    assert run.out.decode().replace("+", "") == replayed(
+        ("d1", 500, [(f"T{i}", "") for i in range(100)]), proved=500, externally=500)
+    case.pos_is(*[po(f"T{i}", *[concluded()] * 5) for i in range(100)])
+
+
+@pytest.mark.parametrize("jobs", [1, 8])
+def test_descriptors_do_not_add_up(case, jobs):
+    """A dozen for the program, and at most a dozen for the entry of each job."""
+    entries = 120
+    case.script("writer", 'case $(( $2 % 7 )) in 1) exit ;; 2) kill -SEGV $$ ;; esac\n' + WRITER)
+    case.script("prover", 'read -r i j\ncase $(( i % 11 )) in 1) exit ;; 2) kill -SEGV $$ ;; '
+                          '3) exec >&-; exit ;; 4) sleep 300 >/dev/null & ;; esac\necho $i $j\n')
+    case.script("reader", 'read -r i j || exit\ncase $(( i % 13 )) in 1) exit ;; '
+                          '2) kill -SEGV $$ ;; 4) echo; echo; echo x ;; esac\necho Proved\n')
+    case.script("broken", UNSTARTABLE)
+    case.mechanism(case.driver("broken", writer="broken", prover="broken", reader="broken"),
+                   case.driver(), trust="always")
+    case.pos(*[po(f"T{i}", candidate("broken", "d1")) for i in range(entries)])
+    bound = ("prlimit", f"--nofile={12 + 12 * jobs}") if SLOWNESS == 1 else ()
+    run = case.replay("-c", jobs, under=bound, err=None, orphans=True)
+    good = sum(i % 7 not in (1, 2) and i % 11 not in (1, 2, 3) and i % 13 not in (1, 2, 4)
+               for i in range(entries))
+    assert run.out.count(b"+") == case.proved() == good
+
+
+def test_any_number_of_jobs_gives_the_same_file(case):
+    names = ("d1", "d2", "d3")
+    said = ("Proved", "Unknown", "Disproved", "nothing", "Proved")
+    case.answers({f"{d}.{i}.{j}": said[(i * k + j) % 5]
+                  for k, d in enumerate(names, 1) for i in range(8) for j in range(3)})
+    case.mechanism(*map(case.driver, names), trust="redundancy")
+    results = []
+    for jobs in (1, 4, 40):
+        case.pos(*[po(f"T{i}", *[candidate(*names)] * 3) for i in range(8)])
+        out = case.replay("-c", jobs).out
+        results.append((outline(parsed(case.path("comp.pos").read_bytes())), sorted(out)))
+    assert "UnreliablyProved" in results[0][0]
+    assert results[0] == results[1] == results[2]
+
+
+def test_as_many_jobs_as_asked_run_at_once(case):
+    # Each prover waits until three have started, then counts those that run.
+    case.script("meet", r"""
+d=${0%/*}; : >"$d/started.$$"; : >"$d/runs.$$"; n=0
+while set -- "$d"/started.*; [ $# -lt 3 ] && [ $n -lt 200 ]; do sleep 0.05; n=$((n+1)); done
+set -- "$d"/runs.*; echo $# $n >>"$d/count"; sleep 0.05; rm "$d/runs.$$"; exec cat
+""")
+    case.mechanism(case.driver(prover="meet"))
+    case.pos(po("T", *[candidate()] * 9))
+    case.replay("--concurrency=3abc", out=replayed(("d1", 9, [("T", "-" * 9)]), unproved=9))
+    lines = case.path("tools/count").read_text().splitlines()
+    counts = [tuple(map(int, line.split())) for line in lines]
+    assert len(counts) == 9 and all(running <= 3 and n < 200 for running, n in counts), counts
