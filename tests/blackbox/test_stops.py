@@ -7,12 +7,13 @@ import os
 import re
 import signal
 import time
+import xml.etree.ElementTree as ET
 
 import psutil
 import pytest
 
-from conftest import (FILES, PROVER, REPLAY, SLOWNESS, WRITER, candidate, concluded, goal,
-                      outline, parsed, po, rows)
+from conftest import (FILES, PROVER, REPLAY, SLOWNESS, WRITER, candidate, canonical, concluded, goal,
+                      parsed, po, rows)
 
 QUICK_READER = "while read -r l; do echo Proved; done\n"
 GOALS = 20
@@ -132,9 +133,9 @@ def component(case, goals, shape=()):
 
 def states(case):
     """Per goal whether it is proved; each is entirely as before or as after its verdict."""
-    kinds = {outline(candidate()): False, outline(concluded()): True}
-    document = parsed(case.path("comp.pos").read_bytes())
-    return [kinds[outline(part)] for part in document.iter("Simple_Goal")]
+    kinds = {canonical(ET.tostring(candidate())): False, canonical(ET.tostring(concluded())): True}
+    goals = parsed(case.path("comp.pos").read_bytes()).iter("Simple_Goal")
+    return [kinds[canonical(ET.tostring(part))] for part in goals]
 
 
 def leftovers(case):

@@ -3,8 +3,8 @@ another goal its verdict, makes the program wait for ever, or lets its memory gr
 
 import pytest
 
-from conftest import (CRASH, ONE_PROOF, PROVER, SLOWNESS, UNSTARTABLE, WRITER, candidate, concluded,
-                      outline, param, parsed, po, replayed, rows)
+from conftest import (CRASH, ONE_PROOF, PROVER, SLOWNESS, UNSTARTABLE, WRITER, candidate, canonical,
+                      concluded, param, po, replayed, rows)
 
 # Whatever the program does, it gets along with this; sanitizers need several times the memory.
 BOUNDED = ("prlimit", "--data=270000000") if SLOWNESS == 1 else ()
@@ -167,7 +167,7 @@ def test_any_number_of_jobs_gives_the_same_file(case):
     for jobs in (1, 4, 40):
         case.pos(*[po(f"T{i}", *[candidate(*names)] * 3) for i in range(8)])
         out = case.replay("-c", jobs).out
-        results.append((outline(parsed(case.path("comp.pos").read_bytes())), sorted(out)))
+        results.append((canonical(case.path("comp.pos").read_bytes()), sorted(out)))
     assert "UnreliablyProved" in results[0][0]
     assert results[0] == results[1] == results[2]
 

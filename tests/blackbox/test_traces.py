@@ -1,115 +1,94 @@
-"""The traces of level 1, whole."""
+"""The traces of level 1, whole. TOOLS is the folder of the tools, FILE the first secondary file."""
 
 import re
 
-import pytest
-
 from conftest import (FILES, REPLAY, UNSTARTABLE, candidate, goal, mech, param, po, proving,
-                      replayed, report)
+                      replayed, report, rows)
 
-CREATED = """\
-[kelvarune]
-command = "{program} {args} "
--- ProofDirector -- Created a ProofDirector for comp from m.xml
+BEGIN = """\
+Created a ProofDirector for comp from m.xml
 xml: {xml} concurrency: {jobs} loaded: 1 trace: 1
--- ProofDirector -- Start loading POS file.
--- ProofDirector -- Loading POS file {loading}.
+Start loading POS file.
+Loading POS file {loading}.
 """
-PLAYING = 2 * "-- ProofDirector -- Playing {}-th driver ({})\n"
 WORK = """\
--- ProofDirector -- Driver has proof obligations to process.
--- ProofDirector -- Driver producing writer data
--- ProofDirector -- Driver producing prover data
+Driver has proof obligations to process.
+Driver producing writer data
+Driver producing prover data
 """
-NO_WORK = "-- ProofDirector -- Driver cannot improve proof status.\n"
+FIRST = "Playing 0-th driver (d1)\n" * 2
+SECOND = "Playing 1-th driver (d2)\n" * 2
+NO_WORK = "Driver cannot improve proof status.\n"
 WRITING = """\
--- ProofDirector -- Issuing writing command {tools}/writer -a 0 {goal} -i comp.pog -o {po2} -w x
--- ProofDirector -- to generate {po2}
+Issuing writing command TOOLS/writer -a 0 0 -i comp.pog -o FILE -w x
+to generate FILE
 """
-PROVING = """\
--- ProofDirector -- Issuing proving command {tools}/prover {po2}
- and reading command {tools}/reader d1
--- ProofDirector -- processing command output {verdict}
+CHAIN = """\
+Issuing proving command TOOLS/prover FILE
+ and reading command TOOLS/reader d1
+processing command output Proved
 """
 SAVING = """\
--- ProofDirector -- updating proof status of proof obligation 0,0 to Proved for driver d1
--- ProofDirector -- Saving new DOM in POS file comp.pos
+updating proof status of proof obligation 0,0 to Proved for driver d1
+Saving new DOM in POS file comp.pos
 """
-DESTROYED = "-- ProofDirector -- Destroyed ProofDirector for component comp\n"
+END = "Destroyed ProofDirector for component comp\n"
 
 
-@pytest.fixture
-def expect(case):
-    """Runs with some more options, and expects what stands between the frame of all traces."""
-    def run(*options, traces, out, xml=0, jobs=1, loading="completed"):
-        args = [*REPLAY, "-t", "1", *options]
-        head = CREATED.format(program=case.program, args=" ".join(args), xml=xml, jobs=jobs,
-                              loading=loading)
-        run = case.run(*args, out=out, err=None)
-        # Numbers of threads are replaced by the first one's name.
-        threads = re.findall(rb"Thread (\d+) writes", run.err)[:1]
-        err = run.err.replace(threads[0], b"THREAD") if threads else run.err
-        assert err.decode() == head + traces + DESTROYED
+def traces(case, args, text):
+    """All that a run writes: the echo, and the prefix of most lines."""
+    text = re.sub(r"^(?=\S)(?!xml|-- |Cannot)", "-- ProofDirector -- ", text, flags=re.MULTILINE)
+    text = text.replace("TOOLS", f"{case.root}/tools").replace("FILE", "work/comp_m_d1_0_0.po2")
+    return f'[kelvarune]\ncommand = "{" ".join([case.program, *args])} "\n{text}'
 
+
+@rows("options, goals, jobs, text, out", {
+    "one job at a time": (
+        (), [candidate(), candidate()], 1, FIRST + WORK + WRITING + CHAIN + SAVING
+        + WRITING.replace("0 0", "0 1").replace("FILE", "work/comp_m_d1_0_1.po2")
+        + CHAIN.replace("Proved", "odd").replace("FILE", "work/comp_m_d1_0_1.po2") + SECOND + WORK,
+        replayed(("d1", 2, [("T0", "+-")]), ("d2", 1, []), proved=1, externally=1, unproved=1)),
+    "worker threads": (
+        ("-c", "3"), [candidate()], 3, FIRST + WORK
+        + "-- Proof Director -- Thread N writes entry 0.\n" + WRITING
+        + "-- Proof Director -- Thread N proves entry (TOOLS/prover, FILE).\n" + CHAIN + SAVING
+        + SECOND + NO_WORK,
+        replayed(("d1", 1, [("T0", "+")]), ("d2", 0), proved=1, externally=1)),
+    "nothing to improve": (
+        ("-x",), [goal(mech("m", d1="Unknown"))], 1, FIRST + NO_WORK + SECOND + NO_WORK,
+        replayed(("d1", 1), ("d2", 1), unproved=1, xml=True)),
+})
+def test_passes(case, options, goals, jobs, text, out):
     case.answers({"d1.0.0": "Proved", "d1.0.1": b" odd \n"})
-    case.mechanism(*[case.driver(d, stdin=False, writer=case.tool("writer", None, param("-w", "x")))
-                     for d in ("d1", "d2")], trust="always")
-    return run
+    writer = case.tool("writer", None, param("-w", "x"))
+    case.mechanism(*[case.driver(d, stdin=False, writer=writer) for d in ("d1", "d2")],
+                   trust="always")
+    case.pos(po("T0", *goals))
+    args = [*REPLAY, "-t", "1", *options]
+    run = case.run(*args, out=out, err=None)
+    threads = re.findall(rb"Thread (\d+) writes", run.err) or [b"none"]
+    begin = BEGIN.format(xml=int("-x" in options), jobs=jobs, loading="completed")
+    assert run.err.replace(threads[0], b"N").decode() == traces(case, args, begin + text + END)
 
 
-def po2(number):
-    return f"work/comp_m_d1_0_{number}.po2"
-
-
-def test_one_job_at_a_time(case, expect):
-    case.pos(po("T0", candidate(), candidate()))
-    tools = case.path("tools")
-    expect(out=replayed(("d1", 2, [("T0", "+-")]), ("d2", 1, []), proved=1, externally=1,
-                        unproved=1), traces=(
-        PLAYING.format(0, "d1", 0, "d1") + WORK
-        + WRITING.format(tools=tools, goal=0, po2=po2(0))
-        + PROVING.format(tools=tools, po2=po2(0), verdict="Proved") + SAVING
-        + WRITING.format(tools=tools, goal=1, po2=po2(1))
-        + PROVING.format(tools=tools, po2=po2(1), verdict="odd")
-        + PLAYING.format(1, "d2", 1, "d2") + WORK))
-
-
-def test_worker_threads(case, expect):
-    case.pos(po("T0", candidate()))
-    tools, thread = case.path("tools"), "-- Proof Director -- Thread THREAD "
-    expect("-c", "3", jobs=3, out=replayed(("d1", 1, [("T0", "+")]), ("d2", 0), proved=1,
-                                           externally=1), traces=(
-        PLAYING.format(0, "d1", 0, "d1") + WORK + thread + "writes entry 0.\n"
-        + WRITING.format(tools=tools, goal=0, po2=po2(0))
-        + thread + f"proves entry ({tools}/prover, {po2(0)}).\n"
-        + PROVING.format(tools=tools, po2=po2(0), verdict="Proved") + SAVING
-        + PLAYING.format(1, "d2", 1, "d2") + NO_WORK))
-
-
-def test_drivers_that_cannot_improve_anything(case, expect):
-    case.pos(po("T0", goal(mech("m", d1="Unknown"))))
-    expect("-x", xml=1, out=replayed(("d1", 1), ("d2", 1), unproved=1, xml=True), traces=(
-        PLAYING.format(0, "d1", 0, "d1") + NO_WORK + PLAYING.format(1, "d2", 1, "d2") + NO_WORK))
-
-
-def test_tools_that_cannot_be_started(case, expect):
-    """They keep their lines; there may be no argument at all."""
+def test_tools_that_cannot_be_started_keep_their_lines(case):
     case.script("broken", UNSTARTABLE)
     case.mechanism(case.driver(writer="broken", prover="broken", reader="broken"))
     case.pos(po("T0", candidate()))
-    writing = WRITING.format(tools=case.path("tools"), goal=0, po2=po2(0)).replace(" -w x", "")
-    proving = PROVING.format(tools=case.path("tools"), po2="", verdict="")
-    expect(out=replayed(("d1", 1, [("T0", "-")]), unproved=1), traces=(
-        PLAYING.format(0, "d1", 0, "d1") + WORK + writing.replace("/writer", "/broken")
-        + "-- ProofDirector -- Writer had an error.\n"
-        + proving.replace("/prover", "/broken").replace("/reader", "/broken")))
+    text = (WRITING.replace(" -w x", "") + "Writer had an error.\n"
+            + CHAIN.replace(" FILE", " ").replace("Proved", ""))
+    args = [*REPLAY, "-t", "1"]
+    case.run(*args, out=replayed(("d1", 1, [("T0", "-")]), unproved=1), err=traces(
+        case, args, BEGIN.format(xml=0, jobs=1, loading="completed") + FIRST + WORK
+        + re.sub("/(writer|prover|reader)", "/broken", text) + END))
 
 
-def test_what_cannot_be_loaded(case, expect):
-    expect(loading="failed", traces="", out=(
-        proving() + "Error comp .pos\nErrorFile not readable comp.pos\n" + report()))
-    args = ("-m", "no.xml", *FILES, "-t", "1")
-    case.run(*args, status=1, out="", err=(
-        f'[kelvarune]\ncommand = "{" ".join([case.program, *args])} "\n'
-        "Cannot open 'no.xml'.\n-- ProofDirector -- Created a ProofDirector for comp from no.xml\n"
+def test_what_cannot_be_loaded(case):
+    case.mechanism()
+    args = [*REPLAY, "-t", "1"]
+    case.run(*args, out=proving() + "Error comp .pos\nErrorFile not readable comp.pos\n" + report(),
+             err=traces(case, args, BEGIN.format(xml=0, jobs=1, loading="failed") + END))
+    args = ["-m", "no.xml", *FILES, "-t", "1"]
+    case.run(*args, status=1, out="", err=traces(
+        case, args, "Cannot open 'no.xml'.\nCreated a ProofDirector for comp from no.xml\n"
         "xml: 0 concurrency: 1 loaded: 0 trace: 1\n"))
