@@ -61,21 +61,15 @@ NESTED = "".join(f'<!ENTITY d{i} "<a>&d{i - 1};&d{i - 1};</a>">' for i in range(
 
 # The head of a document, and its body.
 DOCUMENTS = {
-    "huge attribute": ("", f'<a note="{"x" * LARGE}"/>'),
     "huge text": ("", GOALS + "y" * LARGE),
     "many attributes": ("", "<a " + " ".join(f'a{i}="1"' for i in range(100000)) + "/>"),
-    "deep": ("", GOALS + "<a>" * DEEP + "</a>" * DEEP),
     "deep as can be": ("", GOALS + "<a>" * 999 + "</a>" * 999),
     "deep goals": ("", "<Proof_Obligation><Simple_Goal>" * (DEEP // 2)),
     "deep behind a DOCTYPE": ("<!DOCTYPE a [<!-- ' --><?p ' ?><!ELEMENT a ANY>]>", "<a>" * DEEP),
     "deep groups in a DTD": (f"<!DOCTYPE a [<!ELEMENT a {'(' * DEEP}b{')' * DEEP}>]>", GOALS),
     "entities": (f'<!DOCTYPE P [<!ENTITY l0 "ha">{LAUGHS}]>', GOALS + "&l9;"),
     "entities that nest": (f'<!DOCTYPE P [<!ENTITY d0 "x">{NESTED}]>', "&d29;"),
-    "entities in a circle": ('<!DOCTYPE P [<!ENTITY a "&b;"><!ENTITY b "&a;">]>', "&a;"),
     "entity that is a file": ('<!DOCTYPE P [<!ENTITY a SYSTEM "/dev/zero">]>', "&a;"),
-    "DTD that is a file": ('<!DOCTYPE P SYSTEM "/dev/zero">', GOALS),
-    "wrong encoding": ("<?xml version='1.0' encoding='UTF-16'?>", GOALS),
-    "NUL bytes": ("", GOALS.replace("T1", "T\0\0")),
     "index as large as can be": ("", '<Proof_Obligation num="99999999999999999999">'
                                      '<Simple_Goal status=""/></Proof_Obligation>'),
 }
@@ -93,9 +87,7 @@ def test_hostile_documents(component, kind, root, head, body):
 @pytest.mark.parametrize("kind", FILE_OF)
 @rows("data", {
     "huge line": b"MVL*tool*path: " + b"x" * LARGE + b"\n",
-    "many continuations": b"MVL*a*b: \\\n" * 200000,
     "one resource again and again": b"! c\nMVL*a*b: c\n" * 100000,
-    "only NUL bytes": bytes(LARGE // 10),
     "invalid UTF-8": b"<a>\xff\xfe\xc0\x80\xed\xa0\x80</a>",
     "UTF-16": f"<mechanism>{GOALS}</mechanism>".encode("utf-16"),
     "a program": (BIN / "kelvarune").read_bytes()[:LARGE // 10],

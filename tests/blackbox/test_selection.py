@@ -79,36 +79,30 @@ def test_a_driver_that_no_candidate_names(case, group, writers, err):
     assert len(case.calls("writer")) == writers
 
 
-@rows("file, options, mechanism, driver, ext", {
-    "the POG's name": ("work/a.b_m_d1_0_0.po2", ("-p", "x.y/a.b.pog"), "m", "d1", None),
-    "folders": ("a/b c/comp_m_d1_0_0.po2", ("-d", "a/b c"), "m", "d1", None),
-    "a slash at the end": ("work/comp_m_d1_0_0.po2", ("-d", "work/"), "m", "d1", None),
-    "marks of text templates": ("work/c%2_%3_%4_%1_0_0.%L5", ("-p", "c%2.pog"), "%3", "%4_%1",
-                                "%L5"),
-    "empty extension": ("work/comp_m_d1_0_0.", (), "m", "d1", ""),
-    "no ASCII": ("d\u00e9/\u00e9_\u00fc_\u2200_0_0.\u00f1", ("-d", "d\u00e9", "-p", "\u00e9.pog"),
-                 "\u00fc", "\u2200", "\u00f1"),
-})
 @pytest.mark.parametrize("locale", ["C.UTF-8", "C"])
-def test_names_of_secondary_files(case, file, options, mechanism, driver, ext, locale):
+@pytest.mark.parametrize("file, pog, mechanism, driver, ext", [
+    ("a/b c/e.f_m_d1_0_0.po2", "x.y/e.f.pog", "m", "d1", None),
+    ("work/c%2_%3_%4_%1_0_0.", "c%2.pog", "%3", "%4_%1", ""),
+    ("d\u00e9/\u00e9_\u00fc_\u2200_0_0.\u00f1", "\u00e9.pog", "\u00fc", "\u2200", "\u00f1")])
+def test_names_of_secondary_files(case, file, pog, mechanism, driver, ext, locale):
     """They are passed to the writer, the prover and the reader, and deleted."""
     case.answers({"*": "Proved"})
-    case.path(file).parent.mkdir(parents=True, exist_ok=True)
+    folder = case.path(file).parent
+    folder.mkdir(parents=True, exist_ok=True)
     case.mechanism(case.driver(driver, stdin=False, ext=ext), path=f"{mechanism}.xml",
                    trust="always")
     case.pos(po("T0", goal(mech(mechanism, **{driver: "Proved"}))))
-    case.run("-m", f"{mechanism}.xml", *FILES, *options, env={"LC_ALL": locale}, out=(
-        proving(mechanism) + driver_pass(driver, 1, [("T0", "+")])
-        + report(proved=1, externally=1)))
-    pog = dict(zip(options[::2], options[1::2])).get("-p", "comp.pog")
+    case.run("-m", f"{mechanism}.xml", "-s", "comp.pos", "-p", pog, "-d",
+             folder.relative_to(case.root), env={"LC_ALL": locale}, out=(
+                 proving(mechanism) + driver_pass(driver, 1, [("T0", "+")])
+                 + report(proved=1, externally=1)))
     assert case.calls("writer") == [["-a", "0", "0", "-i", pog, "-o", file]]
     assert case.calls("prover") == [[file]]
     assert not case.path(file).exists()
 
 
-@rows("given, seen", {"stdin": ("stdin", "file\n"), "default": (None, "file\n"),
-                      "file": ("file", "pipe\nstatus 124\n"),
-                      "any other": ("STDIN", "pipe\nstatus 124\n")})
+@pytest.mark.parametrize("given, seen", [("stdin", "file\n"), (None, "file\n"),
+                                         ("STDIN", "pipe\nstatus 124\n")])
 def test_how_the_prover_gets_its_file(case, given, seen):
     """The prover writes down whether its input is the file, or stays open without a byte."""
     case.script("prover", r"""
