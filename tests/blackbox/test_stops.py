@@ -12,8 +12,8 @@ import xml.etree.ElementTree as ET
 import psutil
 import pytest
 
-from conftest import (FILES, PROVER, REPLAY, SLOWNESS, WRITER, candidate, canonical, concluded, goal,
-                      parsed, po, rows)
+from conftest import (FILES, PROVER, REPLAY, SLOWNESS, WRITER, candidate, canonical, concluded,
+                      goal, needs, parsed, po, rows)
 
 QUICK_READER = "while read -r l; do echo Proved; done\n"
 GOALS = 20
@@ -24,8 +24,8 @@ GOALS = 20
 
 @pytest.fixture
 def busy(case):
-    """Starts a run over four goals, of which the last but one keeps the tool of a role busy; returns
-    when the other verdicts that this many jobs can reach are saved."""
+    """Starts a run over four goals, of which the last but one keeps the tool of a role busy, and
+    returns when the other verdicts that this many jobs can reach are saved."""
     def start(jobs=1, role="prover"):
         mark = f': >"{case.root}/busy"; exec sleep 1000'
         case.script("busy", {
@@ -141,7 +141,7 @@ def begun(case, process, rng):
 
 
 @pytest.mark.rounds(2)
-@pytest.mark.parametrize("shape", [*SHAPES, "slow disk"])
+@pytest.mark.parametrize("shape", [*SHAPES, pytest.param("slow disk", marks=needs("strace"))])
 def test_soft_stop_at_a_random_moment(case, rng, round_number, shape):
     jobs = (1, 8)[round_number % 2]
     component(case, GOALS, SHAPES.get(shape, {}))

@@ -26,7 +26,8 @@ MISBEHAVIOUR = {
     "writer writes no file": ({"writer": "exit"}, "-", NOT_FOUND),
     "writer says that it failed": ({"writer": f"({WRITER})\nexit 7"}, "+", ""),
     "writer leaves processes": ({"writer": "sleep 300 & setsid sleep 300 &"}, "+", ""),
-    "file is a directory": ({"writer": 'mkdir "$7"; exit', "reader": 'rmdir "$1"; exit'}, "-", ""),
+    "file is a directory": (
+        {"writer": 'mkdir "$7"; exit', "reader": 'rmdir "$1"; exit'}, "-", ""),
     "file is a FIFO": ({"writer": 'mkfifo "$7"; exit'}, "-", ""),
     "file is a device": ({"writer": 'ln -s /dev/null "$7"; exit'}, "-", ""),
     "file cannot be read": ({"writer": 'echo 1 0 >"$7"; chmod 0 "$7"; exit'}, None, ""),
