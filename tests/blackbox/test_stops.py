@@ -4,6 +4,7 @@ tool nor anything that a tool started survives."""
 
 import fcntl
 import os
+import pathlib
 import re
 import signal
 import time
@@ -83,6 +84,9 @@ def test_output_that_nobody_reads(case, options, part, filled, proved):
     os.write(writing, b"#" * filled)
     process = case.start(*options, stdout=writing)
     os.close(writing)
+    status = pathlib.Path(f"/proc/{process.pid}/status")
+    case.wait_for(lambda: re.search(r"Sig(Blk|Cgt):\s+0*4000\n", status.read_text()),
+                  lambda: "the program to look after the signal")
     case.wait_for(lambda: len(case.calls("reader")) == proved, lambda: "the result")
     time.sleep(0.5 * SLOWNESS)
     assert process.poll() is None, "it did not wait"
