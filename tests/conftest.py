@@ -64,9 +64,12 @@ def rows(names, table):
         for name, row in table.items()])
 
 
+PATH = os.environ["PATH"] + ":/usr/sbin"
+
+
 def needs(*programs):
     """Marks what is skipped where a program is missing, but never in CI."""
-    missing = [program for program in programs if not shutil.which(program)]
+    missing = [program for program in programs if not shutil.which(program, path=PATH)]
     return pytest.mark.skipif(bool(missing) and not os.environ.get("CI"),
                               reason=f"not installed: {', '.join(missing)}")
 
@@ -96,6 +99,26 @@ def case(request):
         case.kill_all()
         for process in case.started:
             process.wait()
+
+
+@pytest.fixture
+def busy(case):
+    """Starts a run over four goals, of which the last but one keeps the tool of a role busy, and
+    returns when the other verdicts that this many jobs can reach are saved."""
+    def start(jobs=1, role="prover", before=candidate(), body="{mark}; exec sleep 1000", **options):
+        body = body.format(mark=f': >"{case.root}/busy"')
+        case.script("busy", {
+            "writer": f'[ "$2" = 2 ] && {{ {body}; }}\nexec "{case.root}/tools/writer" "$@"',
+            "prover": f"case $1 in *_2_0.po2) {body};; esac\n" + PROVER,
+            "reader": f'read -r i j; [ "$i" = 2 ] && {{ {body}; }}\necho Proved\n'}[role])
+        case.answers({"*": "Proved"})
+        case.mechanism(case.driver(stdin=False, **{role: "busy"}), trust="always")
+        case.pos(*[po(f"T{i}", before) for i in range(4)])
+        process = case.start(*REPLAY, "-c", jobs, **options)
+        case.wait_for(case.path("busy").exists, lambda: "the busy tool")
+        case.wait_for(lambda: case.proved() == (2 if jobs == 1 else 3), lambda: "the verdicts")
+        return process
+    return start
 
 
 # --- POS documents ------------------------------------------------------------------------------

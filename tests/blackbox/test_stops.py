@@ -13,34 +13,14 @@ import xml.etree.ElementTree as ET
 import psutil
 import pytest
 
-from conftest import (FILES, PROVER, REPLAY, SLOWNESS, WRITER, candidate, canonical, concluded,
-                      goal, needs, parsed, po, rows)
+from conftest import (FILES, REPLAY, SLOWNESS, WRITER, candidate, canonical, concluded, goal,
+                      needs, parsed, po, rows)
 
 QUICK_READER = "while read -r l; do echo Proved; done\n"
 GOALS = 20
 
 
 # --- At chosen places -----------------------------------------------------------------------------
-
-
-@pytest.fixture
-def busy(case):
-    """Starts a run over four goals, of which the last but one keeps the tool of a role busy, and
-    returns when the other verdicts that this many jobs can reach are saved."""
-    def start(jobs=1, role="prover"):
-        mark = f': >"{case.root}/busy"; exec sleep 1000'
-        case.script("busy", {
-            "writer": f'[ "$2" = 2 ] && {{ {mark}; }}\nexec "{case.root}/tools/writer" "$@"',
-            "prover": f"case $1 in *_2_0.po2) {mark};; esac\n" + PROVER,
-            "reader": f'read -r i j; [ "$i" = 2 ] && {{ {mark}; }}\necho Proved\n'}[role])
-        case.answers({"*": "Proved"})
-        case.mechanism(case.driver(stdin=False, **{role: "busy"}), trust="always")
-        case.pos(*[po(f"T{i}", candidate()) for i in range(4)])
-        process = case.start(*REPLAY, "-c", jobs)
-        case.wait_for(case.path("busy").exists, lambda: "the busy tool")
-        case.wait_for(lambda: case.proved() == (2 if jobs == 1 else 3), lambda: "the verdicts")
-        return process
-    return start
 
 
 def stop(case, process):
