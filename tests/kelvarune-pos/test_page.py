@@ -1,188 +1,154 @@
-"""The HTML report in headless Chromium: a script that is added to a copy of the page uses it as a
-person would, and writes down what it sees.
+"""The HTML report in headless Chromium: scripts use the page as a person would."""
 
-Skipped where there is no Chromium, unless the environment variable CI is set.
-"""
-
-import html
-import json
 import os
-import re
-import shutil
 import subprocess
 import tempfile
-import unittest
+import xml.etree.ElementTree as ET
 
-from support import LIMIT_S, PosCase, component, goal, large, mech, obligations, po
+import pytest
+from conftest import BIN, goal, mech, needs, obligations, po, rows
+from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
+from test_commands import component, large
 
-CHROMIUM = shutil.which("chromium")
-# The flags after the second keep it from looking for its maker's servers.
-FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
-         "--disable-background-networking", "--disable-component-update", "--disable-sync",
-         "--hide-scrollbars", "--enable-logging=stderr", "--disable-dev-shm-usage"]
+pytestmark = needs("chromium", "chromedriver")
 
-LISTEN = """<script>
-window.seenErrors = [];
-addEventListener("error", (event) => seenErrors.push(event.message));
-addEventListener("securitypolicyviolation", (event) => seenErrors.push(event.blockedURI));
-</script>"""
+# Those after the third keep it from looking for its maker's servers.
+FLAGS = ("--headless --no-sandbox --disable-dev-shm-usage --disable-gpu --disable-quic "
+         "--no-first-run --disable-background-networking --disable-component-update "
+         "--disable-sync").split()
 
-# `body` may use these and returns what is to be looked at.
-DRIVE = """<script>
+HELPERS = """
 const $ = (selector) => document.querySelector(selector);
 const $$ = (selector) => [...document.querySelectorAll(selector)];
-const rows = () => $$("#rows tr:not(.space)").map((row) => [...row.cells].map((c) => c.textContent));
+const rows = () => $$("#rows tr:not(.space)").map((r) => [...r.cells].map((c) => c.textContent));
 const names = () => rows().map((row) => row[0]);
 const count = () => $("#count").textContent;
-const type = (text) => { $("#search").value = text; $("#search").dispatchEvent(new Event("input")); };
+const fire = (part, event) => $(part).dispatchEvent(new Event(event));
+const type = (text) => { $("#search").value = text; fire("#search", "input"); };
 const sort = (by) => $(`th[data-sort=${by}] button`).click();
 // The event comes with the next frame, for which a page that nobody sees may wait long.
-const scroll = (to) => {
-  $("#scroller").scrollTop = to;
-  $("#scroller").dispatchEvent(new Event("scroll"));
-};
-(() => {
-  let seen;
-  try { seen = (() => { BODY })(); } catch (error) { seenErrors.push(String(error)); }
-  const out = document.createElement("pre");
-  out.id = "seen";
-  out.textContent = JSON.stringify({ seen, errors: seenErrors });
-  document.body.append(out);
-})();
-</script>"""
+const scroll = (to) => { $("#scroller").scrollTop = to; fire("#scroller", "scroll"); };
+"""
 
 
-@unittest.skipIf(CHROMIUM is None and not os.environ.get("CI"),
-                 "SKIPPED: chromium is not installed, the page was not tried in a browser")
-class Page(PosCase):
-    def page(self, tree):
-        self.write("comp.pos", tree)
-        return self.expect("report", "--html", "comp.pos")
-
-    def chromium(self, name, *args):
-        self.assertIsNotNone(CHROMIUM, "chromium is not installed")
-        with tempfile.TemporaryDirectory(prefix="kelvarune-chromium-",
-                                         ignore_cleanup_errors=True) as profile:
-            run = subprocess.run([CHROMIUM, *FLAGS, f"--user-data-dir={profile}", *args,
-                                  f"file://{self.root}/{name}"],
-                                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                 stderr=subprocess.PIPE, timeout=max(LIMIT_S, 90))
-        errors = run.stderr.decode(errors="replace")
-        self.assertNotIn("CONSOLE", errors)
-        return run.stdout.decode()
-
-    def drive(self, page, body, *args):
-        """What `body`, run in the page, returns."""
-        page = page.replace("<head>", "<head>" + LISTEN, 1)
-        page = page.replace("</body>", DRIVE.replace("BODY", body) + "</body>")
-        self.write("driven.html", page)
-        dom = self.chromium("driven.html", "--dump-dom", "--virtual-time-budget=10000", *args)
-        found = re.search(r'<pre id="seen">(.*?)</pre>', dom, re.S)
-        self.assertIsNotNone(found, dom[-2000:])
-        result = json.loads(html.unescape(found.group(1)))
-        self.assertEqual([], result["errors"])
-        return result["seen"]
-
-    def test_sort_filter_and_numbers(self):
-        seen = self.drive(self.page(component()), """
-          const seen = { title: document.title, share: $("#share").textContent, all: rows(),
-                         verdict: $("#verdict").textContent, bars: $$(".judge").length };
-          sort("status"); seen.best = names();
-          sort("status"); seen.worst = names();
-          seen.marked = $("th[data-sort=status]").getAttribute("aria-sort");
-          sort("proof"); seen.proofs = names();
-          sort("goal"); seen.sorted = names();
-          type("Z3 smt"); seen.search = names();
-          type("nothing has this"); seen.none = [$("#rows").textContent, count()];
-          $("#reset").click(); seen.reset = count();
-          $("[data-status='4']").click(); $("[data-status='0']").click(); seen.statuses = names();
-          $("#reset").click();
-          $("#alone").click(); seen.alone = names();
-          $("#reset").click();
-          $("#driver").value = $$("#driver option").find((o) => o.textContent === "smt/cvc5").value;
-          $("#driver").dispatchEvent(new Event("change")); seen.driver = names();
-          $("#reset").click();
-          $$(".tile")[1].click(); seen.tile = [names(), $("#obligation").textContent];
-          $("#obligation").click(); seen.released = count();
-          return seen;""")
-        in_file = ["init.1.1", "init.1.2", "open.2.1", "open.2.2", "open.2.3", "open.2.4"]
-        self.assertEqual({
-            "title": "comp \u2013 proof status", "share": "50.0 %", "verdict": "1 disproved goal",
-            "bars": 5,
-            "all": [["init.1.1", "Proved", "own Proved(1)"], ["init.1.2", "Proved", "smt/z3alone"],
-                    ["open.2.1", "Proved", "smt/z3, smt/cvc5"],
-                    ["open.2.2", "Unreliably proved", "rules/fast (not counted: smt/z3)"],
-                    ["open.2.3", "Disproved", " (not counted: smt/cvc5)"],
-                    ["open.2.4", "Unproved", ""]],
-            "best": in_file[:4] + ["open.2.4", "open.2.3"],
-            "worst": ["open.2.3", "open.2.4", "open.2.2"] + in_file[:3],
-            "marked": "descending",
-            "proofs": ["init.1.1", "open.2.2", "init.1.2", "open.2.1", "open.2.3", "open.2.4"],
-            "sorted": in_file, "search": ["init.1.2", "open.2.1", "open.2.2"],
-            "none": ["No goal matches the filters.", "0 of 6 goals"], "reset": "6 goals",
-            "statuses": ["open.2.3", "open.2.4"], "alone": ["init.1.2"], "driver": ["open.2.1"],
-            "tile": [in_file[2:], "open.2 \u00d7"], "released": "6 goals",
-        }, seen)
-
-    def test_names_are_text_and_nothing_is_fetched(self):
-        nasty = "</script><img src=http://127.0.0.1:9/x onerror=alert(1)>@STYLE@&amp;"
-        page = self.page(obligations(po(nasty, goal(mech(nasty, "Proved", **{"d": "Proved"}),
-                                                    status="Proved"))))
-        seen = self.drive(page, """
-          return { name: names()[0], tag: $(".tile .tag").textContent, images: document.images.length,
-                   fetched: performance.getEntriesByType("resource").length };""")
-        self.assertEqual({"name": nasty + ".1", "tag": nasty, "images": 0, "fetched": 0}, seen)
-        self.assertEqual([], re.findall(r'(?:src|href)="(?!#|data:)[^"]*"', page))
-
-    def test_nothing_to_show(self):
-        seen = self.drive(self.page(obligations()), """
-          return [$("#share").textContent, $("#verdict").textContent, count(),
-                  $("#mechanisms").textContent];""")
-        self.assertEqual(["0 %", "No goals", "0 goals", "No mechanism is registered yet."], seen)
-
-    def test_ten_thousand_goals_scroll_and_sort(self):
-        seen = self.drive(self.page(large(10000)), """
-          const seen = { drawn: $$("#rows tr").length };
-          const filled = $("#rows tr.space").getBoundingClientRect().top;
-          seen.full = filled >= $("#scroller").getBoundingClientRect().bottom;
-          const begin = performance.now();
-          for (const by of ["status", "goal", "proof"]) { sort(by); sort(by); }
-          type("op3"); type("");
-          seen.ms = performance.now() - begin;
-          sort("goal");
-          scroll(1e9);
-          seen.last = names().pop();
-          scroll($("#scroller").scrollHeight / 2);
-          $("#scroller").scrollIntoView({ behavior: "instant" });
-          const box = $("#scroller").getBoundingClientRect();
-          const middle = document.elementFromPoint(box.left + 20, box.top + box.height / 2);
-          seen.middle = middle.closest("tr").cells[0].textContent;
-          dispatchEvent(new Event("beforeprint"));
-          seen.printed = $$("#rows tr").length;
-          return seen;""")
-        self.assertTrue(seen["full"], seen)
-        self.assertLess(seen["drawn"], 200)
-        self.assertLess(seen["ms"], 3000)
-        self.assertEqual(("op8.998.10", 10000), (seen["last"], seen["printed"]))
-        self.assertRegex(seen["middle"], r"op4\.\d+\.\d+")
-
-    def test_at_every_width_by_day_and_by_night(self):
-        # The colours of the page and of what is proved.
-        schemes = {1: ["rgb(244, 245, 247)", "rgb(18, 134, 106)"],
-                   0: ["rgb(17, 21, 27)", "rgb(47, 181, 146)"]}
-        for width in (500, 1400):  # no window is narrower
-            for scheme, colours in schemes.items():
-                with self.subTest(width=width, scheme=scheme):
-                    seen = self.drive(self.page(component()), """
-                      const colour = (part) => getComputedStyle($(part)).backgroundColor;
-                      const share = $("#share").getBoundingClientRect();
-                      return [[colour("body"), colour(".s3")], innerWidth,
-                              document.documentElement.scrollWidth <= innerWidth,
-                              share.width > 0 && share.left >= 0 && share.right <= innerWidth];""",
-                                      f"--window-size={width},900",
-                                      f"--blink-settings=preferredColorScheme={scheme}")
-                    self.assertEqual([colours, width, True, True], seen)
+@pytest.fixture(scope="module")
+def browser():
+    with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as home:
+        options = webdriver.ChromeOptions()
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+        for flag in [*FLAGS, f"--user-data-dir={home}"]:
+            options.add_argument(flag)
+        service = Service("/usr/bin/chromedriver", env=os.environ | {"HOME": home})
+        with webdriver.Chrome(options=options, service=service) as browser:
+            browser.set_script_timeout(120)
+            yield browser
 
 
-if __name__ == "__main__":
-    unittest.main()
+@pytest.fixture
+def use(browser, tmp_path):
+    """Shows the report of a component, and returns what a script returns that uses it."""
+    def use(tree, script):
+        (tmp_path / "comp.pos").write_bytes(ET.tostring(tree))
+        command = [BIN / "kelvarune-pos", "report", "--html", "-o", "page.html", "comp.pos"]
+        subprocess.run(command, cwd=tmp_path, check=True)
+        browser.get(f"file://{tmp_path}/page.html")
+        seen = browser.execute_script(HELPERS + script)
+        assert browser.get_log("browser") == []
+        return seen
+    return use
+
+
+def test_sort_filter_and_numbers(use):
+    in_file = ["init.1.1", "init.1.2", "open.2.1", "open.2.2", "open.2.3", "open.2.4"]
+    assert use(component(), """
+      const seen = { title: document.title, share: $("#share").textContent, all: rows(),
+                     verdict: $("#verdict").textContent, bars: $$(".judge").length };
+      sort("status"); seen.best = names();
+      sort("status"); seen.worst = names();
+      seen.marked = $("th[data-sort=status]").getAttribute("aria-sort");
+      sort("proof"); seen.proofs = names();
+      sort("goal"); seen.sorted = names();
+      type("Z3 smt"); seen.search = names();
+      type("nothing has this"); seen.none = [$("#rows").textContent, count()];
+      $("#reset").click(); seen.reset = count();
+      $("[data-status='4']").click(); $("[data-status='0']").click(); seen.statuses = names();
+      $("#reset").click(); $("#alone").click(); seen.alone = names();
+      $("#reset").click();
+      $("#driver").value = $$("#driver option").find((o) => o.textContent === "smt/cvc5").value;
+      fire("#driver", "change"); seen.driver = names();
+      $("#reset").click(); $$(".tile")[1].click();
+      seen.tile = [names(), $("#obligation").textContent];
+      $("#obligation").click(); seen.released = count();
+      return seen;""") == {
+        "title": "comp \u2013 proof status", "share": "50.0 %", "verdict": "1 disproved goal",
+        "bars": 5,
+        "all": [["init.1.1", "Proved", "own Proved(1)"], ["init.1.2", "Proved", "smt/z3alone"],
+                ["open.2.1", "Proved", "smt/z3, smt/cvc5"],
+                ["open.2.2", "Unreliably proved", "rules/fast (not counted: smt/z3)"],
+                ["open.2.3", "Disproved", " (not counted: smt/cvc5)"],
+                ["open.2.4", "Unproved", ""]],
+        "best": in_file[:4] + ["open.2.4", "open.2.3"],
+        "worst": ["open.2.3", "open.2.4", "open.2.2"] + in_file[:3], "marked": "descending",
+        "proofs": ["init.1.1", "open.2.2", "init.1.2", "open.2.1", "open.2.3", "open.2.4"],
+        "sorted": in_file, "search": ["init.1.2", "open.2.1", "open.2.2"],
+        "none": ["No goal matches the filters.", "0 of 6 goals"], "reset": "6 goals",
+        "statuses": ["open.2.3", "open.2.4"], "alone": ["init.1.2"], "driver": ["open.2.1"],
+        "tile": [in_file[2:], "open.2 \u00d7"], "released": "6 goals"}
+
+
+def test_names_are_text_and_nothing_is_fetched(use):
+    nasty = "</script><img src=http://127.0.0.1:9/x onerror=alert(1)>@STYLE@&amp;"
+    tree = obligations(po(nasty, goal(mech(nasty, "Proved", d="Proved"), status="Proved")))
+    assert use(tree, """
+      const links = $$("[src], [href]").map((e) => e.getAttribute("src") || e.getAttribute("href"));
+      return [names()[0], $(".tile .tag").textContent, document.images.length,
+              performance.getEntriesByType("resource").length,
+              links.filter((link) => !/^(#|data:)/.test(link))];""") == [
+        nasty + ".1", nasty, 0, 0, []]
+
+
+def test_nothing_to_show(use):
+    assert use(obligations(), """
+      return [$("#share").textContent, $("#verdict").textContent, count(),
+              $("#mechanisms").textContent];""") == [
+        "0 %", "No goals", "0 goals", "No mechanism is registered yet."]
+
+
+def test_ten_thousand_goals_scroll_and_sort(use):
+    assert use(large(10000), """
+      const filled = $("#rows tr.space").getBoundingClientRect().top;
+      const seen = { few: $$("#rows tr").length < 200,
+                     full: filled >= $("#scroller").getBoundingClientRect().bottom };
+      for (const by of ["status", "goal", "proof"]) { sort(by); sort(by); }
+      type("op3"); type("");
+      sort("goal");
+      scroll(1e9);
+      seen.last = names().pop();
+      scroll($("#scroller").scrollHeight / 2);
+      $("#scroller").scrollIntoView({ behavior: "instant" });
+      const box = $("#scroller").getBoundingClientRect();
+      const middle = document.elementFromPoint(box.left + 20, box.top + box.height / 2);
+      seen.middle = middle.closest("tr").cells[0].textContent.split(".")[0];
+      dispatchEvent(new Event("beforeprint"));
+      seen.printed = $$("#rows tr").length;
+      return seen;""") == {"few": True, "full": True, "last": "op8.998.10", "middle": "op4",
+                           "printed": 10000}
+
+
+# The colours of the page and of what is proved.
+@rows("scheme, colours", {"day": ("light", ["rgb(244, 245, 247)", "rgb(18, 134, 106)"]),
+                          "night": ("dark", ["rgb(17, 21, 27)", "rgb(47, 181, 146)"])})
+@pytest.mark.parametrize("width", [500, 1400])
+def test_at_every_width_by_day_and_by_night(use, browser, width, scheme, colours):
+    browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
+        "width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False})
+    browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {
+        "features": [{"name": "prefers-color-scheme", "value": scheme}]})
+    assert use(component(), """
+      const colour = (part) => getComputedStyle($(part)).backgroundColor;
+      const share = $("#share").getBoundingClientRect();
+      return [[colour("body"), colour(".s3")], innerWidth,
+              document.documentElement.scrollWidth <= innerWidth,
+              share.width > 0 && share.left >= 0 && share.right <= innerWidth];""") == [
+        colours, width, True, True]
