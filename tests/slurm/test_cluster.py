@@ -1,0 +1,288 @@
+"""The example of examples/slurm on a cluster of one node, which this module starts and ends: on the
+loopback interface, in a scratch directory, for one user. It has its own keys, ports and state, and
+no need of cgroups or of a service manager; the machine's own configuration is left alone."""
+
+import contextlib
+import getpass
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import time
+import xml.etree.ElementTree as ET
+
+import psutil
+import pytest
+from conftest import BIN, PATH, needs, rows
+
+PROGRAMS = ("munged", "slurmctld", "slurmd", "srun", "salloc", "squeue", "scontrol", "setpriv")
+pytestmark = needs(*PROGRAMS, "z3", "cvc5")
+
+EXAMPLES = pathlib.Path(__file__).parents[2] / "examples"
+JOBS = 4
+ALLOCATE = ("salloc", "--quiet", f"--ntasks={JOBS}", "--mem-per-cpu=2500")
+
+CONFIGURATION = """\
+ClusterName=scratch
+SlurmctldHost={host}(127.0.0.1)
+SlurmUser={user}
+SlurmdUser={user}
+AuthInfo=socket={dir}/munge.socket
+SlurmctldPort={ports[0]}
+SlurmdPort={ports[1]}
+StateSaveLocation={dir}/state
+SlurmdSpoolDir={dir}/spool
+SlurmctldPidFile={dir}/slurmctld.pid
+SlurmdPidFile={dir}/slurmd.pid
+PlugStackConfig=/dev/null
+ProctrackType=proctrack/linuxproc
+TaskPlugin=task/none
+SelectType=select/cons_tres
+SelectTypeParameters=CR_CPU_Memory
+MpiDefault=none
+SlurmdParameters=config_overrides
+ReturnToService=0
+KillWait=2
+SchedulerParameters=sched_min_interval=0
+NodeName=node NodeHostname={host} NodeAddr=127.0.0.1 CPUs=4 RealMemory=12000 State=UNKNOWN
+PartitionName=all Nodes=ALL Default=YES MaxTime=INFINITE State=UP
+"""
+
+
+def wait_for(condition, limit_s=60):
+    end = time.monotonic() + limit_s
+    while not condition():
+        assert time.monotonic() < end, "waited in vain"
+        time.sleep(0.05)
+
+
+class Cluster:
+    def __init__(self, directory):
+        self.dir, self.daemons = pathlib.Path(directory), []
+        # Without the variables of a cluster that the caller may sit in.
+        self.environment = {name: value for name, value in os.environ.items()
+                            if not name.startswith(("SLURM", "SALLOC", "SBATCH", "SRUN"))} | {
+            "PATH": PATH, "SLURM_CONF": f"{directory}/slurm.conf"}
+
+    def start(self):
+        for name in ("state", "spool"):
+            (self.dir / name).mkdir()
+        self.dir.chmod(0o755)  # munged insists that others may pass through
+        (self.dir / "munge.key").touch(mode=0o600)
+        (self.dir / "munge.key").write_bytes(os.urandom(128))
+        with contextlib.ExitStack() as listeners:
+            ports = [listeners.enter_context(socket.create_server(("127.0.0.1", 0)))
+                     .getsockname()[1] for _ in range(2)]
+        (self.dir / "slurm.conf").write_text(CONFIGURATION.format(
+            host=socket.gethostname().split(".")[0], user=getpass.getuser(), dir=self.dir,
+            ports=ports))
+        self.daemon("munged", "--foreground", "--force", *[
+            f"--{option}={self.dir}/munge.{option.split('-')[0]}"
+            for option in ("key-file", "socket", "pid-file", "log-file", "seed-file")])
+        wait_for((self.dir / "munge.socket").exists)
+        self.daemon("slurmctld", "-D", "-i")
+        self.daemon("slurmd", "-D", "-N", "node")
+        self.make("resume", "idle")
+
+    def end(self):
+        if len(self.daemons) > 1:
+            self.ask("scancel", "--user", getpass.getuser())
+        for daemon in reversed(self.daemons):
+            daemon.terminate()
+        psutil.wait_procs(self.daemons, 10)
+        for process in self.processes():
+            process.kill()
+
+    def daemon(self, *command):
+        with open(self.dir / f"{command[0]}.out", "wb") as output:
+            self.daemons.append(psutil.Popen(command, stdin=subprocess.DEVNULL, stdout=output,
+                                             stderr=output, env=self.environment))
+
+    def ask(self, *command):
+        return subprocess.run(command, env=self.environment, capture_output=True, text=True,
+                              timeout=60).stdout.strip()
+
+    def make(self, order, state):
+        """Orders the node to change, and waits until it has this state."""
+        self.ask("scontrol", "update", "nodename=node", f"state={order}", "reason=test")
+        wait_for(lambda: self.ask("sinfo", "--noheader", "--format=%T") == state)
+
+    def jobs(self, *states):
+        """The jobs in these states, or in any."""
+        words = [f"--states={','.join(states)}"] if states else []
+        return self.ask("squeue", "--noheader", "--format=%i", *words).split()
+
+    def processes(self, *words):
+        """This cluster's processes whose command line begins with these words. A step that is
+        cancelled while it is being launched may stay for minutes with proctrack/linuxproc; tests
+        wait for the provers, not for the steps, before they do harm."""
+        mark = self.environment["SLURM_CONF"]
+        return [process for process in psutil.process_iter(["environ", "cmdline"])
+                if (process.info["environ"] or {}).get("SLURM_CONF") == mark
+                and process.info["cmdline"][:len(words)] == list(words)]
+
+
+@pytest.fixture(scope="module")
+def cluster():
+    with tempfile.TemporaryDirectory() as directory:
+        cluster = Cluster(directory)
+        try:
+            cluster.start()
+            yield cluster
+        finally:
+            cluster.end()
+
+
+def statuses(pos):
+    """Everything that the status file says of each goal, drivers included."""
+    return [[(part.get("name"), part.get("status")) for part in goal.iter()
+             if part.tag in ("Simple_Goal", "Mechanism", "Driver")]
+            for goal in ET.parse(pos).getroot().iter("Simple_Goal")]
+
+
+def proved(rows):
+    return sum(row[0][1] == "Proved" for row in rows)
+
+
+class Replay:
+    """A copy of the example's component, and runs of it."""
+
+    def __init__(self, cluster, directory):
+        self.cluster, self.dir, self.runs = cluster, directory, []
+        for name in ("smt", "slurm"):
+            shutil.copytree(EXAMPLES / name, self.dir / name)
+        (self.dir / "work").mkdir()
+
+    def start(self, resources="cluster.res", mechanism=("-M", "slurm/mechanisms"), under=()):
+        command = [*under, BIN / "kelvarune", "-i", "smt", "-i", "slurm",
+                   "-r", f"slurm/{resources}", *mechanism, "-s", "smt/ringbuffer.pos",
+                   "-p", "smt/ringbuffer.pog", "-d", "work", "-c", str(JOBS)]
+        self.runs.append(subprocess.Popen(command, cwd=self.dir, env=self.cluster.environment,
+                                          stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                                          stderr=subprocess.PIPE, text=True))
+        return self.runs[-1]
+
+    def complete(self, run, err=""):
+        """What is in the status file when the run has completed."""
+        assert (run.communicate(timeout=300)[1], run.returncode) == (err, 0)
+        assert list((self.dir / "work").iterdir()) == []
+        return self.statuses()
+
+    def statuses(self):
+        return statuses(self.dir / "smt/ringbuffer.pos")
+
+    def hold_provers(self):
+        """From now on provers wait until release_provers."""
+        gate = self.dir / "gate"
+        gate.write_text(f"#!/bin/sh\nwhile [ -e '{gate}.closed' ]; do sleep 0.05; done\n"
+                        'exec "$@"\n')
+        gate.chmod(0o755)
+        (self.dir / "gate.closed").touch()
+        for file in (self.dir / "slurm/mechanisms").iterdir():
+            text = file.read_text()
+            for word in ('<param value="z3"/>', '<param value="cvc5"/>'):
+                text = text.replace(word, f'<param value="{gate}"/>{word}')
+            file.write_text(text)
+
+    def held(self):
+        return self.cluster.processes("/bin/sh", str(self.dir / "gate"))
+
+    def release_provers(self):
+        (self.dir / "gate.closed").unlink()
+
+
+@pytest.fixture
+def replay(cluster, tmp_path):
+    cluster.make("resume", "idle")
+    replay = Replay(cluster, tmp_path)
+    yield replay
+    for run in replay.runs:
+        run.kill()
+        run.communicate()
+    wait_for(lambda: not cluster.jobs())
+
+
+@pytest.fixture(scope="module")
+def verdicts(cluster, tmp_path_factory):
+    """What becomes of the component where the provers run on this machine."""
+    replay = Replay(cluster, tmp_path_factory.mktemp("local"))
+    before = replay.statuses()
+    after = replay.complete(replay.start("here.res"))
+    assert proved(after) > proved(before) + 10
+    return after
+
+
+def test_in_an_allocation(replay, verdicts):
+    assert replay.complete(replay.start(under=ALLOCATE)) == verdicts
+
+
+def test_draining_the_node_loses_nothing(cluster, replay, verdicts):
+    replay.hold_provers()
+    run = replay.start()
+    wait_for(replay.held)
+    before = replay.statuses()
+    cluster.make("drain", "draining")
+    replay.release_provers()
+    wait_for(lambda: cluster.jobs("PENDING") and not cluster.jobs("RUNNING"))
+    # What ran when the node began to drain has come, and something is left to do.
+    assert replay.statuses() not in (before, verdicts)
+    assert run.poll() is None
+    cluster.make("resume", "idle")
+    assert replay.complete(run) == verdicts
+
+
+def test_goals_of_a_dead_node_are_reported_and_tried_again(cluster, replay, tmp_path_factory):
+    # Not all mechanisms: under trust "redundancy" a goal proved once is not tried again.
+    cvc5 = ("-m", "slurm/mechanisms/cvc5.xml")
+    local = Replay(cluster, tmp_path_factory.mktemp("local_cvc5"))
+    verdicts = local.complete(local.start("here.res", cvc5))
+    replay.hold_provers()
+    run = replay.start(mechanism=cvc5)
+    wait_for(lambda: len(replay.held()) == JOBS)
+    before = replay.statuses()
+    cluster.ask("scontrol", "update", "nodename=node", "state=down", "reason=test")
+    wait_for(lambda: cluster.jobs("PENDING") and not cluster.jobs("RUNNING", "COMPLETING"))
+    assert replay.statuses() == before
+    replay.release_provers()
+    cluster.ask("scontrol", "update", "nodename=node", "state=resume")
+    assert proved(replay.complete(run, "Driver prover crashed.\n" * JOBS)) > proved(before)
+    assert replay.complete(replay.start(mechanism=cvc5)) == verdicts
+
+
+@pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGKILL])
+@rows("under", {"alone": [()], "in an allocation": [ALLOCATE]})
+def test_stopping_the_program_cancels_its_steps(cluster, replay, under, number):
+    file = replay.dir / "slurm/mechanisms/cvc5.xml"
+    file.write_text(file.read_text().replace(
+        '<param value="cvc5"/>',
+        '<param value="sh"/><param value="-c"/><param value="sleep 1000"/>'))
+    run = replay.start(mechanism=("-m", "slurm/mechanisms/cvc5.xml"), under=under[0])
+    wait_for(lambda: len(cluster.processes("sleep")) == JOBS)
+    (psutil.Process(run.pid).children()[0] if under[0] else run).send_signal(number)
+    wait_for(lambda: not cluster.processes("sleep"))
+    run.communicate(timeout=60)
+
+
+BOTH = ["run-here", "run-slurm"]
+
+
+@rows("scripts, words, status", {
+    "exit": (BOTH, ["sh", "-c", "exit 3"], 3), "crash": (BOTH, ["sh", "-c", "kill -SEGV $$"], -11),
+    "limit kept": (BOTH, ["--megabytes", "100", "--", "true"], 0),
+    "refused": (["run-slurm"], ["--megabytes", "999999", "true"], -6),
+    "late": (["run-here"], ["--seconds", "1", "sleep", "100"], -9)})
+def test_a_limit_ends_the_run_as_a_crash(cluster, scripts, words, status):
+    for script in scripts:
+        run = subprocess.run([EXAMPLES / "slurm" / script, *words], env=cluster.environment,
+                             stdin=subprocess.DEVNULL, timeout=60)
+        assert run.returncode == status, script
+
+
+def test_input_and_output_pass_whole(cluster):
+    data = os.urandom(3 << 20)
+    run = subprocess.run([EXAMPLES / "slurm/run-slurm", "cat"], input=data, timeout=60,
+                         stdout=subprocess.PIPE, env=cluster.environment)
+    assert (run.returncode, run.stdout == data) == (0, True)
