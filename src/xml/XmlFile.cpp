@@ -4,10 +4,10 @@
 
 #include "xml/XmlFile.h"
 
+#include "file/Io.h"
 #include "text/Literals.h"
 #include "xml/TagScanner.h"
 
-#include <QFile>
 #include <QXmlDefaultHandler>
 #include <QXmlInputSource>
 #include <QXmlSimpleReader>
@@ -16,9 +16,7 @@
 #include <exception>
 #include <iostream>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace kelvarune::xml {
 
@@ -26,18 +24,10 @@ namespace {
 
 bool readRegularFile(const QString &path, QByteArray &bytes) {
   // O_NONBLOCK, so that opening a FIFO returns; it has no effect on regular files.
-  const int fd = ::open(path.toUtf8().constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (fd < 0)
-    return false;
+  const file::Descriptor file = file::openFile(path.toStdString(), O_RDONLY | O_NONBLOCK);
   struct stat status;
-  QFile file;
-  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) ||
-      !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-    ::close(fd);
-    return false;
-  }
-  bytes = file.readAll();
-  return file.error() == QFileDevice::NoError;
+  return ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+         file::readAll(file.get(), bytes);
 }
 
 // Deprecated for other uses; but the document classes read through this very parser.

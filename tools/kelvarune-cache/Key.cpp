@@ -3,7 +3,7 @@
 
 #include "kelvarune-cache/Key.h"
 
-#include "file/Descriptor.h"
+#include "file/Io.h"
 
 #include <QCryptographicHash>
 
@@ -34,7 +34,8 @@ public:
   bool addFile(int fd, off_t offset) {
     QCryptographicHash content(QCryptographicHash::Sha256);
     char block[BLOCK_BYTES];
-    for (ssize_t count; (count = ::pread(fd, block, sizeof block, offset)) != 0; offset += count) {
+    for (ssize_t count; (count = file::readSomeAt(fd, block, sizeof block, offset)) != 0;
+         offset += count) {
       if (count < 0)
         return false;
       content.addData(block, static_cast<int>(count));
@@ -55,7 +56,7 @@ bool isRegularFile(const std::string &path) {
 }
 
 bool addNamedFile(KeyHash &hash, const std::string &path) {
-  const file::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const file::Descriptor file = file::openFile(path, O_RDONLY);
   return file.isOpen() && hash.addFile(file.get(), 0);
 }
 

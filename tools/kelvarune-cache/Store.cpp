@@ -6,7 +6,7 @@
 
 #include "kelvarune-cache/Store.h"
 
-#include "file/Descriptor.h"
+#include "file/Io.h"
 
 #include <QCryptographicHash>
 #include <QList>
@@ -52,30 +52,9 @@ QByteArray headerOf(const QByteArray &key, const answer_t &answer) {
   return words + ' ' + sum.result().toHex() + '\n';
 }
 
-bool readAll(int fd, QByteArray &content) {
-  char block[1 << 16];
-  for (ssize_t count; (count = ::read(fd, block, sizeof block)) != 0;) {
-    if (count < 0)
-      return false;
-    content.append(block, static_cast<int>(count));
-  }
-  return true;
-}
-
-bool writeAll(int fd, const QByteArray &content) {
-  for (int written = 0; written < content.size();) {
-    const ssize_t count = ::write(fd, content.constData() + written,
-                                  static_cast<std::size_t>(content.size() - written));
-    if (count < 0)
-      return false;
-    written += static_cast<int>(count);
-  }
-  return true;
-}
-
 std::optional<answer_t> readEntry(int fd, const QByteArray &key) {
   QByteArray content;
-  if (!readAll(fd, content))
+  if (!file::readAll(fd, content))
     return std::nullopt;
   const int headerEnd = content.indexOf('\n') + 1;
   const QList<QByteArray> words = content.left(headerEnd).split(' ');
@@ -93,7 +72,7 @@ std::optional<answer_t> readEntry(int fd, const QByteArray &key) {
 class Usage {
 public:
   explicit Usage(const std::string &directory)
-      : file(::open((directory + "/usage").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)) {
+      : file(file::openFile(directory + "/usage", O_RDWR | O_CREAT, 0666)) {
     if (file.isOpen() && ::flock(file.get(), LOCK_EX) != 0)
       file.reset();
   }
@@ -104,7 +83,7 @@ public:
   std::optional<std::uint64_t> read() const {
     QByteArray text;
     bool isNumber = false;
-    if (!readAll(file.get(), text))
+    if (!file::readAll(file.get(), text))
       return std::nullopt;
     const std::uint64_t bytes = text.trimmed().toULongLong(&isNumber);
     return isNumber ? std::optional(bytes) : std::nullopt;
@@ -199,7 +178,7 @@ Store::Store(std::string directory, std::uint64_t maxBytes)
     : directory(std::move(directory)), maxBytes(maxBytes) {}
 
 std::optional<answer_t> Store::find(const QByteArray &key) const {
-  const file::Descriptor file(::open(pathOf(directory, key).c_str(), O_RDONLY | O_CLOEXEC));
+  const file::Descriptor file = file::openFile(pathOf(directory, key), O_RDONLY);
   if (!file.isOpen())
     return std::nullopt;
   std::optional<answer_t> answer = readEntry(file.get(), key);
@@ -222,7 +201,7 @@ bool Store::keep(const QByteArray &key, const answer_t &answer) {
   const mode_t mask = ::umask(0);
   ::umask(mask);
   const std::string path = pathOf(directory, key);
-  if (!writeAll(file.get(), header) || !writeAll(file.get(), answer.output) ||
+  if (!file::writeAll(file.get(), header) || !file::writeAll(file.get(), answer.output) ||
       ::fchmod(file.get(), 0666 & ~mask) != 0 || ::rename(temporary.c_str(), path.c_str()) != 0) {
     ::unlink(temporary.c_str());
     return false;

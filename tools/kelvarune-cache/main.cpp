@@ -3,7 +3,7 @@
 // ends the wrapper in the way in which it ended itself. Only where nothing may be run, a missing
 // answer is a failure.
 
-#include "file/Descriptor.h"
+#include "file/Io.h"
 #include "kelvarune-cache/Answer.h"
 #include "kelvarune-cache/Key.h"
 #include "kelvarune-cache/Options.h"
@@ -14,7 +14,6 @@
 
 #include <QCoreApplication>
 
-#include <cerrno>
 #include <iostream>
 
 #include <sys/mman.h>
@@ -44,8 +43,8 @@ file::Descriptor seekableInput() {
     return file::Descriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
   file::Descriptor copy(::memfd_create("goals", MFD_CLOEXEC));
   char block[1 << 16];
-  for (ssize_t count; (count = ::read(STDIN_FILENO, block, sizeof block)) != 0;) {
-    if (count < 0 ? errno != EINTR : ::write(copy.get(), block, std::size_t(count)) != count)
+  for (ssize_t count; (count = file::readSome(STDIN_FILENO, block, sizeof block)) != 0;) {
+    if (count < 0 || !file::writeAll(copy.get(), block, static_cast<std::size_t>(count)))
       return {};
   }
   ::lseek(copy.get(), 0, SEEK_SET);
@@ -69,9 +68,7 @@ int runAndKeep(const options_t &options, const std::string &program, int standar
 }
 
 int repeat(const answer_t &answer) {
-  return cache::writeOut(answer.output.constData(), answer.output.size())
-             ? answer.status
-             : cache::STATUS_OWN_FAILURE;
+  return file::writeAll(STDOUT_FILENO, answer.output) ? answer.status : cache::STATUS_OWN_FAILURE;
 }
 
 int answerGoals(const options_t &options) {
