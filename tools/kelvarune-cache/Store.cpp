@@ -14,7 +14,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
+#include <tuple>
 #include <vector>
 
 #include <sys/file.h>
@@ -103,7 +103,7 @@ private:
 };
 
 struct entry_t {
-  std::string path;
+  QByteArray key;
   timespec used;
   std::uint64_t bytes;
 };
@@ -115,9 +115,11 @@ double secondsSince(const timespec &time) {
          1e-9 * static_cast<double>(now.tv_nsec - time.tv_nsec);
 }
 
+// Of those used at the same time by the file system's clock, which may stand still for some
+// milliseconds, the order is arbitrary but always the same.
 bool usedEarlier(const entry_t &left, const entry_t &right) {
-  return std::pair(left.used.tv_sec, left.used.tv_nsec) <
-         std::pair(right.used.tv_sec, right.used.tv_nsec);
+  return std::tie(left.used.tv_sec, left.used.tv_nsec, left.key) <
+         std::tie(right.used.tv_sec, right.used.tv_nsec, right.key);
 }
 
 // Another program may change the directory meanwhile; what vanishes is not there.
@@ -125,16 +127,17 @@ std::vector<entry_t> entriesOf(const std::string &directory) {
   std::vector<entry_t> entries;
   std::error_code ignored;
   for (const auto &folder : std::filesystem::directory_iterator(directory, ignored)) {
-    if (folder.path().filename().native().size() != 2)
+    const std::string folderName = folder.path().filename();
+    if (folderName.size() != 2)
       continue;
     for (const auto &file : std::filesystem::directory_iterator(folder.path(), ignored)) {
       struct stat status;
       if (::lstat(file.path().c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         continue;
-      const bool isTemporary = file.path().filename().native().rfind(TEMPORARY_PREFIX, 0) == 0;
-      if (!isTemporary)
-        entries.push_back(
-            {file.path(), status.st_mtim, diskBytes(static_cast<std::uint64_t>(status.st_size))});
+      const std::string name = file.path().filename();
+      if (name.rfind(TEMPORARY_PREFIX, 0) != 0)
+        entries.push_back({QByteArray::fromStdString(folderName + name), status.st_mtim,
+                           diskBytes(static_cast<std::uint64_t>(status.st_size))});
       else if (secondsSince(status.st_mtim) > LEFTOVER_SECONDS)
         ::unlink(file.path().c_str());
     }
@@ -142,8 +145,10 @@ std::vector<entry_t> entriesOf(const std::string &directory) {
   return entries;
 }
 
-// Frees the space that goes beyond `limit` and returns what remains in use.
-std::uint64_t evict(std::vector<entry_t> entries, std::uint64_t limit) {
+// Frees the space that goes beyond `limit`, but not that of the answer `spared`, and returns what
+// remains in use.
+std::uint64_t evict(const std::string &directory, std::vector<entry_t> entries, std::uint64_t limit,
+                    const QByteArray &spared = {}) {
   std::sort(entries.begin(), entries.end(), usedEarlier);
   std::uint64_t used = 0;
   for (const entry_t &entry : entries)
@@ -151,7 +156,9 @@ std::uint64_t evict(std::vector<entry_t> entries, std::uint64_t limit) {
   for (const entry_t &entry : entries) {
     if (used <= limit)
       break;
-    ::unlink(entry.path.c_str());
+    if (entry.key == spared)
+      continue;
+    ::unlink(pathOf(directory, entry.key).c_str());
     used -= entry.bytes;
   }
   return used;
@@ -159,11 +166,9 @@ std::uint64_t evict(std::vector<entry_t> entries, std::uint64_t limit) {
 
 constexpr std::uint64_t NO_LIMIT = ~std::uint64_t(0);
 
-bool isDamaged(const entry_t &entry) {
-  const file::Descriptor file(::open(entry.path.c_str(), O_RDONLY | O_CLOEXEC));
-  const std::filesystem::path path(entry.path);
-  const std::string key = path.parent_path().filename().native() + path.filename().native();
-  return file.isOpen() && !readEntry(file.get(), QByteArray::fromStdString(key));
+bool isDamaged(const std::string &directory, const QByteArray &key) {
+  const file::Descriptor file = file::openFile(pathOf(directory, key), O_RDONLY);
+  return file.isOpen() && !readEntry(file.get(), key);
 }
 
 bool makeFolder(const std::string &path) {
@@ -214,7 +219,8 @@ bool Store::keep(const QByteArray &key, const answer_t &answer) {
   const std::uint64_t used = before ? *before + bytes : NO_LIMIT;
   const std::uint64_t limit = maxBytes > 0 ? maxBytes : NO_LIMIT - 1;
   usage.write(used <= limit ? used
-                            : evict(entriesOf(directory), std::max(limit - limit / 10, bytes)));
+                            : evict(directory, entriesOf(directory),
+                                    std::max(limit - limit / 10, bytes), key));
   return true;
 }
 
@@ -230,12 +236,12 @@ bool Store::cleanUp(double unusedSeconds) {
     return false;
   std::vector<entry_t> entries = entriesOf(directory);
   const auto isUseless = [&](const entry_t &entry) {
-    const bool useless =
-        (unusedSeconds > 0 && secondsSince(entry.used) > unusedSeconds) || isDamaged(entry);
-    return useless && ::unlink(entry.path.c_str()) == 0;
+    const bool useless = (unusedSeconds > 0 && secondsSince(entry.used) > unusedSeconds) ||
+                         isDamaged(directory, entry.key);
+    return useless && ::unlink(pathOf(directory, entry.key).c_str()) == 0;
   };
   entries.erase(std::remove_if(entries.begin(), entries.end(), isUseless), entries.end());
-  usage.write(evict(std::move(entries), maxBytes > 0 ? maxBytes : NO_LIMIT));
+  usage.write(evict(directory, std::move(entries), maxBytes > 0 ? maxBytes : NO_LIMIT));
   return true;
 }
 
