@@ -213,11 +213,17 @@ void end(const std::vector<session_t> &sessions) {
       break;
     signalDescendants(living, SIGSTOP);
   }
+  // Leaders first: one that waits for the others would end in order when they have gone, and nobody
+  // could see that it was stopped.
+  for (const process_t &process : living) {
+    if (process.pid == process.session)
+      ::kill(process.pid, SIGKILL);
+  }
   signalDescendants(living, SIGTERM);
   signalDescendants(living, SIGCONT);
   for (int poll = 0; poll < LAST_POLL && !living.empty(); ++poll) {
     for (const process_t &process : living) {
-      if (process.pid == process.session || poll >= GRACE_POLLS)
+      if (poll >= GRACE_POLLS)
         ::kill(process.pid, SIGKILL);
     }
     sleepMs(POLL_MS);
