@@ -8,6 +8,7 @@
 
 #include "process/ToolProcess.h"
 
+#include "file/Io.h"
 #include "process/PipeReader.h"
 #include "process/SignalMask.h"
 
@@ -32,7 +33,10 @@ constexpr int LAST_CLASSIC_SIGNAL = 31;
 
 /// All that the child needs, made ready before it exists: it must not allocate.
 struct child_t {
-  char *const *arguments;
+  const char *program;
+  char *const *words;
+  bool leadsSession;
+  sigset_t mask;
   int standardInput;
   int standardOutput;
   int standardError;
@@ -58,23 +62,22 @@ void keepStandardDescriptorsOnly() {
 
 // The child shares its memory with the program but not its table of handlers; a handler of the
 // program must not run here once the signals are let in again.
-void resetSignals() {
+void resetSignals(const child_t &child) {
   struct sigaction action = {};
   for (int number = 1; number <= LAST_CLASSIC_SIGNAL; ++number) {
     if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_DFL &&
-        (action.sa_handler != SIG_IGN || number == SIGPIPE)) {
+        (action.sa_handler != SIG_IGN || (number == SIGPIPE && child.leadsSession))) {
       action = {};
       action.sa_handler = SIG_DFL;
       ::sigaction(number, &action, nullptr);
     }
   }
-  sigset_t none;
-  sigemptyset(&none);
-  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  ::sigprocmask(SIG_SETMASK, &child.mask, nullptr);
 }
 
 [[noreturn]] void runChild(const child_t &child) {
-  ::setsid();
+  if (child.leadsSession)
+    ::setsid();
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != child.parent) // it died before the line above
     ::_exit(127);
@@ -83,9 +86,10 @@ void resetSignals() {
   ::dup2(child.standardInput, STDIN_FILENO);
   ::dup2(child.standardOutput, STDOUT_FILENO);
   ::dup2(child.standardError, STDERR_FILENO);
-  keepStandardDescriptorsOnly();
-  resetSignals();
-  ::execvp(child.arguments[0], child.arguments);
+  if (child.leadsSession)
+    keepStandardDescriptorsOnly();
+  resetSignals(child);
+  ::execvp(child.program, child.words);
   const int error = errno;
   if (::write(child.errorPipe, &error, sizeof error) < 0)
     ::_exit(126);
@@ -102,24 +106,19 @@ void resetSignals() {
   return pid;
 }
 
-std::vector<QByteArray> encoded(const std::filesystem::path &program,
-                                const QStringList &arguments) {
-  std::vector<QByteArray> result;
-  result.reserve(static_cast<std::size_t>(arguments.size()) + 1);
-  result.push_back(QByteArray::fromStdString(program.native()));
-  for (const QString &argument : arguments)
-    result.push_back(argument.toUtf8());
-  return result;
+sigset_t maskFor(place_t place) {
+  sigset_t mask;
+  sigemptyset(&mask);
+  if (place == place_t::CALLERS_SESSION)
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+  return mask;
 }
 
-// The child writes only when it could not run the program, which closes the pipe.
-bool hasError(int errorPipe) {
+// The error number that the child has met. It writes only when it could not run the program, which
+// closes the pipe.
+int errorFrom(int errorPipe) {
   int error = 0;
-  ssize_t length = 0;
-  do
-    length = ::read(errorPipe, &error, sizeof error);
-  while (length < 0 && errno == EINTR);
-  return length > 0;
+  return file::readSome(errorPipe, reinterpret_cast<char *>(&error), sizeof error) > 0 ? error : 0;
 }
 
 } // namespace
@@ -131,21 +130,38 @@ ToolProcess::~ToolProcess() {
 
 bool ToolProcess::start(const std::filesystem::path &program, const QStringList &arguments,
                         int standardInput, int standardOutput) {
-  std::vector<QByteArray> words = encoded(program, arguments);
-  std::vector<char *> pointers;
-  pointers.reserve(words.size() + 1);
-  for (QByteArray &word : words)
-    pointers.push_back(word.data());
-  pointers.push_back(nullptr);
+  start_t how;
+  how.program = program.native();
+  how.words.reserve(static_cast<std::size_t>(arguments.size()) + 1);
+  how.words.push_back(how.program);
+  for (const QString &argument : arguments)
+    how.words.push_back(argument.toStdString());
+  how.standardInput = standardInput;
+  how.standardOutput = standardOutput;
+  return start(std::move(how));
+}
 
+bool ToolProcess::start(start_t how) {
+  std::vector<char *> words;
+  words.reserve(how.words.size() + 1);
+  for (std::string &word : how.words)
+    words.push_back(word.data());
+  words.push_back(nullptr);
+
+  errorOfRun = 0;
   file::pipe_t errors = file::makePipe();
   if (!errors.readEnd.isOpen())
     return false;
-  slot = sessions::claim(owner);
-  const child_t child = {pointers.data(),
-                         standardInput < 0 ? nullDevice() : standardInput,
-                         standardOutput < 0 ? nullDevice() : standardOutput,
-                         nullDevice(),
+  const bool leads = how.place == place_t::OWN_SESSION;
+  slot = leads ? sessions::claim(owner) : nullptr;
+  const auto orNull = [](int fd) { return fd < 0 ? nullDevice() : fd; };
+  const child_t child = {how.program.c_str(),
+                         words.data(),
+                         leads,
+                         maskFor(how.place),
+                         orNull(how.standardInput),
+                         orNull(how.standardOutput),
+                         orNull(how.standardError),
                          errors.writeEnd.get(),
                          ::getpid(),
                          slot};
@@ -153,9 +169,12 @@ bool ToolProcess::start(const std::filesystem::path &program, const QStringList 
   {
     const std::lock_guard lock(endMutex);
     pid = started;
+    leadsSession = leads;
   }
   errors.writeEnd.reset();
-  if (pid < 0 || hasError(errors.readEnd.get())) {
+  if (pid > 0)
+    errorOfRun = errorFrom(errors.readEnd.get());
+  if (pid < 0 || errorOfRun != 0) {
     reap(true);
     return false;
   }
@@ -192,7 +211,7 @@ void ToolProcess::kill() {
 
 pid_t ToolProcess::session() const {
   const std::lock_guard lock(endMutex);
-  return pid;
+  return leadsSession ? pid : 0;
 }
 
 void ToolProcess::reap(bool block) {
@@ -209,7 +228,9 @@ void ToolProcess::reap(bool block) {
   const std::lock_guard lock(endMutex);
   if (pid > 0)
     ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG);
-  endedBySignal = info.si_pid != 0 && info.si_code != CLD_EXITED;
+  const bool bySignal = info.si_code != CLD_EXITED;
+  endedBy = info.si_pid != 0 && bySignal ? info.si_status : 0;
+  status = info.si_pid != 0 && !bySignal ? info.si_status : 0;
   pid = 0;
   sessions::release(slot);
   slot = nullptr;

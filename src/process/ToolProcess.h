@@ -8,17 +8,38 @@
 
 #include <filesystem>
 #include <mutex>
+#include <string>
+#include <vector>
 
 namespace kelvarune::process {
 
 class PipeReader;
 
+/// Where a tool lives.
+enum class place_t {
+  /// It leads a session of its own, with descriptors 0, 1 and 2 and no other, no blocked signal and
+  /// the default SIGPIPE.
+  OWN_SESSION,
+  /// It stays in the caller's session and process group, with the descriptors that are inherited
+  /// and the signals that are blocked or ignored there.
+  CALLERS_SESSION
+};
+
+/// How a tool is started. The descriptors are only borrowed; -1 stands for the null device.
+struct start_t {
+  std::string program;            ///< looked up in PATH when it has no directory
+  std::vector<std::string> words; ///< its arguments, the name by which it is called first
+  int standardInput = -1;
+  int standardOutput = -1;
+  int standardError = -1;
+  place_t place = place_t::OWN_SESSION;
+};
+
 /// One run of an external tool, from its start to its end.
 ///
-/// The tool gets its arguments as they are (UTF-8, no shell), the program's environment and working
-/// directory, descriptors 0, 1 and 2 and no other, no blocked signal and the default SIGPIPE. What
-/// it writes on standard error goes nowhere. It leads a session of its own and is killed by the
-/// kernel when the thread that started it ends, so it never outlives the program.
+/// The tool gets its arguments as they are (no shell) and the program's environment and working
+/// directory. It is killed by the kernel when the thread that started it ends, so it never outlives
+/// the program.
 ///
 /// Starting costs the same whatever the size of the program's heap: no page table is copied.
 ///
@@ -33,12 +54,19 @@ public:
   ToolProcess(const ToolProcess &) = delete;
   ToolProcess &operator=(const ToolProcess &) = delete;
 
-  /// Starts `program`, looked up in PATH when it has no directory. `standardInput` and
-  /// `standardOutput` are only borrowed; -1 stands for the null device. False when the program
-  /// cannot be run (it does not exist, it is no program, the arguments are too long, ...). A script
-  /// without "#!" is run by the system's shell, as everywhere.
+  /// Starts the tool. False when the program cannot be run (it does not exist, it is no program,
+  /// the arguments are too long, ...). A script without "#!" is run by the system's shell, as
+  /// everywhere.
+  bool start(start_t how);
+
+  /// Starts `program` with `arguments` (in UTF-8) in a session of its own. What it writes on
+  /// standard error goes nowhere.
   bool start(const std::filesystem::path &program, const QStringList &arguments, int standardInput,
              int standardOutput);
+
+  /// Why the program could not be run by the last start, an errno value; 0 when it was run, and
+  /// when there was not even a process to run it in.
+  int runError() const { return errorOfRun; }
 
   /// Waits until the tool has ended, and meanwhile keeps `output` (may be null) read, so that
   /// nobody who writes into it is blocked. With a limit in milliseconds (negative: none) returns
@@ -48,10 +76,14 @@ public:
   /// Kills the tool, if it runs, without waiting.
   void kill();
 
-  /// Whether the tool was ended by a signal.
-  bool crashed() const { return endedBySignal; }
+  /// Whether the tool was ended by a signal, and by which; 0 when it ended by itself.
+  bool crashed() const { return endedBy != 0; }
+  int endSignal() const { return endedBy; }
 
-  /// The session that the tool leads, 0 when it does not run. Any thread.
+  /// The exit status of a tool that ended by itself.
+  int exitStatus() const { return status; }
+
+  /// The session that the tool leads, 0 when it leads none or does not run. Any thread.
   pid_t session() const;
 
 private:
@@ -62,7 +94,10 @@ private:
   pid_t pid = 0;               // changed by the owner under endMutex
   file::Descriptor pidfd;
   sessions::slot_t *slot = nullptr;
-  bool endedBySignal = false;
+  bool leadsSession = false; // as pid
+  int errorOfRun = 0;
+  int endedBy = 0;
+  int status = 0;
 };
 
 } // namespace kelvarune::process

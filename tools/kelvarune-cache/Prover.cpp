@@ -5,18 +5,15 @@
 
 #include "kelvarune-cache/Prover.h"
 
-#include "file/Descriptor.h"
+#include "file/Io.h"
+#include "process/PipeReader.h"
+#include "process/ToolProcess.h"
 
 #include <cerrno>
-#include <cstdlib>
 
 #include <poll.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace kelvarune;
 
@@ -25,7 +22,6 @@ namespace cache {
 namespace {
 
 constexpr int LINGER_MS = 1000; // after the prover's end, for what its children still write
-constexpr int ASK_AGAIN_MS = 5; // where the kernel gives no descriptor for a process
 
 std::vector<char *> pointersTo(const std::vector<std::string> &words) {
   std::vector<char *> pointers;
@@ -46,83 +42,37 @@ int statusOfError(int error) {
   return error == ENOENT ? STATUS_NOT_FOUND : STATUS_CANNOT_RUN;
 }
 
-pid_t start(const std::string &program, const std::vector<std::string> &words, int standardInput,
-            int standardOutput) {
-  const pid_t parent = ::getpid();
-  const pid_t pid = ::fork();
-  if (pid != 0)
-    return pid;
-  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (::getppid() != parent) // it died before the line above
-    ::_exit(STATUS_OWN_FAILURE);
-  ::dup2(standardOutput, STDOUT_FILENO);
-  ::_exit(becomeProver(program, words, standardInput));
-}
-
-// Passes on what has come; false at the end of the output.
-bool passOn(int output, Answer &answer) {
-  char block[1 << 16];
-  const ssize_t count = ::read(output, block, sizeof block);
-  if (count <= 0)
-    return count < 0 && errno == EINTR;
-  answer.append(block, count);
-  if (!writeOut(block, count))
-    ::_exit(STATUS_OWN_FAILURE); // the kernel ends the prover
-  return true;
-}
-
-bool hasEnded(pid_t pid, int &status) {
-  return ::waitpid(pid, &status, WNOHANG) != 0;
-}
-
 } // namespace
-
-bool writeOut(const char *bytes, qint64 count) {
-  while (count > 0) {
-    const ssize_t written = ::write(STDOUT_FILENO, bytes, static_cast<std::size_t>(count));
-    if (written >= 0) {
-      bytes += written;
-      count -= written;
-    } else if (errno == EAGAIN) {
-      pollfd writable = {STDOUT_FILENO, POLLOUT, 0};
-      ::poll(&writable, 1, -1);
-    } else if (errno != EINTR) {
-      return false;
-    }
-  }
-  return true;
-}
 
 end_t runProver(const std::string &program, const std::vector<std::string> &words,
                 int standardInput, Answer &answer) {
-  end_t end;
   ::signal(SIGCHLD, SIG_DFL); // a caller that ignores it would lose us the prover's status
-  file::pipe_t output = file::makePipe();
-  const pid_t pid =
-      output.readEnd.isOpen() ? start(program, words, standardInput, output.writeEnd.get()) : -1;
-  if (pid < 0)
-    return end;
-  end.started = true;
-  output.writeEnd.reset();
+  file::pipe_t pipe = file::makePipe();
+  if (!pipe.readEnd.isOpen())
+    return {};
+  process::PipeReader output(std::move(pipe.readEnd), [&](const char *bytes, std::size_t size) {
+    answer.append(bytes, static_cast<qint64>(size));
+    if (!file::writeAll(STDOUT_FILENO, bytes, size))
+      ::_exit(STATUS_OWN_FAILURE); // the kernel ends the prover
+  });
 
-  const file::Descriptor process(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
-  int status = 0;
-  bool ended = false;
-  while (!ended || !end.complete) {
-    // A negative descriptor is not waited for.
-    pollfd ready[] = {{end.complete ? -1 : output.readEnd.get(), POLLIN, 0},
-                      {ended ? -1 : process.get(), POLLIN, 0}};
-    const int limitMs = ended ? LINGER_MS : process.isOpen() ? -1 : ASK_AGAIN_MS;
-    const int events = ::poll(ready, 2, limitMs);
-    if (events == 0 && ended)
-      break;
-    if (ready[0].revents != 0)
-      end.complete = !passOn(output.readEnd.get(), answer);
-    if (!ended)
-      ended = hasEnded(pid, status);
+  end_t end;
+  process::ToolProcess prover;
+  end.started = prover.start({program, words, standardInput, pipe.writeEnd.get(), STDERR_FILENO,
+                              process::place_t::CALLERS_SESSION});
+  pipe.writeEnd.reset();
+  if (!end.started) {
+    end.started = prover.runError() != 0; // a program that cannot be run has ended, as in a shell
+    end.status = statusOfError(prover.runError());
+    return end;
   }
-  end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-  end.status = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+  prover.waitForEnd(&output);
+  pollfd readable = {output.descriptor(), POLLIN, 0};
+  while (output.descriptor() >= 0 && ::poll(&readable, 1, LINGER_MS) != 0)
+    output.readSome();
+  end.complete = output.descriptor() < 0;
+  end.signal = prover.endSignal();
+  end.status = prover.exitStatus();
   return end;
 }
 

@@ -35,9 +35,6 @@ int becomeProver(const std::string &program, const std::vector<std::string> &wor
 /// the same status.
 [[noreturn]] void endLike(const end_t &end);
 
-/// Writes to standard output; false when nobody reads it or it is full.
-bool writeOut(const char *bytes, qint64 count);
-
 } // namespace cache
 
 #endif
