@@ -8,6 +8,7 @@
 #include "text/Literals.h"
 #include "xml/TagScanner.h"
 
+#include <QBuffer>
 #include <QXmlDefaultHandler>
 #include <QXmlInputSource>
 #include <QXmlSimpleReader>
@@ -52,11 +53,32 @@ private:
   std::size_t depth = 0;
 };
 
-std::size_t parsedDepth(const QXmlInputSource &source) {
+/// Bytes as the document classes give them to the parser: from a device, in blocks, of which only
+/// the first is searched for a declared encoding.
+struct source_t {
+  explicit source_t(const QByteArray &bytes) : content(bytes), device(&content), input(&device) {}
+
+  QByteArray content;
+  QBuffer device;
+  QXmlInputSource input;
+};
+
+// The text that the parser will see.
+QString decoded(const QByteArray &bytes) {
+  source_t source(bytes);
+  QXmlInputSource &input = source.input;
+  QString text;
+  for (input.fetchData(); !input.data().isEmpty(); input.fetchData())
+    text += input.data();
+  return text;
+}
+
+std::size_t parsedDepth(const QByteArray &bytes) {
   DepthHandler handler;
+  source_t source(bytes);
   QXmlSimpleReader reader;
   reader.setContentHandler(&handler);
-  reader.parse(source);
+  reader.parse(source.input);
   return handler.deepest;
 }
 
@@ -101,18 +123,20 @@ private:
   ElementVisitor &visitor;
 };
 
-// The encoding that a document declares; UTF-8 without a declaration, empty for UTF-16.
-QByteArray encodingOf(const QByteArray &bytes) {
-  constexpr int LONGEST_DECLARATION = 256;
-  const QByteArray begin = bytes.left(LONGEST_DECLARATION);
-  if (begin.startsWith("\xFE\xFF") || begin.startsWith("\xFF\xFE") || begin.contains('\0'))
-    return QByteArray();
-  const QByteArray declaration = begin.left(begin.indexOf("?>"));
+// Whether the document's tags can be found in its bytes as they are. Yes only if the parser cannot
+// take another encoding than these for the declared one, however it reads the declaration.
+bool hasAsciiTags(const QByteArray &bytes) {
+  const QByteArray mark = bytes.left(4);
+  if (mark.startsWith("\xFE\xFF") || mark.startsWith("\xFF\xFE") || mark.contains('\0'))
+    return false;
+  const QByteArray declaration = bytes.left(bytes.indexOf('>'));
   const int name = declaration.indexOf("encoding");
-  if (!declaration.contains("<?xml") || name < 0)
-    return QByteArray("UTF-8");
-  const QByteArray value = declaration.mid(declaration.indexOf('=', name) + 1).trimmed();
-  return value.isEmpty() ? QByteArray() : value.mid(1, value.indexOf(value[0], 1) - 1);
+  if (name < 0)
+    return true; // UTF-8
+  const auto isQuote = [](char c) { return c == '"' || c == '\''; };
+  const auto begin = std::find_if(declaration.begin() + name, declaration.end(), isQuote);
+  const auto end = std::find_if(std::min(begin + 1, declaration.end()), declaration.end(), isQuote);
+  return begin != end && keepsAscii(QByteArray(begin + 1, static_cast<int>(end - begin) - 1));
 }
 
 // The number of parentheses open at once in a document type, whose groups the parser descends into.
@@ -129,19 +153,12 @@ std::size_t groupDepth(const QByteArray &text) {
 }
 
 std::size_t depthOf(const QByteArray &bytes) {
-  QXmlInputSource source;
-  QByteArray text = bytes;
-  if (!keepsAscii(encodingOf(bytes))) { // decoded as the parser will
-    source.setData(bytes);
-    text = source.data().toUtf8();
-  }
+  const QByteArray text = hasAsciiTags(bytes) ? bytes : decoded(bytes).toUtf8();
   if (groupDepth(text) > MAX_DEPTH)
     return MAX_DEPTH + 1;
   if (!text.contains("<!ENTITY"))
     return nestingDepth({text.constData(), static_cast<std::size_t>(text.size())});
-  // Entities may hold elements, so a few bytes can nest without end: only the parser knows.
-  source.setData(bytes);
-  return parsedDepth(source);
+  return parsedDepth(bytes); // entities may hold elements, so a few bytes can nest without end
 }
 
 bool readBytes(const QString &path, QByteArray &bytes) {
@@ -169,8 +186,7 @@ read_result_t visitElements(const QString &path, ElementVisitor &visitor) {
   QByteArray bytes;
   if (!readBytes(path, bytes))
     return handler.result;
-  QXmlInputSource source;
-  source.setData(bytes);
+  source_t source(bytes);
   QXmlSimpleReader reader;
   // As the document classes have it.
   reader.setFeature("http://xml.org/sax/features/namespaces"_s, false);
@@ -178,7 +194,7 @@ read_result_t visitElements(const QString &path, ElementVisitor &visitor) {
   reader.setContentHandler(&handler);
   reader.setErrorHandler(&handler);
   handler.result.readable = true;
-  handler.result.wellFormed = reader.parse(source);
+  handler.result.wellFormed = reader.parse(source.input);
   if (handler.result.wellFormed && handler.exception)
     std::rethrow_exception(handler.exception);
   return handler.result;

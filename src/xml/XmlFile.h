@@ -29,8 +29,8 @@ struct read_result_t {
 /// A file that does not exist, is not a regular file or cannot be read leaves `document` as it was
 /// and gives `readable` false. A file that is not well-formed is read as far as the XML library
 /// goes, at worst into a document without a root element. A file that nests elements deeper than
-/// MAX_DEPTH, its own entities in place, is not readable either, and one line on standard error
-/// says so. Never blocks on a FIFO or a device. Any thread.
+/// MAX_DEPTH, its own entities in place and in whatever encoding, is not readable either, and one
+/// line on standard error says so. Never blocks on a FIFO or a device. Any thread.
 read_result_t readDocument(const QString &path, QDomDocument &document);
 
 /// An element as it is met while a file is read. Valid during the call that gets it.
@@ -58,10 +58,13 @@ public:
 };
 
 /// Reads the XML document in the file at `path` without keeping it, which takes half the time of
-/// readDocument and no memory for nodes. Accepts and refuses the same files.
+/// readDocument and no memory for nodes. Accepts and refuses the same files, with the same line on
+/// standard error. Any thread; `visitor` is only borrowed and is called on that thread, before the
+/// call returns.
 ///
-/// What `visitor` was told counts only if the result says `wellFormed`. An exception of the visitor
-/// ends the calls, and is raised again after a well-formed file has been read to its end.
+/// What `visitor` got counts only if the result says `wellFormed`: of another file it may have got
+/// a part. An exception of the visitor ends the calls to it, and is raised again when the file has
+/// been read to its end and is well-formed; of a file that is not it is forgotten.
 read_result_t visitElements(const QString &path, ElementVisitor &visitor);
 
 /// Whether in the encoding of this name every byte below 128 is that ASCII character, wherever it
