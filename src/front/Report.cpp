@@ -12,11 +12,15 @@ void print_proving(const std::string &component, const std::string &mechanism, b
             << mechanism << (xml ? "</proving>" : "") << std::endl;
 }
 
+void print_not_readable(const std::string &posPath, bool xml) {
+  std::cout << (xml ? "<error>" : "Error") << "File not readable " << posPath
+            << (xml ? "</error>" : "") << std::endl;
+}
+
 void print_metrics(const std::string &posPath, bool xml, const std::string &label) {
   pos::metrics_t metrics = {};
   if (!pos::getMetrics(posPath, metrics))
-    std::cout << (xml ? "<error>" : "Error") << "File not readable " << posPath
-              << (xml ? "</error>" : "") << std::endl;
+    print_not_readable(posPath, xml);
   std::cout << (xml ? "" : "End of proof") << std::endl;
   std::cout << (xml ? "<proofResult>\n" : "") << std::endl;
   std::cout << (xml ? "<total>" : "") << "TOTAL for " << label << "\t Proved " << metrics.proved

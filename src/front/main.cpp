@@ -55,8 +55,7 @@ std::vector<std::string> mechanismFiles(const options_t &options) {
     return {options.mechanismFile};
   std::vector<std::string> names;
   if (!pos::getMechanisms(options.posPath, names))
-    std::cout << (options.xml ? "<error>" : "Error") << "File not readable " << options.posPath
-              << (options.xml ? "</error>" : "") << std::endl;
+    print_not_readable(options.posPath, options.xml);
   for (std::string &name : names)
     name = options.mechanismDirectory + FILE_SEPARATOR + name + ".xml";
   return names;

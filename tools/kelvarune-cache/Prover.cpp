@@ -46,7 +46,6 @@ int statusOfError(int error) {
 
 end_t runProver(const std::string &program, const std::vector<std::string> &words,
                 int standardInput, Answer &answer) {
-  ::signal(SIGCHLD, SIG_DFL); // a caller that ignores it would lose us the prover's status
   file::pipe_t pipe = file::makePipe();
   if (!pipe.readEnd.isOpen())
     return {};
