@@ -1,10 +1,12 @@
+#include "kelvarune-cache/Key.h"
 #include "kelvarune-cache/Store.h"
 #include "support/Fixtures.h"
 
 #include <QCryptographicHash>
-#include <QDirIterator>
 
-#include <sys/stat.h>
+#include <algorithm>
+#include <filesystem>
+
 #include <utime.h>
 
 namespace {
@@ -18,25 +20,26 @@ QByteArray keyOf(int number) {
 
 class StoreTest : public testing::Test {
 protected:
-  std::string path(const QByteArray &key) const {
-    return directory.bytePath((key.left(2) + '/' + key.mid(2)).toStdString());
+  static std::string nameOf(int number) { return keyOf(number).insert(2, '/').toStdString(); }
+
+  // Makes a file look as if it had last been used `seconds` ago.
+  void age(const std::string &name, int seconds) const {
+    const utimbuf times = {::time(nullptr) - seconds, ::time(nullptr) - seconds};
+    ASSERT_EQ(::utime(directory.bytePath(name).c_str(), &times), 0);
   }
 
-  // Makes an answer look as if it had last been used `seconds` ago.
-  void age(const QByteArray &key, int seconds) const {
-    const utimbuf times = {::time(nullptr) - seconds, ::time(nullptr) - seconds};
-    ASSERT_EQ(::utime(path(key).c_str(), &times), 0);
+  void keepAged(int number, int seconds) const {
+    ASSERT_TRUE(Store(root(), 0).keep(keyOf(number), {"unsat\n", 0}));
+    age(nameOf(number), seconds);
   }
 
   int fileCount() const {
-    int count = 0;
-    QDirIterator files(directory.path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    for (; files.hasNext(); ++count)
-      files.next();
-    return count;
+    using std::filesystem::recursive_directory_iterator;
+    const auto isFile = [](const auto &entry) { return entry.is_regular_file(); };
+    return static_cast<int>(std::count_if(recursive_directory_iterator(root()), {}, isFile));
   }
 
-  bool holds(int number) { return Store(root(), 0).find(keyOf(number)).has_value(); }
+  bool holds(int number) const { return Store(root(), 0).find(keyOf(number)).has_value(); }
   std::string root() const { return directory.path().toStdString(); }
 
   TemporaryDirectory directory;
@@ -60,80 +63,61 @@ TEST_F(StoreTest, GivesBackWhatItKeptByteForByte) {
 
 TEST_F(StoreTest, TakesADamagedAnswerForAbsent) {
   Store store(root(), 0);
-  const QByteArray key = keyOf(1);
-  store.keep(key, {"unsat\nsat\n", 0});
-  const std::string whole = directory.read(path(key).substr(root().size() + 1));
-  const auto damage = [&](const std::string &content) {
-    directory.write(path(key).substr(root().size() + 1), content);
-    return store.find(key).has_value();
-  };
-  ASSERT_TRUE(damage(whole)) << "the undamaged one";
-  for (std::size_t length = 0; length < whole.size(); ++length)
-    EXPECT_FALSE(damage(whole.substr(0, length))) << "cut to " << length;
+  const std::string file = nameOf(1);
+  store.keep(keyOf(1), {"unsat\nsat\n", 0});
+  const std::string whole = directory.read(file);
   for (std::size_t place = 0; place < whole.size(); ++place) {
+    directory.write(file, whole.substr(0, place));
+    EXPECT_FALSE(store.find(keyOf(1))) << "cut to " << place;
     std::string flipped = whole;
     flipped[place] = static_cast<char>(flipped[place] ^ 1);
-    EXPECT_FALSE(damage(flipped)) << "flipped at " << place;
+    directory.write(file, flipped);
+    EXPECT_FALSE(store.find(keyOf(1))) << "flipped at " << place;
   }
-  damage(whole);
-  ASSERT_EQ(::mkdir((root() + "/" + keyOf(2).left(2).toStdString()).c_str(), 0777), 0);
-  ASSERT_EQ(::rename(path(key).c_str(), path(keyOf(2)).c_str()), 0);
+  directory.write(file, whole);
+  EXPECT_TRUE(store.find(keyOf(1)));
+  store.keep(keyOf(2), {"", 0});
+  directory.write(nameOf(2), whole);
   EXPECT_FALSE(store.find(keyOf(2))) << "under another key";
 }
 
 TEST_F(StoreTest, MakesRoomByWhatWasNotUsedForLongest) {
   constexpr int BLOCK = 4096;
   Store store(root(), 4 * BLOCK);
-  for (int number = 0; number < 4; ++number) {
-    ASSERT_TRUE(store.keep(keyOf(number), {"unsat\n", 0}));
-    age(keyOf(number), 100 - number);
-  }
+  for (int number = 0; number < 4; ++number)
+    keepAged(number, 100 - number);
   ASSERT_TRUE(store.find(keyOf(0))); // now the one used last
   ASSERT_TRUE(store.keep(keyOf(4), {"unsat\n", 0}));
-  EXPECT_TRUE(holds(0));
-  EXPECT_FALSE(holds(1));
-  EXPECT_FALSE(holds(2)); // room for some more at once
-  EXPECT_TRUE(holds(3));
-  EXPECT_TRUE(holds(4));
+  EXPECT_TRUE(holds(0) && !holds(1) && !holds(2) && holds(3) && holds(4)) << "room for some more";
   EXPECT_FALSE(store.keep(keyOf(5), {QByteArray(5 * BLOCK, 'x'), 0})) << "larger than the bound";
   EXPECT_TRUE(holds(4));
+  age(nameOf(4), -100); // a clock that was set back
   EXPECT_TRUE(store.keep(keyOf(6), {QByteArray(4 * BLOCK - 200, 'x'), 0})) << "as large as that";
-  EXPECT_TRUE(holds(6));
-  EXPECT_FALSE(holds(4));
+  EXPECT_TRUE(holds(6) && !holds(4)) << "never what was just stored";
 }
 
 TEST_F(StoreTest, CountsAnewWhenTheSumIsLost) {
   for (const char *sum : {"", "x", "-5\n"}) {
-    Store store(root(), 8 * 4096);
-    for (int number = 0; number < 8; ++number) {
-      store.keep(keyOf(number), {"unsat\n", 0});
-      age(keyOf(number), 10);
-    }
+    for (int number = 0; number < 8; ++number)
+      keepAged(number, 10);
     directory.write("usage", sum);
-    store.keep(keyOf(100), {"unsat\n", 0});
+    Store(root(), 8 * 4096).keep(keyOf(100), {"unsat\n", 0});
     EXPECT_LE(fileCount(), 8 + 1) << sum;
     EXPECT_TRUE(holds(100)) << sum;
   }
 }
 
 TEST_F(StoreTest, CleansUpWhatIsOfNoUse) {
-  Store store(root(), 0);
   for (int number = 0; number < 4; ++number)
-    store.keep(keyOf(number), {"unsat\n", 0});
-  age(keyOf(0), 1000);
-  directory.write(path(keyOf(1)).substr(root().size() + 1), "rubbish");
-  const std::string folder = keyOf(2).left(2).toStdString();
-  const std::string old = directory.write(folder + "/.new-old", "x");
-  const utimbuf longAgo = {1000000, 1000000};
-  ASSERT_EQ(::utime(old.c_str(), &longAgo), 0);
-  directory.write(folder + "/.new-now", "x");
+    keepAged(number, number == 0 ? 1000 : 0);
+  directory.write(nameOf(1), "rubbish");
+  const std::string temporary = nameOf(2).substr(0, 3) + ".new-";
+  directory.write(temporary + "old", "x");
+  age(temporary + "old", 4000);
+  directory.write(temporary + "now", "x");
   directory.write("stranger", "x");
-
-  ASSERT_TRUE(store.cleanUp(500));
-  EXPECT_FALSE(holds(0)) << "unused";
-  EXPECT_FALSE(holds(1)) << "damaged";
-  EXPECT_TRUE(holds(2));
-  EXPECT_TRUE(holds(3));
+  ASSERT_TRUE(Store(root(), 0).cleanUp(500));
+  EXPECT_TRUE(!holds(0) && !holds(1) && holds(2) && holds(3)) << "unused, damaged, two to keep";
   EXPECT_EQ(fileCount(), 2 + 1 + 1 + 1) << "two answers, usage, a young temporary file, a stranger";
   ASSERT_TRUE(Store(root(), 4096).cleanUp(0));
   EXPECT_NE(holds(2), holds(3)) << "the bound";
@@ -144,6 +128,18 @@ TEST_F(StoreTest, SaysWhenItCannotKeep) {
   EXPECT_FALSE(Store(file, 0).keep(keyOf(1), {"unsat\n", 0}));
   EXPECT_FALSE(Store(file, 0).cleanUp(0));
   EXPECT_FALSE(Store(file, 0).find(keyOf(1)));
+}
+
+TEST(Key, IsThereOnlyWhenEverythingCanBeRead) {
+  const TemporaryDirectory directory;
+  cache::request_t request;
+  request.program = directory.writeTool("prover", "#!/bin/sh\n");
+  EXPECT_TRUE(cache::keyOf(request));
+  request.goalFiles = {directory.bytePath("missing")};
+  EXPECT_FALSE(cache::keyOf(request));
+  request.goalFiles.clear();
+  request.program = directory.bytePath("missing");
+  EXPECT_FALSE(cache::keyOf(request));
 }
 
 } // namespace
