@@ -1,5 +1,7 @@
 // Counts what a POS file has stored, without judging it: statuses are taken as they stand. Each
 // level has its own mapping from status to counter, since the levels do not count the same ones.
+//
+// One counter serves files, which are read without building a document, and documents.
 
 #include "pos/PosInternal.h"
 #include "pos/pos.h"
@@ -14,9 +16,9 @@ namespace pos {
 
 namespace {
 
-template <typename Metrics>
+template <typename Metrics, typename Element>
 Metrics &findOrCreate(std::map<std::string, std::unique_ptr<Metrics>> &records,
-                      const xml::MetElement &element) {
+                      const Element &element) {
   std::unique_ptr<Metrics> &record = records[element.attribute(ATTR_NAME).toStdString()];
   if (!record)
     record = std::make_unique<Metrics>();
@@ -46,10 +48,11 @@ void count(Metrics &metrics, const counters_t<Metrics> &counters, status_t statu
     ++(metrics.*counters[status]);
 }
 
-/// Counts what is met, goal by goal.
+/// Counts the parts of one document as they are met. An element is a QDomElement or a start tag.
 class Counter {
 public:
-  void operator()(part_t part, const xml::MetElement &element) {
+  template <typename Element>
+  void operator()(part_t part, const Element &element) {
     switch (part) {
     case part_t::GOAL:
       count(metrics, GOALS, statusOf(element));
@@ -67,13 +70,16 @@ public:
     case part_t::DRIVER:
       count(findOrCreate(mechanism->drivers, element), DRIVERS, statusOf(element));
       break;
+    default:
+      break; // has nothing to count
     }
   }
 
   metrics_t metrics;
 
 private:
-  void countMechanism(const xml::MetElement &element) {
+  template <typename Element>
+  void countMechanism(const Element &element) {
     mechanism = &findOrCreate(metrics.mechanisms, element);
     const status_t status = statusOf(element);
     count(*mechanism, MECHANISMS, status);
@@ -88,9 +94,15 @@ private:
 
 } // namespace
 
+metrics_t metricsOf(const QDomDocument &document) {
+  Counter counter;
+  visitParts(document, part_t::DOCUMENT, std::ref(counter));
+  return std::move(counter.metrics);
+}
+
 bool getMetrics(const std::string &path, metrics_t &metrics) {
   Counter counter;
-  const xml::read_result_t result = visitGoals(path, std::ref(counter));
+  const xml::read_result_t result = visitPartsOfFile(path, std::ref(counter));
   if (!result.readable)
     return false;
   metrics_t found = result.wellFormed ? std::move(counter.metrics) : metrics_t();

@@ -1,7 +1,6 @@
 // The vocabulary of the POS document, the tables built from it and the rule that ties the status of
 // a goal to its parts. Constants and tables stand in one file, the constants first, because the
-// order of static initialisation holds only within a file. The dictionaries are built when they are
-// first used, so that they may be used during the initialisation of other files as well.
+// order of static initialisation holds only within a file.
 
 #include "pos/pos.h"
 
@@ -126,8 +125,8 @@ status_t statusOf(const QDomElement &element) {
   return proofStatusOfAttrValue(element.attribute(ATTR_STATUS, ATTR_VALUE_UNPROVED));
 }
 
-status_t statusOf(const xml::MetElement &element) {
-  return proofStatusOfAttrValue(element.attribute(ATTR_STATUS, ATTR_VALUE_UNPROVED));
+status_t statusOf(const xml::StartTag &tag) {
+  return proofStatusOfAttrValue(tag.attribute(ATTR_STATUS, ATTR_VALUE_UNPROVED));
 }
 
 status_t expectedStatus(const QDomElement &goal) {

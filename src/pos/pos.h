@@ -21,8 +21,9 @@ class QDomDocument;
 /// the root is not checked.
 ///
 /// Errors: a status text that is not in its table raises std::out_of_range, which nothing here
-/// catches. Threads: constants, tables and conversions may be used by any thread. The operations on
-/// a document take no lock, whoever shares a document serialises access to it.
+/// catches. Threads: constants, tables and conversions are built before main, so that no other
+/// file's static initialisation may use them; from then on any thread may. The operations on a
+/// document take no lock, whoever shares a document serialises access to it.
 namespace pos {
 
 // ---- Status values and vocabulary: pos.cpp
@@ -159,6 +160,9 @@ struct metrics_t {
 /// read. A file that is not well-formed has no goals. Raises std::out_of_range for an unknown
 /// status of a goal, a mechanism or a driver; `metrics` is then as it was.
 bool getMetrics(const std::string &path, metrics_t &metrics);
+
+/// Counts the goals of `document` in the same way. Raises std::out_of_range as getMetrics.
+metrics_t metricsOf(const QDomDocument &document);
 
 } // namespace pos
 

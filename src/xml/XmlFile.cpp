@@ -89,7 +89,7 @@ public:
 
   bool startElement(const QString &, const QString &, const QString &name,
                     const QXmlAttributes &attributes) override {
-    attempt([&] { visitor.open(MetElement(name, attributes)); });
+    attempt([&] { visitor.open(StartTag(name, attributes)); });
     return true;
   }
 
@@ -173,7 +173,7 @@ bool readBytes(const QString &path, QByteArray &bytes) {
 
 } // namespace
 
-QString MetElement::attribute(const QString &name, const QString &absent) const {
+QString StartTag::attribute(const QString &name, const QString &absent) const {
   for (int i = attributes.count() - 1; i >= 0; --i) {
     if (attributes.qName(i) == name)
       return attributes.value(i);

@@ -33,10 +33,11 @@ struct read_result_t {
 /// line on standard error says so. Never blocks on a FIFO or a device. Any thread.
 read_result_t readDocument(const QString &path, QDomDocument &document);
 
-/// An element as it is met while a file is read. Valid during the call that gets it.
-class MetElement {
+/// The start tag of an element, as it is met while a file is read. Valid during the call that gets
+/// it.
+class StartTag {
 public:
-  MetElement(const QString &name, const QXmlAttributes &attributes)
+  StartTag(const QString &name, const QXmlAttributes &attributes)
       : qualifiedName(name), attributes(attributes) {}
 
   const QString &name() const { return qualifiedName; }
@@ -53,7 +54,7 @@ private:
 class ElementVisitor {
 public:
   virtual ~ElementVisitor() = default;
-  virtual void open(const MetElement &element) = 0;
+  virtual void open(const StartTag &tag) = 0;
   virtual void close() = 0;
 };
 

@@ -1,108 +1,98 @@
+#include "pos/Faults.h"
 #include "pos/PosInternal.h"
-#include "pos/pos.h"
 #include "support/Fixtures.h"
+#include "text/Literals.h"
 
-#include <iterator>
+#include <map>
 #include <sstream>
 #include <stdexcept>
+
+using namespace kelvarune;
 
 namespace {
 
 TEST(PosStatus, ReadsEachTextAndWritesTheCanonicalOne) {
-  const struct {
-    const char *text;
-    pos::status_t status;
-    const char *canonical;
-    char mark;
-  } rows[] = {
-      {"Unproved", pos::UNPROVED, "Unproved", '-'},
-      {"Unknown", pos::UNKNOWN, "Unknown", '-'},
-      {"UnreliablyProved", pos::UNRELIABLY_PROVED, "UnreliablyProved", '*'},
-      {"Proved", pos::PROVED, "Proved", '+'},
-      {"Proved(0)", pos::PROVED, "Proved", '+'},
-      {"Proved(1)", pos::PROVED, "Proved", '+'},
-      {"Proved(2)", pos::PROVED, "Proved", '+'},
-      {"Proved(3)", pos::PROVED, "Proved", '+'},
-      {"Proved(Util)", pos::PROVED, "Proved", '+'},
-      {"Proved(Rapide)", pos::PROVED, "Proved", '+'},
-      {"Disproved", pos::DISPROVED, "Disproved", '!'},
-  };
-  EXPECT_EQ(pos::proofStatusOfAttrValue_dict().size(), std::size(rows));
-  for (const auto &row : rows) {
-    SCOPED_TRACE(row.text);
-    const pos::status_t status = pos::proofStatusOfAttrValue(QString::fromUtf8(row.text));
-    EXPECT_EQ(status, row.status);
-    std::ostringstream stream;
-    stream << "[" << status << "]";
-    EXPECT_EQ(stream.str(), "[" + std::string(row.canonical) + "]");
-    EXPECT_EQ(pos::charOfStatus.at(status), row.mark);
+  const std::map<pos::status_t, QStringList> texts = {
+      // the first one is canonical
+      {pos::UNPROVED, {"Unproved"_s}},
+      {pos::UNKNOWN, {"Unknown"_s}},
+      {pos::UNRELIABLY_PROVED, {"UnreliablyProved"_s}},
+      {pos::PROVED,
+       {"Proved"_s, "Proved(0)"_s, "Proved(1)"_s, "Proved(2)"_s, "Proved(3)"_s, "Proved(Util)"_s,
+        "Proved(Rapide)"_s}},
+      {pos::DISPROVED, {"Disproved"_s}}};
+  std::map<QString, pos::status_t> dictionary;
+  std::ostringstream shown;
+  for (const auto &[status, list] : texts) {
+    for (const QString &text : list)
+      dictionary[text] = status;
+    shown << status << pos::charOfStatus.at(status);
   }
-}
-
-TEST(PosStatus, RefusesWhatIsNoStatus) {
-  for (const char *text : {"Valid", "Invalid", "proved", "Proved(4)", " Proved", ""}) {
-    EXPECT_THROW(pos::proofStatusOfAttrValue(QString::fromUtf8(text)), std::out_of_range)
-        << "'" << text << "'";
-  }
+  EXPECT_EQ(pos::proofStatusOfAttrValue_dict(), dictionary);
+  EXPECT_EQ(shown.str(), "Unproved-Unknown-UnreliablyProved*Proved+Disproved!");
+  EXPECT_THROW(pos::proofStatusOfAttrValue("Valid"_s), std::out_of_range);
   EXPECT_THROW(pos::strOfProofStatus(static_cast<pos::status_t>(5)), std::out_of_range);
 }
 
-pos::status_t expectedStatusOf(const std::string &parts) {
-  const QDomDocument document = documentOf("<Simple_Goal>" + parts + "</Simple_Goal>");
-  return pos::expectedStatus(document.documentElement());
+TEST(GoalName, HasItsNumberAfterTheLastDot) {
+  for (const char *text : {"T.1", "a.b.12", ".3"})
+    EXPECT_EQ(pos::strOfGoalName(pos::goalNameOfStr(QString::fromUtf8(text)).value()).toStdString(),
+              text);
+  EXPECT_EQ(pos::goalNameOfStr("a.b.12"_s)->tag, "a.b"_s);
+  for (const char *text : {"", "T", "1", "T.", "T.0", "T.-1", "T.x", "T.1x", "T.1."})
+    EXPECT_FALSE(pos::goalNameOfStr(QString::fromUtf8(text))) << text;
 }
 
-TEST(ExpectedStatus, FollowsFromTheParts) {
+// The goals have a status that never follows, so each has a fault: that one or an earlier.
+TEST(ExpectedStatus, FollowsFromThePartsAndFaultsForeseeIt) {
   const struct {
     const char *name;
     const char *parts;
-    pos::status_t status;
+    const char *status; ///< Empty: there is an error.
   } rows[] = {
-      {"nothing at all", "", pos::UNPROVED},
-      {"proof state without attribute", "<Proof_State/>", pos::UNPROVED},
-      {"plain Proved is no proved state", "<Proof_State proofState='Proved'/>", pos::UNPROVED},
-      {"unheard-of proof state", "<Proof_State proofState='Proved(9)'/>", pos::UNPROVED},
-      {"proved state", "<Proof_State proofState='Proved(Rapide)'/>", pos::PROVED},
-      {"only the first proof state counts",
-       "<Proof_State proofState='Unproved'/><Proof_State proofState='Proved(0)'/>", pos::UNPROVED},
-      {"valid", "<iapa><status value='Valid'/></iapa>", pos::UNRELIABLY_PROVED},
-      {"invalid beats proved state",
-       "<Proof_State proofState='Proved(1)'/><iapa><status value='Invalid'/></iapa>",
-       pos::DISPROVED},
-      {"iapa unknown", "<iapa><status value='Unknown'/></iapa>", pos::UNPROVED},
-      {"iapa unproved does no harm",
-       "<Proof_State proofState='Proved(2)'/><iapa><status value='Unproved'/></iapa>", pos::PROVED},
-      {"only the first iapa counts",
-       "<iapa><status value='Valid'/></iapa><iapa><status value='Invalid'/></iapa>",
-       pos::UNRELIABLY_PROVED},
-      {"only the first status of iapa counts",
-       "<iapa><x/><status value='Unproved'/><status value='Invalid'/></iapa>", pos::UNPROVED},
+      {"nothing", "", "Unproved"},
+      {"no proof state", "<Proof_State/><Proof_State proofState='Proved(0)'/>", "Unproved"},
+      {"plain Proved is no proved state", "<Proof_State proofState='Proved'/>", "Unproved"},
+      {"own proof", "<Proof_State proofState='Proved(Rapide)'/><Mechanism status='Unknown'/>",
+       "Proved"},
+      {"first status of the first iapa",
+       "<iapa><x/><status value='Valid'/><status value='Invalid'/></iapa>"
+       "<iapa><status value='Invalid'/></iapa><Mechanism status='Unknown'/>",
+       "UnreliablyProved"},
+      {"invalid beats own proof",
+       "<Proof_State proofState='Proved(1)'/><iapa><status value='Invalid'/></iapa>", "Disproved"},
+      {"iapa has no vote", "<iapa><status value='Unknown'/></iapa>", "Unproved"},
       {"one disproof beats proofs",
-       "<Proof_State proofState='Proved(0)'/><Mechanism status='Proved'/>"
-       "<Mechanism status='Disproved'/><Mechanism status='Proved'/>",
-       pos::DISPROVED},
+       "<Mechanism status='Proved'/><Mechanism status='Disproved'/><Mechanism status='Proved'/>",
+       "Disproved"},
       {"proof beats unreliable proof",
-       "<Proof_State proofState='Unproved'/><Mechanism status='UnreliablyProved'/>"
-       "<Mechanism status='Proved'/>",
-       pos::PROVED},
-      {"unreliable proof beats unknown",
-       "<Mechanism status='UnreliablyProved'/><Mechanism status='Unknown'/>",
-       pos::UNRELIABLY_PROVED},
+       "<Mechanism status='UnreliablyProved'/><Mechanism status='Proved'/>", "Proved"},
       {"drivers and strange elements have no vote",
        "<x><Mechanism status='Disproved'/></x>"
        "<Mechanism status='Unproved'><Driver status='Proved'/></Mechanism>",
-       pos::UNPROVED},
+       "Unproved"},
+      {"mechanism without verdict", "<Mechanism name='M'/>", ""},
+      {"own proof's text of a mechanism", "<Mechanism status='Proved(0)'/>", ""},
+      {"text of a mechanism in iapa", "<iapa><status value='Proved'/></iapa>", ""},
+      {"iapa without value", "<iapa><status/></iapa>", ""},
+      {"iapa without status", "<iapa value='Valid'/>", ""},
   };
-  for (const auto &row : rows)
-    EXPECT_EQ(expectedStatusOf(row.parts), row.status) << row.name;
-}
-
-TEST(ExpectedStatus, RefusesUnknownAndMissingVerdicts) {
-  for (const char *parts :
-       {"<Mechanism name='M'/>", "<Mechanism status='Proved(0)'/>",
-        "<Mechanism status='Disproved'/><Mechanism status='Valid'/>", // though the first decides
-        "<iapa><status value='Proved'/></iapa>", "<iapa/>", "<iapa><status/></iapa>"})
-    EXPECT_THROW(expectedStatusOf(parts), std::out_of_range) << parts;
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.name);
+    const QDomDocument document =
+        documentOf("<r><Proof_Obligation><Simple_Goal status='Unknown'>" + std::string(row.parts) +
+                   "</Simple_Goal></Proof_Obligation></r>");
+    const pos::goal_t goal = pos::goalsOf(document).at(0);
+    const std::vector<pos::fault_t> faults = pos::faultsOf(document, pos::use_t::CHECKING);
+    ASSERT_EQ(faults.size(), 1u);
+    if (faults[0].kind != pos::fault_kind_t::UNFOUNDED) {
+      EXPECT_STREQ(row.status, "");
+      EXPECT_THROW(pos::expectedStatus(goal.element), std::out_of_range);
+    } else {
+      EXPECT_EQ(pos::strOfProofStatus(faults[0].expected).toStdString(), row.status);
+      EXPECT_EQ(pos::expectedStatus(goal.element), faults[0].expected);
+    }
+  }
 }
 
 } // namespace

@@ -58,7 +58,7 @@ TEST(TagScanner, FindsTheTagsAndNothingElse) {
 /// Writes the elements that it meets as textOf writes those of a document.
 class Writer : public xml::ElementVisitor {
 public:
-  void open(const xml::MetElement &element) override {
+  void open(const xml::StartTag &element) override {
     text += element.name() + "="_s + element.attribute("x"_s, "none"_s) + "("_s;
     if (element.name() == "throw"_s)
       throw std::out_of_range("visitor");

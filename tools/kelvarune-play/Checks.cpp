@@ -1,19 +1,15 @@
 // Everything that would end a run half-way, or let it run for nothing, is found before the first
-// tool starts. The checks ask the libraries; they know no format of their own.
+// tool starts. The libraries know what is wrong with a file; here are the words and remedies.
 
 #include "Checks.h"
 
-#include "mechanism/Mechanism.h"
-#include "pos/PosCheck.h"
-#include "pos/PosInternal.h"
+#include "mechanism/Faults.h"
+#include "pos/Faults.h"
 #include "text/Literals.h"
-#include "xml/XmlFile.h"
 
-#include <QDir>
 #include <QFileInfo>
 
-#include <filesystem>
-#include <stdexcept>
+#include <optional>
 
 #include <unistd.h>
 
@@ -29,141 +25,92 @@ QString placed(const QString &file, int line, int column) {
   return "%1:%2:%3: "_s.arg(file, QString::number(line), QString::number(column));
 }
 
-QString placed(const QString &file, const QDomElement &element) {
-  return placed(file, element.lineNumber(), element.columnNumber());
-}
-
-QString tagOf(const QDomElement &obligation) {
-  return obligation.firstChildElement(pos::TAG_TAG).text();
-}
-
 QStringList faultsOfGoal(const play_options_t &options, const QDomDocument &document) {
-  const QStringList parts = options.goal.split(QLatin1Char('.'));
-  bool isNumber = false;
-  const int number = parts.value(1).toInt(&isNumber);
-  if (parts.size() != 2 || !isNumber || number < 1)
+  const std::optional<pos::goal_name_t> name = pos::goalNameOfStr(options.goal);
+  // The director takes a filter apart at all its dots.
+  if (!name || name->tag.contains(QLatin1Char('.')))
     return {
         "--goal %1: must be TAG.N, with N counted from 1 and one dot only."_s.arg(options.goal)};
-  for (const QDomElement &obligation :
-       xml::children(document.documentElement(), pos::TAG_PROOF_OBLIGATION)) {
-    if (tagOf(obligation) != parts[0])
+  for (const pos::obligation_t &obligation : pos::obligationsOf(document)) {
+    if (obligation.tag != name->tag)
       continue;
-    int count = 0;
-    for (const QDomElement &goal : xml::children(obligation, pos::TAG_SIMPLE_GOAL))
-      count += goal.isNull() ? 0 : 1;
-    if (number <= count)
+    const int count = static_cast<int>(obligation.goals.size());
+    if (name->number <= count)
       return {};
     return {"--goal %1: obligation %2 of %3 has %4 goal(s)."_s.arg(
-        options.goal, parts[0], options.posPath, QString::number(count))};
+        options.goal, name->tag, options.posPath, QString::number(count))};
   }
   return {"--goal %1: no obligation of %2 has the tag %3."_s.arg(options.goal, options.posPath,
-                                                                 parts[0])};
+                                                                 name->tag)};
+}
+
+QString textOf(const pos::fault_t &fault, const QString &file) {
+  if (fault.kind == pos::fault_kind_t::UNREADABLE)
+    return file + ": cannot be read; allow reading."_s;
+  if (fault.kind == pos::fault_kind_t::MALFORMED)
+    return placed(file, fault.line, fault.column) +
+           "not well-formed XML (%1); restore the file, perhaps from %2~."_s.arg(fault.text, file);
+  return placed(file, fault.line, fault.column) +
+         "unknown status '%1' in goal %2 of obligation %3; correct it."_s.arg(
+             fault.text, QString::number(fault.place.number), fault.place.tag);
 }
 
 QStringList faultsOfPos(const play_options_t &options) {
   QDomDocument document;
-  const xml::read_result_t read = xml::readDocument(options.posPath, document);
-  if (!read.readable)
-    return {options.posPath + ": cannot be read; allow reading."_s};
-  if (!read.wellFormed)
-    return {placed(options.posPath, read.line, read.column) +
-            "not well-formed XML (%1); restore the file, perhaps from %2~."_s.arg(read.message,
-                                                                                  options.posPath)};
   QStringList faults;
-  for (const pos::unknown_status_t &fault : pos::unknownStatuses(document))
-    faults << placed(options.posPath, fault.line, fault.column) +
-                  "unknown status '%1' in goal %2 of obligation %3; correct it."_s.arg(
-                      fault.text, QString::number(fault.goal), fault.tag);
+  for (const pos::fault_t &fault : pos::readFaults(options.posPath, pos::use_t::COUNTING, document))
+    faults << textOf(fault, options.posPath);
   if (faults.isEmpty() && !options.goal.isEmpty())
     faults = faultsOfGoal(options, document);
   return faults;
 }
 
-QString placesSearched(const std::filesystem::path &path, const play_options_t &options) {
-  QString name = QString::fromStdString(path.native());
-  if (path.is_absolute())
-    return name;
-  QStringList places;
-  for (const std::string &directory : options.installDirs)
-    places << QString::fromStdString(directory);
-  places << QDir::currentPath();
-  return name + " in "_s + places.join(", "_s);
-}
-
-// The fault of one tool of a driver, empty when there is none.
-QString faultOfTool(const QString &file, const QDomElement &driver, const QString &tag,
-                    const play_options_t &options) {
-  const QString role = "%1 of driver %2"_s.arg(tag, driver.attribute(mechanism::ATTR_NAME));
-  const QDomElement tool = driver.firstChildElement(tag);
-  if (tool.isNull())
-    return placed(file, driver) + role + " is missing; describe it."_s;
-  std::filesystem::path path = mechanism::computePath(tool.attribute(mechanism::ATTR_PATH),
-                                                      tool.attribute(mechanism::ATTR_RESOURCE))
-                                   .toStdString();
-  if (mechanism::checkToolExistence(path, options.installDirs))
-    return QString();
-  return placed(file, tool) + role +
-         " not found; looked for the executable %1; install it, or name its place "
-         "with --installdir or a resource file."_s.arg(placesSearched(path, options));
-}
-
-QStringList faultsOfTools(const QString &file, const QDomElement &root,
-                          const play_options_t &options) {
-  QStringList faults;
-  for (const QDomElement &driver : xml::children(root, mechanism::TAG_DRIVER)) {
-    for (const QString &tag : {mechanism::TAG_WRITER, mechanism::TAG_PROVER, mechanism::TAG_READER})
-      faults << faultOfTool(file, driver, tag, options);
+QString textOf(const mechanism::fault_t &fault, const QString &file) {
+  using mechanism::fault_kind_t;
+  const QString place = placed(file, fault.line, fault.column);
+  const QString tool = "%1 of driver %2"_s.arg(fault.role, fault.driver);
+  switch (fault.kind) {
+  case fault_kind_t::UNREADABLE:
+    return file + ": cannot be read; --mechanism names a description file."_s;
+  case fault_kind_t::MALFORMED:
+    return place + "not well-formed XML (%1); correct it."_s.arg(fault.text);
+  case fault_kind_t::NO_MECHANISM:
+    return file + ": has no element 'mechanism'; it is no mechanism description."_s;
+  case fault_kind_t::MISSING_TOOL:
+    return place + tool + " is missing; describe it."_s;
+  case fault_kind_t::TOOL_NOT_FOUND:
+    return place + tool + " not found; looked for the executable "_s + fault.text +
+           (fault.places.isEmpty() ? QString() : " in "_s + fault.places.join(", "_s)) +
+           "; install it, or name its place with --installdir or a resource file."_s;
+  case fault_kind_t::UNKNOWN_WORD:
+    return place + "%1 '%2' does not exist; there are %3."_s.arg(fault.name, fault.text,
+                                                                 fault.known.join(", "_s));
+  case fault_kind_t::UNKNOWN_DEFINITION:
+    break;
   }
-  faults.removeAll(QString());
-  return faults;
-}
-
-template <typename Values>
-QString faultOfWord(const QString &file, const QDomElement &element, const QString &attribute,
-                    const Values &values) {
-  if (!element.hasAttribute(attribute) || values.count(element.attribute(attribute)) > 0)
-    return QString();
-  QStringList known;
-  for (const auto &[text, value] : values)
-    known << text;
-  return placed(file, element) + "%1 '%2' does not exist; there are %3."_s.arg(
-                                     attribute, element.attribute(attribute), known.join(", "_s));
-}
-
-QStringList faultsOfWords(const QString &file, const QDomElement &root) {
-  QStringList faults = {faultOfWord(file, root, mechanism::ATTR_TRUST, mechanism::trustOfXmlAttr)};
-  for (const QDomElement &driver : xml::children(root, mechanism::TAG_DRIVER))
-    faults << faultOfWord(file, driver, mechanism::ATTR_GROUP, mechanism::groupOfXmlAttr);
-  faults.removeAll(QString());
-  return faults;
+  return file + ": an 'expand' names a definition that does not exist; only the "
+                "first 'definition' counts."_s;
 }
 
 // Faults of one description; adds the names of its drivers.
 QStringList faultsOfMechanism(const QString &file, const play_options_t &options,
                               QStringList &drivers) {
-  QDomDocument document;
-  const xml::read_result_t read = xml::readDocument(file, document);
-  if (!read.readable)
-    return {file + ": cannot be read; --mechanism names a description file."_s};
-  if (!read.wellFormed)
-    return {placed(file, read.line, read.column) +
-            "not well-formed XML (%1); correct it."_s.arg(read.message)};
-  const QDomElement root = document.firstChildElement(mechanism::TAG_MECHANISM);
-  if (root.isNull())
-    return {file + ": has no element 'mechanism'; it is no mechanism description."_s};
-  QStringList faults = faultsOfTools(file, root, options) + faultsOfWords(file, root);
-  if (!faults.isEmpty())
-    return faults;
+  using mechanism::fault_kind_t;
   mechanism::mechanism_t mechanism;
-  try {
-    if (!mechanism::ofFile(file, mechanism, options.installDirs))
-      return {file + ": changed while it was checked; try again."_s};
-  } catch (const std::out_of_range &) {
-    return {file + ": an 'expand' names a definition that does not exist; only the "
-                   "first 'definition' counts."_s};
+  QStringList tools;
+  QStringList definitions;
+  QStringList others;
+  for (const mechanism::fault_t &fault :
+       mechanism::readFaults(file, mechanism, options.installDirs)) {
+    const bool isTool =
+        fault.kind == fault_kind_t::MISSING_TOOL || fault.kind == fault_kind_t::TOOL_NOT_FOUND;
+    const bool isDefinition = fault.kind == fault_kind_t::UNKNOWN_DEFINITION;
+    (isTool ? tools : isDefinition ? definitions : others) << textOf(fault, file);
   }
   drivers += mechanism.driver_names;
-  return {};
+  const QStringList faults = tools + others;
+  definitions.removeDuplicates(); // their text names none of them
+  return faults.isEmpty() ? definitions : faults;
 }
 
 } // namespace
@@ -206,13 +153,14 @@ QStringList faultsOfContents(const play_options_t &options) {
 }
 
 QStringList misdirectedDrivers(const play_options_t &options) {
+  const std::optional<pos::goal_name_t> name = pos::goalNameOfStr(options.goal);
+  if (!name)
+    return {};
   QDomDocument document;
-  xml::readDocument(options.posPath, document);
-  const QString first =
-      tagOf(document.documentElement().firstChildElement(pos::TAG_PROOF_OBLIGATION));
-  const QString tag = options.goal.section(QLatin1Char('.'), 0, 0);
+  pos::readFaults(options.posPath, pos::use_t::COUNTING, document);
+  const QString first = pos::obligationsOf(document).front().tag;
   QStringList lines;
-  if (options.goal.isEmpty() || first == tag)
+  if (first == name->tag)
     return lines;
   for (const QString &file : options.mechanisms) {
     mechanism::mechanism_t mechanism;

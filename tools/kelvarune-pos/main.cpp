@@ -1,8 +1,8 @@
 // Starts the subcommand that the command line names.
 
-#include "Commands.h"
-#include "Options.h"
-#include "Output.h"
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "output/Output.h"
 #include "process/StartUp.h"
 #include "text/Literals.h"
 
@@ -16,16 +16,12 @@ using namespace kelvarune;
 
 namespace {
 
-int report(const options_t &options) {
-  return options.html ? commands::htmlReport(options) : commands::junitReport(options);
-}
-
 int run(const options_t &options) {
   static const std::map<QString, int (*)(const options_t &)> table = {
       {"list"_s, commands::list},       {"stats"_s, commands::stats},
       {"goals"_s, commands::goals},     {"check"_s, commands::check},
       {"unprove"_s, commands::unprove}, {"remove"_s, commands::remove},
-      {"diff"_s, commands::diff},       {"report"_s, report}};
+      {"diff"_s, commands::diff},       {"report"_s, commands::report}};
   return table.at(options.command)(options);
 }
 

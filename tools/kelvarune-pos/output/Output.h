@@ -1,5 +1,5 @@
-#ifndef KELVARUNE_TOOLS_POS_OUTPUT_H
-#define KELVARUNE_TOOLS_POS_OUTPUT_H
+#ifndef KELVARUNE_TOOLS_POS_OUTPUT_OUTPUT_H
+#define KELVARUNE_TOOLS_POS_OUTPUT_OUTPUT_H
 
 #include "pos/pos.h"
 
@@ -28,6 +28,9 @@ int finishJson(const char *kind, const QString &path, QJsonObject content, int s
 
 /// A name as people can read it on one line: control characters replaced, "(no name)" when empty.
 QString shown(const QString &name);
+
+/// "PATH:LINE:COLUMN: ", as compilers write it, so that editors find the place.
+QString placed(const QString &path, int line, int column);
 
 /// `number` and the noun, in the plural unless there is one: "3 goals".
 QString counted(int number, const char *noun);

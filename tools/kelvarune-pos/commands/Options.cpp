@@ -1,9 +1,9 @@
 // One table says which subcommand takes which arguments and options; from it come the parser and
 // the help of each, so that an option is refused where it would have no effect.
 
-#include "Options.h"
+#include "commands/Options.h"
 
-#include "Output.h"
+#include "output/Output.h"
 #include "text/Literals.h"
 
 #include <QCommandLineParser>

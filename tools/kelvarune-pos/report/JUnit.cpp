@@ -1,12 +1,10 @@
 // The goals as a test run, for CI servers that know nothing else: an obligation is a suite, a goal
 // a case. An unreliable proof is no pass; it shows as an unproved goal does, and says why.
 
-#include "Commands.h"
-#include "Goals.h"
-#include "Options.h"
-#include "Output.h"
-#include "Report.h"
+#include "report/JUnit.h"
+
 #include "front/Utils.h"
+#include "output/Words.h"
 #include "text/Literals.h"
 
 #include <QXmlStreamWriter>
@@ -32,9 +30,9 @@ QString xmlText(QString text) {
 /// Writes one report.
 class JUnitWriter {
 public:
-  JUnitWriter(QByteArray &bytes, const options_t &options)
-      : xml(&bytes), unprovedFails(options.unprovedFails),
-        component(xmlText(QString::fromStdString(baseNameOfPath(options.file().toStdString())))) {}
+  JUnitWriter(QByteArray &bytes, const QString &path, bool unprovedFails)
+      : xml(&bytes), unprovedFails(unprovedFails),
+        component(xmlText(QString::fromStdString(baseNameOfPath(path.toStdString())))) {}
 
   void write(const goals_t &goals) {
     xml.setAutoFormatting(true);
@@ -80,7 +78,7 @@ private:
   void writeCase(const goal_t &goal) {
     xml.writeStartElement("testcase"_s);
     xml.writeAttribute("classname"_s, component + QLatin1Char('.') + xmlText(goal.place.tag));
-    xml.writeAttribute("name"_s, goal.place.text());
+    xml.writeAttribute("name"_s, textOf(goal.place));
     xml.writeAttribute("time"_s, "0"_s);
     if (isSkipped(goal))
       writeOutcome("skipped"_s, goal);
@@ -95,7 +93,7 @@ private:
   void writeOutcome(const QString &element, const goal_t &goal) {
     const QString status = pos::strOfProofStatus(goal.status);
     xml.writeStartElement(element);
-    xml.writeAttribute("message"_s, goal.place.text() + ": "_s + status);
+    xml.writeAttribute("message"_s, textOf(goal.place) + ": "_s + status);
     if (element == "failure"_s)
       xml.writeAttribute("type"_s, status);
     xml.writeEndElement();
@@ -108,11 +106,8 @@ private:
 
 } // namespace
 
-int commands::junitReport(const options_t &options) {
-  goals_t goals;
-  if (!readGoals(options.file(), goals))
-    return EXIT_REFUSED;
+QByteArray junitReport(const QString &path, const goals_t &goals, bool unprovedFails) {
   QByteArray bytes;
-  JUnitWriter(bytes, options).write(goals);
-  return finishReport(options, bytes);
+  JUnitWriter(bytes, path, unprovedFails).write(goals);
+  return bytes;
 }

@@ -1,10 +1,11 @@
-#ifndef KELVARUNE_TOOLS_POS_GOALS_H
-#define KELVARUNE_TOOLS_POS_GOALS_H
+#ifndef KELVARUNE_TOOLS_POS_MODEL_GOALS_H
+#define KELVARUNE_TOOLS_POS_MODEL_GOALS_H
 
-#include "PosDocument.h"
+#include "pos/Goals.h"
 
-#include <QJsonArray>
+#include <QDomDocument>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 #include <vector>
@@ -17,12 +18,11 @@ struct driver_name_t {
   bool operator<(const driver_name_t &other) const {
     return mechanism != other.mechanism ? mechanism < other.mechanism : driver < other.driver;
   }
-  QString text() const; ///< "mechanism/driver"
 };
 
 /// What a POS file says of one goal.
 struct goal_t {
-  place_t place;
+  pos::goal_place_t place;
   pos::status_t status = pos::UNPROVED;
   QString proofState; ///< the text of the component's own proof, "Unproved" when there is none
   bool provedByItself = false; ///< that text counts as a proof
@@ -36,18 +36,17 @@ struct goal_t {
   std::optional<driver_name_t> onlyProver;
 };
 
-/// Reads the goals of the POS file at `path`, in its order. False, after one line on standard
-/// error, when it cannot be read, is not well-formed or holds unknown statuses.
-bool readGoals(const QString &path, std::vector<goal_t> &goals);
+/// The goals of `document` in its order. It must have no faults for counting.
+std::vector<goal_t> goalsOf(const QDomDocument &document);
 
-/// The names as people read them, with commas between.
-QString namesOf(const std::vector<driver_name_t> &drivers, const QString &separator);
+/// A mechanism that left results, and its drivers.
+struct registered_t {
+  QString name;
+  QStringList drivers;
+};
 
-/// How the goal was proved, for people: its own proof, the drivers, those that do not count in
-/// parentheses.
-QString proofsOf(const goal_t &goal);
-
-QJsonObject jsonOf(const place_t &place);
-QJsonArray jsonOf(const std::vector<driver_name_t> &drivers);
+/// The mechanisms in the order of their first appearance, and the drivers of each in theirs: the
+/// order in which they were played.
+std::vector<registered_t> registeredMechanisms(const QDomDocument &document);
 
 #endif

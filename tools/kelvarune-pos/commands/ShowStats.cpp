@@ -1,51 +1,16 @@
-// The counts are the library's. What it does not count is added here: the goals with status
-// "Unknown", which are what the other counters leave of the total, and the goals that hang on the
-// proof of a single driver.
+// Totals, then a row per mechanism and driver.
 
-#include "Stats.h"
-
-#include "Commands.h"
-#include "Options.h"
-#include "Output.h"
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "commands/Reading.h"
+#include "model/Stats.h"
+#include "output/Json.h"
+#include "output/Output.h"
 #include "text/Literals.h"
 
 using namespace kelvarune;
 
 namespace {
-
-int provedAloneBy(const stats_t &stats, const std::string &mechanism, const std::string &driver) {
-  const auto found =
-      stats.provedAlone.find({QString::fromStdString(mechanism), QString::fromStdString(driver)});
-  return found == stats.provedAlone.end() ? 0 : found->second;
-}
-
-QJsonObject jsonOfDriver(const pos::driver_metrics_t &driver) {
-  return {{"proved"_s, driver.proved},
-          {"unproved"_s, driver.unproved},
-          {"unknown"_s, driver.unknown},
-          {"disproved"_s, driver.disproved}};
-}
-
-QJsonObject jsonOfMechanism(const pos::mechanism_metrics_t &mechanism) {
-  return {{"proved"_s, mechanism.proved},
-          {"unreliablyProved"_s, mechanism.unreliablyProved},
-          {"unproved"_s, mechanism.unproved},
-          {"unknown"_s, mechanism.unknown},
-          {"disproved"_s, mechanism.disproved}};
-}
-
-QJsonObject jsonOfTotals(const stats_t &stats) {
-  const pos::metrics_t &metrics = stats.metrics;
-  return {{"total"_s, metrics.total},
-          {"proved"_s, metrics.proved},
-          {"unreliablyProved"_s, metrics.unreliablyProved},
-          {"unproved"_s, metrics.unproved},
-          {"unknown"_s, stats.unknown},
-          {"disproved"_s, metrics.disproved},
-          {"provedExternally"_s, metrics.provedExternally},
-          {"provedByProofState"_s, metrics.provedByProofState},
-          {"provedByOneDriver"_s, stats.provedByOneDriver}};
-}
 
 // In the order of the columns: proved, unreliably proved, unproved, unknown, disproved, alone. The
 // library has no count of drivers that proved unreliably; "-" tells that from none.
@@ -63,7 +28,7 @@ void forEachRow(const stats_t &stats, const QString &notCounted, Row row) {
       row(&name, &nameOfDriver,
           QStringList{text(driver->proved), notCounted, text(driver->unproved),
                       text(driver->unknown), text(driver->disproved),
-                      text(provedAloneBy(stats, mechanismName, driverName))});
+                      text(stats.provedAloneBy(mechanismName, driverName))});
     }
   }
 }
@@ -141,46 +106,11 @@ QString textOf(const stats_t &stats, const QString &path) {
 
 } // namespace
 
-bool countGoals(const QString &path, const std::vector<goal_t> &goals, stats_t &stats) {
-  if (!pos::getMetrics(path.toStdString(), stats.metrics)) {
-    complain(path + ": cannot be read any more, try again"_s);
-    return false;
-  }
-  const pos::metrics_t &metrics = stats.metrics;
-  stats.unknown = metrics.total - metrics.proved - metrics.unreliablyProved - metrics.unproved -
-                  metrics.disproved;
-  for (const goal_t &goal : goals) {
-    if (!goal.onlyProver)
-      continue;
-    ++stats.provedByOneDriver;
-    ++stats.provedAlone[*goal.onlyProver];
-  }
-  return true;
-}
-
-QJsonObject jsonOf(const stats_t &stats) {
-  QJsonArray mechanisms;
-  for (const auto &[mechanismName, mechanism] : stats.metrics.mechanisms) {
-    QJsonArray drivers;
-    for (const auto &[driverName, driver] : mechanism->drivers) {
-      QJsonObject object = jsonOfDriver(*driver);
-      object["name"_s] = QString::fromStdString(driverName);
-      object["provedAlone"_s] = provedAloneBy(stats, mechanismName, driverName);
-      drivers.append(object);
-    }
-    QJsonObject object = jsonOfMechanism(*mechanism);
-    object["name"_s] = QString::fromStdString(mechanismName);
-    object["drivers"_s] = drivers;
-    mechanisms.append(object);
-  }
-  return {{"totals"_s, jsonOfTotals(stats)}, {"mechanisms"_s, mechanisms}};
-}
-
 int commands::stats(const options_t &options) {
-  std::vector<goal_t> goals;
-  stats_t stats;
-  if (!readGoals(options.file(), goals) || !countGoals(options.file(), goals, stats))
+  QDomDocument document;
+  if (!readSound(options.file(), pos::use_t::COUNTING, document))
     return EXIT_REFUSED;
+  const stats_t stats = statsOf(document, goalsOf(document));
   if (options.csv)
     return finish(csvOf(stats));
   if (options.json)

@@ -1,12 +1,12 @@
 // The page's markup, style and script are files of their own below report/, compiled in. Here they
 // are put together with the numbers, which travel as JSON in the page; the script draws the rest.
 
-#include "Commands.h"
-#include "Options.h"
-#include "Output.h"
-#include "Report.h"
-#include "Stats.h"
+#include "report/HtmlPage.h"
+
 #include "front/Utils.h"
+#include "output/Json.h"
+#include "output/Output.h"
+#include "output/Words.h"
 #include "text/Literals.h"
 
 #include <QCoreApplication>
@@ -38,7 +38,7 @@ public:
   int indexOf(const driver_name_t &driver) {
     const auto [found, isNew] = indexes.insert({driver, names.size()});
     if (isNew)
-      names.append(driver.text());
+      names.append(textOf(driver));
     return found->second;
   }
 
@@ -61,8 +61,7 @@ QJsonArray rowOf(const goal_t &goal, DriverIndex &drivers) {
           goal.onlyProver ? 1 : 0};
 }
 
-QJsonObject dataOf(const options_t &options, const std::vector<goal_t> &goals,
-                   const stats_t &stats) {
+QJsonObject dataOf(const QString &path, const std::vector<goal_t> &goals, const stats_t &stats) {
   QJsonArray tags;
   QJsonArray rows;
   DriverIndex drivers;
@@ -72,10 +71,10 @@ QJsonObject dataOf(const options_t &options, const std::vector<goal_t> &goals,
     rows.append(rowOf(goal, drivers));
   }
   QJsonObject data = jsonOf(stats);
-  data["component"_s] = QString::fromStdString(baseNameOfPath(options.file().toStdString()));
-  data["file"_s] = QFileInfo(options.file()).fileName();
+  data["component"_s] = QString::fromStdString(baseNameOfPath(path.toStdString()));
+  data["file"_s] = QFileInfo(path).fileName();
   // The file's time rather than now: the same file always gives the same page.
-  data["modified"_s] = QFileInfo(options.file()).lastModified().toUTC().toString(Qt::ISODate);
+  data["modified"_s] = QFileInfo(path).lastModified().toUTC().toString(Qt::ISODate);
   data["program"_s] = "kelvarune-pos "_s + QCoreApplication::applicationVersion();
   data["obligations"_s] = tags;
   data["drivers"_s] = drivers.names;
@@ -98,10 +97,6 @@ QByteArray pageOf(const QJsonObject &data) {
 
 } // namespace
 
-int commands::htmlReport(const options_t &options) {
-  std::vector<goal_t> goals;
-  stats_t stats;
-  if (!readGoals(options.file(), goals) || !countGoals(options.file(), goals, stats))
-    return EXIT_REFUSED;
-  return finishReport(options, pageOf(dataOf(options, goals, stats)));
+QByteArray htmlPage(const QString &path, const std::vector<goal_t> &goals, const stats_t &stats) {
+  return pageOf(dataOf(path, goals, stats));
 }

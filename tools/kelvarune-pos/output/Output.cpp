@@ -1,7 +1,7 @@
 // The program's voices. Standard output is written at the end of a command, in one piece: a command
 // that fails half-way has then printed nothing that could be taken for its result.
 
-#include "Output.h"
+#include "output/Output.h"
 
 #include "front/Utils.h"
 #include "text/Literals.h"
@@ -82,6 +82,11 @@ QString shown(const QString &name) {
       text.begin(), text.end(), [](QChar c) { return c.category() == QChar::Other_Control; },
       QChar(QChar::ReplacementCharacter));
   return text;
+}
+
+QString placed(const QString &path, int line, int column) {
+  return path + QLatin1Char(':') + QString::number(line) + QLatin1Char(':') +
+         QString::number(column) + ": "_s;
 }
 
 QString counted(int number, const char *noun) {

@@ -1,12 +1,15 @@
 // The commands that write. The library changes the document in memory; what changed is found by
-// comparing the statuses before and after, so that a dry run tells exactly what a real one does.
+// comparing the statuses before and after, so that a dry run says exactly what a real one does.
 // The file is written only when something changed, and never before its bytes are safe in FILE~.
 
-#include "Commands.h"
-#include "Options.h"
-#include "Output.h"
-#include "PosDocument.h"
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "commands/Reading.h"
 #include "file/FileReplacer.h"
+#include "model/Changes.h"
+#include "model/Goals.h"
+#include "output/Output.h"
+#include "output/Words.h"
 #include "text/Literals.h"
 
 #include <QTextStream>
@@ -19,47 +22,6 @@
 using namespace kelvarune;
 
 namespace {
-
-struct goal_state_t {
-  place_t place;
-  QString status;
-  QStringList verdicts; ///< of its mechanisms
-};
-
-QString statusTextOf(const QDomElement &element) {
-  return element.attribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
-}
-
-std::vector<goal_state_t> statesOf(const QDomDocument &document) {
-  std::vector<goal_state_t> states;
-  forEachPlacedGoal(document, [&states](const QDomElement &goal, const place_t &place) {
-    states.push_back({place, statusTextOf(goal), {}});
-    for (const QDomElement &mechanism : xml::children(goal, pos::TAG_MECHANISM))
-      states.back().verdicts.append(statusTextOf(mechanism));
-  });
-  return states;
-}
-
-struct changes_t {
-  QString lines;    ///< one per goal whose status changed
-  int goals = 0;    ///< how many those are
-  int verdicts = 0; ///< goals in which verdicts of mechanisms changed or went away
-};
-
-// Neither operation adds or removes goals, so they correspond one by one.
-changes_t changesBetween(const std::vector<goal_state_t> &before,
-                         const std::vector<goal_state_t> &after) {
-  changes_t changes;
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    changes.verdicts += before[i].verdicts != after[i].verdicts ? 1 : 0;
-    if (before[i].status == after[i].status)
-      continue;
-    ++changes.goals;
-    changes.lines += before[i].place.text() + ": "_s + before[i].status + " -> "_s +
-                     after[i].status + QLatin1Char('\n');
-  }
-  return changes;
-}
 
 bool refuseToSave(const QString &path, const QString &what, int error, const QString &state) {
   complain(path + ": "_s + what + ": "_s + QString::fromLocal8Bit(std::strerror(error)) + "; "_s +
@@ -86,12 +48,16 @@ bool save(const QDomDocument &document, const QString &path) {
   return true;
 }
 
-QString summaryOf(const options_t &options, const changes_t &changes) {
+QString reportOf(const changes_t &changes, const options_t &options) {
   const QString path = shown(options.file()) + ": "_s;
-  if (changes.goals == 0 && changes.verdicts == 0)
+  if (changes.none())
     return path + "nothing to change\n"_s;
-  return path + "verdicts of mechanisms in "_s + counted(changes.verdicts, "goal") +
-         " and the status of "_s + counted(changes.goals, "goal") +
+  QString text;
+  for (const status_change_t &change : changes.statuses)
+    text +=
+        textOf(change.place) + ": "_s + change.before + " -> "_s + change.after + QLatin1Char('\n');
+  return text + path + "verdicts of mechanisms in "_s + counted(changes.verdicts, "goal") +
+         " and the status of "_s + counted(static_cast<int>(changes.statuses.size()), "goal") +
          (options.dryRun ? " would change\n"_s
                          : " changed; as it was: %1~\n"_s.arg(shown(options.file())));
 }
@@ -100,18 +66,15 @@ QString summaryOf(const options_t &options, const changes_t &changes) {
 int conclude(const options_t &options, const QDomDocument &document,
              const std::vector<goal_state_t> &before) {
   const changes_t changes = changesBetween(before, statesOf(document));
-  const bool changed = changes.goals != 0 || changes.verdicts != 0;
-  if (changed && !options.dryRun && !save(document, options.file()))
+  if (!changes.none() && !options.dryRun && !save(document, options.file()))
     return EXIT_REFUSED;
-  return finish((changes.lines + summaryOf(options, changes)).toUtf8());
+  return finish(reportOf(changes, options).toUtf8());
 }
 
-int refuseName(const options_t &options) {
-  std::vector<std::string> names;
-  pos::getMechanisms(options.file().toStdString(), names);
+int refuseName(const options_t &options, const QDomDocument &document) {
   QStringList known;
-  for (const std::string &name : names)
-    known.append(shown(QString::fromStdString(name)));
+  for (const registered_t &mechanism : registeredMechanisms(document))
+    known.append(shown(mechanism.name));
   const QString remedy =
       known.isEmpty() ? ", none is registered"_s : ", choose among "_s + known.join(", "_s);
   complain(options.file() + ": no mechanism \""_s + options.name + QLatin1Char('"') + remedy);
@@ -122,7 +85,7 @@ int refuseName(const options_t &options) {
 
 int commands::unprove(const options_t &options) {
   QDomDocument document;
-  if (!readSoundPosDocument(options.file(), use_t::DERIVING, document))
+  if (!readSound(options.file(), pos::use_t::DERIVING, document))
     return EXIT_REFUSED;
   const std::vector<goal_state_t> before = statesOf(document);
   pos::unprove(document);
@@ -131,13 +94,13 @@ int commands::unprove(const options_t &options) {
 
 int commands::remove(const options_t &options) {
   QDomDocument document;
-  if (!readSoundPosDocument(options.file(), use_t::DERIVING, document))
+  if (!readSound(options.file(), pos::use_t::DERIVING, document))
     return EXIT_REFUSED;
   const std::vector<goal_state_t> before = statesOf(document);
   bool changed = false;
   pos::removeMechanism(document, options.name, changed);
   if (!changed)
-    return refuseName(options);
+    return refuseName(options, document);
   while (changed) // each call removes one element per goal; a goal may have several of that name
     pos::removeMechanism(document, options.name, changed);
   return conclude(options, document, before);

@@ -1,0 +1,21 @@
+#ifndef KELVARUNE_TOOLS_POS_COMMANDS_COMMANDS_H
+#define KELVARUNE_TOOLS_POS_COMMANDS_COMMANDS_H
+
+struct options_t;
+
+/// The subcommands. Each prints its result on standard output, or one line on standard error, and
+/// returns the exit status.
+namespace commands {
+
+int list(const options_t &options);    // List.cpp
+int stats(const options_t &options);   // ShowStats.cpp
+int goals(const options_t &options);   // ShowGoals.cpp
+int check(const options_t &options);   // Check.cpp
+int unprove(const options_t &options); // Rewrite.cpp
+int remove(const options_t &options);  // Rewrite.cpp
+int diff(const options_t &options);    // Diff.cpp
+int report(const options_t &options);  // Report.cpp
+
+} // namespace commands
+
+#endif

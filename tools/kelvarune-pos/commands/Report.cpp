@@ -1,0 +1,46 @@
+// The reports, and where they go. Unlike the status file a report may be new, so it is written
+// through a temporary file that takes its name.
+
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "commands/Reading.h"
+#include "output/Output.h"
+#include "report/HtmlPage.h"
+#include "report/JUnit.h"
+#include "text/Literals.h"
+
+#include <QFileInfo>
+#include <QSaveFile>
+
+using namespace kelvarune;
+
+namespace {
+
+/// Writes a report where the options say and gives the exit status. A file is replaced as a whole;
+/// the POS file itself is refused.
+int finishReport(const options_t &options, const QByteArray &bytes) {
+  if (options.outputPath.isEmpty())
+    return finish(bytes);
+  const QString output = QFileInfo(options.outputPath).canonicalFilePath();
+  if (!output.isEmpty() && output == QFileInfo(options.file()).canonicalFilePath()) {
+    complain(options.outputPath + ": is the status file itself, give another path"_s);
+    return EXIT_REFUSED;
+  }
+  QSaveFile file(options.outputPath);
+  if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
+    return EXIT_DONE;
+  complain(options.outputPath + ": cannot be written: "_s + file.errorString());
+  return EXIT_REFUSED;
+}
+
+} // namespace
+
+int commands::report(const options_t &options) {
+  QDomDocument document;
+  if (!readSound(options.file(), pos::use_t::COUNTING, document))
+    return EXIT_REFUSED;
+  const std::vector<goal_t> goals = goalsOf(document);
+  if (options.html)
+    return finishReport(options, htmlPage(options.file(), goals, statsOf(document, goals)));
+  return finishReport(options, junitReport(options.file(), goals, options.unprovedFails));
+}

@@ -1,0 +1,68 @@
+// The objects that several commands and the page have in common.
+
+#include "output/Json.h"
+
+#include "text/Literals.h"
+
+using namespace kelvarune;
+
+namespace {
+
+QJsonObject jsonOfDriver(const pos::driver_metrics_t &driver) {
+  return {{"proved"_s, driver.proved},
+          {"unproved"_s, driver.unproved},
+          {"unknown"_s, driver.unknown},
+          {"disproved"_s, driver.disproved}};
+}
+
+QJsonObject jsonOfMechanism(const pos::mechanism_metrics_t &mechanism) {
+  return {{"proved"_s, mechanism.proved},
+          {"unreliablyProved"_s, mechanism.unreliablyProved},
+          {"unproved"_s, mechanism.unproved},
+          {"unknown"_s, mechanism.unknown},
+          {"disproved"_s, mechanism.disproved}};
+}
+
+QJsonObject jsonOfTotals(const stats_t &stats) {
+  const pos::metrics_t &metrics = stats.metrics;
+  return {{"total"_s, metrics.total},
+          {"proved"_s, metrics.proved},
+          {"unreliablyProved"_s, metrics.unreliablyProved},
+          {"unproved"_s, metrics.unproved},
+          {"unknown"_s, stats.unknown},
+          {"disproved"_s, metrics.disproved},
+          {"provedExternally"_s, metrics.provedExternally},
+          {"provedByProofState"_s, metrics.provedByProofState},
+          {"provedByOneDriver"_s, stats.provedByOneDriver}};
+}
+
+} // namespace
+
+QJsonObject jsonOf(const pos::goal_place_t &place) {
+  return {{"tag"_s, place.tag}, {"number"_s, place.number}, {"obligation"_s, place.obligation}};
+}
+
+QJsonArray jsonOf(const std::vector<driver_name_t> &drivers) {
+  QJsonArray array;
+  for (const driver_name_t &driver : drivers)
+    array.append(QJsonObject{{"mechanism"_s, driver.mechanism}, {"driver"_s, driver.driver}});
+  return array;
+}
+
+QJsonObject jsonOf(const stats_t &stats) {
+  QJsonArray mechanisms;
+  for (const auto &[mechanismName, mechanism] : stats.metrics.mechanisms) {
+    QJsonArray drivers;
+    for (const auto &[driverName, driver] : mechanism->drivers) {
+      QJsonObject object = jsonOfDriver(*driver);
+      object["name"_s] = QString::fromStdString(driverName);
+      object["provedAlone"_s] = stats.provedAloneBy(mechanismName, driverName);
+      drivers.append(object);
+    }
+    QJsonObject object = jsonOfMechanism(*mechanism);
+    object["name"_s] = QString::fromStdString(mechanismName);
+    object["drivers"_s] = drivers;
+    mechanisms.append(object);
+  }
+  return {{"totals"_s, jsonOfTotals(stats)}, {"mechanisms"_s, mechanisms}};
+}
