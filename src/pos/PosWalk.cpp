@@ -13,17 +13,17 @@ namespace {
 
 /// Elements named `name` are a `part` as children of a `parent`, and nowhere else.
 struct step_t {
-  part_t parent;
   const QString *name;
+  part_t parent;
   part_t part;
 };
 
-const step_t STEPS[] = {{part_t::ROOT, &TAG_PROOF_OBLIGATION, part_t::OBLIGATION},
-                        {part_t::OBLIGATION, &TAG_SIMPLE_GOAL, part_t::GOAL},
-                        {part_t::GOAL, &TAG_PROOF_STATE, part_t::PROOF_STATE},
-                        {part_t::GOAL, &TAG_IAPA, part_t::IAPA},
-                        {part_t::GOAL, &TAG_MECHANISM, part_t::MECHANISM},
-                        {part_t::MECHANISM, &TAG_DRIVER, part_t::DRIVER}};
+const step_t STEPS[] = {{&TAG_PROOF_OBLIGATION, part_t::ROOT, part_t::OBLIGATION},
+                        {&TAG_SIMPLE_GOAL, part_t::OBLIGATION, part_t::GOAL},
+                        {&TAG_PROOF_STATE, part_t::GOAL, part_t::PROOF_STATE},
+                        {&TAG_IAPA, part_t::GOAL, part_t::IAPA},
+                        {&TAG_MECHANISM, part_t::GOAL, part_t::MECHANISM},
+                        {&TAG_DRIVER, part_t::MECHANISM, part_t::DRIVER}};
 
 /// Knows for every element that is open in the file what it is.
 class PartVisitor : public xml::ElementVisitor {
