@@ -68,6 +68,8 @@ public:
       countMechanism(element);
       break;
     case part_t::DRIVER:
+      if (!mechanism)
+        break; // cannot be: drivers are parts of mechanisms only
       count(findOrCreate(mechanism->drivers, element), DRIVERS, statusOf(element));
       break;
     default:
