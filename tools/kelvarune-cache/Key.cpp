@@ -19,7 +19,7 @@ namespace cache {
 
 namespace {
 
-constexpr int BLOCK_BYTES = 1 << 16;
+constexpr int READ_BYTES = 1 << 16;
 
 class KeyHash {
 public:
@@ -33,7 +33,7 @@ public:
   /// The bytes of a file from `offset` on, by their own hash: their number is not known beforehand.
   bool addFile(int fd, off_t offset) {
     QCryptographicHash content(QCryptographicHash::Sha256);
-    char block[BLOCK_BYTES];
+    char block[READ_BYTES];
     for (ssize_t count; (count = file::readSomeAt(fd, block, sizeof block, offset)) != 0;
          offset += count) {
       if (count < 0)

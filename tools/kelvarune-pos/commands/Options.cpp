@@ -23,7 +23,7 @@ struct command_t {
   const char *description;
 };
 
-const std::vector<command_t> &commands() {
+const std::vector<command_t> &knownCommands() {
   static const std::vector<command_t> table = {
       {"list", "FILE", {"json"}, "The registered mechanisms and their drivers."},
       {"stats", "FILE", {"json", "csv"}, "Totals, then a row per mechanism and driver."},
@@ -75,7 +75,7 @@ parse_t print(const QString &text) {
 
 QString commandNames() {
   QStringList names;
-  for (const command_t &command : commands())
+  for (const command_t &command : knownCommands())
     names.append(QLatin1String(command.name));
   return names.join(", "_s);
 }
@@ -84,7 +84,7 @@ QString programHelp() {
   QString text = "Usage: kelvarune-pos COMMAND [options] FILE\n"
                  "Looks into and looks after proof obligation status files.\n\n"
                  "Commands:\n"_s;
-  for (const command_t &command : commands()) {
+  for (const command_t &command : knownCommands()) {
     const QString call =
         QLatin1String(command.name) + QLatin1Char(' ') + QLatin1String(command.arguments);
     text +=
@@ -164,8 +164,8 @@ parse_t parseOptions(const QStringList &arguments, options_t &options) {
   const auto isCommand = [&options](const command_t &command) {
     return options.command == QLatin1String(command.name);
   };
-  const auto command = std::find_if(commands().begin(), commands().end(), isCommand);
-  if (command == commands().end())
+  const auto command = std::find_if(knownCommands().begin(), knownCommands().end(), isCommand);
+  if (command == knownCommands().end())
     return refuse("Unknown command \""_s + options.command + "\": choose among "_s +
                   commandNames());
 
