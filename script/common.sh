@@ -1,4 +1,4 @@
-# Shared by the scripts: where the project is, and how missing packages come in.
+# Shared by the scripts: where the project is, how missing packages come in, how it is built.
 # Meant to be sourced by a bash script.
 
 set -euo pipefail
@@ -6,11 +6,23 @@ project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 say() { printf '\n== %s\n' "$*"; }
 
-# install_missing PACKAGE...: installs those Debian packages that are not installed yet. Quiet when
-# there is nothing to do; shows the package manager's words only when it fails.
+# packages_for PURPOSE: what script/packages lists for it.
+packages_for() {
+  awk -v purpose="$1:" '/^#/ { next } /:$/ { on = $1 == purpose; known = known || on; next } on
+    END { exit !known }' "$project/script/packages" ||
+    { echo "script/packages does not know \"$1\"." >&2 && return 1; }
+}
+
+# install_missing PURPOSE...: installs the Debian packages for these that are not installed yet.
+# Quiet when there is nothing to do; shows the package manager's words only when it fails.
 install_missing() {
-  local missing=()
-  for package in "$@"; do
+  local purpose names wanted=() missing=()
+  for purpose in "$@"; do
+    names=$(packages_for "$purpose")
+    # shellcheck disable=SC2206
+    wanted+=($names)
+  done
+  for package in "${wanted[@]}"; do
     dpkg-query -W -f '${Status}\n' "$package" 2>/dev/null | grep -q '^install ok installed$' ||
       missing+=("$package")
   done
@@ -31,20 +43,18 @@ install_missing() {
   rm -f "$log"
 }
 
-# What it takes to build the programs, and to run the example.
-build_packages=(g++ cmake ninja-build qtbase5-dev)
-example_packages=(python3 z3 cvc5)
-test_packages=(libgtest-dev libgmock-dev libbenchmark-dev clang clang-format clang-tidy
-  libclang-rt-14-dev chromium slurm-wlm munge)
-
-# build PRESET [CMAKE-OPTION...]: configures and builds; prints the log only when that fails.
-build() {
-  local preset=$1
+# quietly LOG COMMAND...: shows what the command prints, which goes to LOG, only when it fails.
+quietly() {
+  local log=$1
   shift
-  mkdir -p "$project/build"
-  local log="$project/build/$preset.log"
-  if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
+  if ! "$@" >"$log" 2>&1; then
     cat "$log" >&2
+    echo "Failed: $*" >&2
     return 1
   fi
+}
+
+# build PRESET [TARGET...]: builds the configured preset, all of it unless targets are named.
+build() {
+  quietly "$project/build/$1.log" cmake --build --preset "$1" ${2:+--target "${@:2}"}
 }
