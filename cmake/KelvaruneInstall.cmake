@@ -14,8 +14,37 @@ set(KELVARUNE_RELEASE_DAY "2026-11-21" CACHE STRING "Day of this version, YYYY-M
 
 # --- Libraries, headers, package files ----------------------------------------------------------
 
-set(libraries file process xml utils resource pos mechanism report director)
-set(folders file process xml resource pos mechanism director front)
+# In the order in which a linker wants them: users before what they use.
+set(libraries director report mechanism utils resource pos xml process file)
+
+# What other programs may include, by paths relative to src and then to include/kelvarune. Each of
+# them compiles alone, and after Qt's headers with Qt's keywords.
+set(public_headers
+    director/ProofDirector.h
+    file/Descriptor.h
+    file/FileReplacer.h
+    front/Report.h
+    front/Utils.h
+    mechanism/Mechanism.h
+    pos/PosCheck.h
+    pos/PosFile.h
+    pos/pos.h
+    process/Guardian.h
+    process/StandardStreams.h
+    process/StopSignals.h
+    resource/ResourceManager.h
+    resource/ResourceMarks.h
+    resource/T_resource_comment.h
+    resource/T_resource_file.h
+    resource/T_resource_ident.h
+    resource/T_resource_item.h
+    resource/T_resource_line.h
+    resource/T_resource_manager.h
+    resource/T_resource_source.h
+    resource/T_resource_string.h
+    resource/T_resource_tool.h
+    resource/s_fopen.h
+    resource/syntax_analysis.h)
 
 list(TRANSFORM libraries PREPEND kelvarune_ OUTPUT_VARIABLE targets)
 install(
@@ -23,15 +52,12 @@ install(
   EXPORT kelvarune
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 
-foreach(folder IN LISTS folders)
+foreach(header IN LISTS public_headers)
+  get_filename_component(folder ${header} DIRECTORY)
   install(
-    DIRECTORY ${PROJECT_SOURCE_DIR}/src/${folder}
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvarune
-    COMPONENT development
-    FILES_MATCHING
-    PATTERN "*.h"
-    PATTERN "*Internal.h" EXCLUDE
-    PATTERN "Options.h" EXCLUDE)
+    FILES ${PROJECT_SOURCE_DIR}/src/${header}
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvarune/${folder}
+    COMPONENT development)
 endforeach()
 
 set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/kelvarune)
@@ -52,31 +78,18 @@ install(
   DESTINATION ${package_directory}
   COMPONENT development)
 
-# One pkg-config file per library, with paths from where it lies so that the tree may be moved; what a library requires is read off its target.
+# Its paths start from where it lies, so that the tree may be moved.
 set(pkgconfig_directory ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH KELVARUNE_UP /${pkgconfig_directory} /)
 string(REGEX REPLACE "/$" "" KELVARUNE_UP "${KELVARUNE_UP}")
-foreach(library IN LISTS libraries)
-  set(requires "")
-  set(private_libs "")
-  get_target_property(links kelvarune_${library} LINK_LIBRARIES)
-  foreach(link IN LISTS links)
-    if(link MATCHES "^kelvarune::(.*)$")
-      list(APPEND requires kelvarune-${CMAKE_MATCH_1})
-    elseif(link MATCHES "^Qt5::(.*)$")
-      list(APPEND requires Qt5${CMAKE_MATCH_1})
-    elseif(link STREQUAL "Threads::Threads")
-      set(private_libs " -pthread")
-    endif()
-  endforeach()
-  list(JOIN requires ", " requires)
-  configure_file(${PROJECT_SOURCE_DIR}/cmake/package/kelvarune.pc.in
-                 ${PROJECT_BINARY_DIR}/package/kelvarune-${library}.pc @ONLY)
-  install(
-    FILES ${PROJECT_BINARY_DIR}/package/kelvarune-${library}.pc
-    DESTINATION ${pkgconfig_directory}
-    COMPONENT development)
-endforeach()
+list(TRANSFORM libraries PREPEND -lkelvarune_ OUTPUT_VARIABLE KELVARUNE_LIBS)
+list(JOIN KELVARUNE_LIBS " " KELVARUNE_LIBS)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/package/kelvarune.pc.in
+               ${PROJECT_BINARY_DIR}/package/kelvarune.pc @ONLY)
+install(
+  FILES ${PROJECT_BINARY_DIR}/package/kelvarune.pc
+  DESTINATION ${pkgconfig_directory}
+  COMPONENT development)
 
 # --- Manual pages, completions, examples ---------------------------------------------------------
 
@@ -150,6 +163,7 @@ if(GZIP)
 endif()
 
 set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_PACKAGE_NAME kelvarune)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # the first line of each description is its summary
 set(CPACK_PACKAGE_CONTACT "${KELVARUNE_MAINTAINER}")

@@ -25,13 +25,15 @@ if(KELVARUNE_SANITIZE)
 endif()
 
 # kelvarune_library(NAME SOURCES file... [LINK target...]): one static library of a folder below
-# src/, known to others as kelvarune::NAME and included by paths relative to src/.
+# src/, known to others as kelvarune::NAME and included by paths relative to src/. Its code may go
+# into shared objects, such as plug-ins.
 function(kelvarune_library name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
   add_library(kelvarune_${name} STATIC ${arg_SOURCES})
   add_library(kelvarune::${name} ALIAS kelvarune_${name})
-  set_target_properties(kelvarune_${name} PROPERTIES OUTPUT_NAME kelvarune_${name} EXPORT_NAME
-                                                                                   ${name})
+  set_target_properties(kelvarune_${name} PROPERTIES OUTPUT_NAME kelvarune_${name}
+                                                       EXPORT_NAME ${name}
+                                                       POSITION_INDEPENDENT_CODE ON)
   target_include_directories(
     kelvarune_${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kelvarune>)
