@@ -82,7 +82,7 @@ QString commandNames() {
 
 QString programHelp() {
   QString text = "Usage: kelvarune-pos COMMAND [options] FILE\n"
-                 "Looks into and looks after proof obligation status files.\n\n"
+                 "Shows, checks and resets proof obligation status files.\n\n"
                  "Commands:\n"_s;
   for (const command_t &command : knownCommands()) {
     const QString call =
