@@ -20,17 +20,17 @@ set(libraries director report mechanism utils resource pos xml process file)
 # What other programs may include, by paths relative to src and then to include/kelvarune. Each of
 # them compiles alone, and after Qt's headers with Qt's keywords.
 set(public_headers
+    director/ProofData.h
     director/ProofDirector.h
     file/Descriptor.h
-    file/FileReplacer.h
     front/Report.h
     front/Utils.h
     mechanism/Mechanism.h
     pos/PosCheck.h
-    pos/PosFile.h
     pos/pos.h
     process/Guardian.h
     process/StandardStreams.h
+    process/StartUp.h
     process/StopSignals.h
     resource/ResourceManager.h
     resource/ResourceMarks.h
