@@ -12,34 +12,40 @@ if(CLANG_FORMAT)
 endif()
 
 # Most checks walk through everything that a file includes, which takes five times as long as the
-# file itself: so all the files of a target are looked at as one.
+# file itself: so all the files of a target are looked at as one, into which they are copied, since
+# some checks look at the main file only. What a file includes twice, a file that includes them shows.
 function(kelvarune_tidy target)
   get_target_property(directory ${target} SOURCE_DIR)
   get_target_property(sources ${target} SOURCES)
   list(FILTER sources INCLUDE REGEX "\\.cpp$")
   list(TRANSFORM sources PREPEND ${directory}/)
-  set(together ${PROJECT_BINARY_DIR}/tidy/${target}.cpp)
-  list(TRANSFORM sources REPLACE "(.+)" "#include \"\\1\" // NOLINT(bugprone-suspicious-include)\n"
-       OUTPUT_VARIABLE includes)
+  set(copied ${PROJECT_BINARY_DIR}/tidy/${target}.cpp)
+  set(included ${PROJECT_BINARY_DIR}/tidy/${target}-includes.cpp)
+  list(TRANSFORM sources REPLACE "(.+)" "#include \"\\1\"\n" OUTPUT_VARIABLE includes)
   string(CONCAT includes ${includes})
-  file(GENERATE OUTPUT ${together} CONTENT "${includes}")
+  file(GENERATE OUTPUT ${included} CONTENT "${includes}")
 
-  # Never built: it puts the file, with the target's flags, into compile_commands.json.
-  add_library(tidy_${target} OBJECT EXCLUDE_FROM_ALL ${together})
+  # Never built: it puts the files, with the target's flags, into compile_commands.json.
+  set_source_files_properties(${copied} PROPERTIES GENERATED ON)
+  add_library(tidy_${target} OBJECT EXCLUDE_FROM_ALL ${copied} ${included})
   target_link_libraries(tidy_${target} PRIVATE $<TARGET_PROPERTY:${target},LINK_LIBRARIES>)
   target_include_directories(tidy_${target}
                              PRIVATE $<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>)
   target_compile_definitions(tidy_${target}
                              PRIVATE $<TARGET_PROPERTY:${target},COMPILE_DEFINITIONS>)
+  set(tidy ${CLANG_TIDY} --quiet --extra-arg=-Wno-unknown-warning-option -p ${PROJECT_BINARY_DIR}
+           --config-file=${PROJECT_SOURCE_DIR}/.clang-tidy)
   add_custom_command(
-    OUTPUT ${together}.passed
-    COMMAND ${CLANG_TIDY} --quiet --extra-arg=-Wno-unknown-warning-option -p ${PROJECT_BINARY_DIR}
-            ${together}
-    COMMAND ${CMAKE_COMMAND} -E touch ${together}.passed
-    DEPENDS ${together} ${sources} ${headers} ${PROJECT_SOURCE_DIR}/.clang-tidy
+    OUTPUT ${copied}.passed
+    COMMAND sh -c "for file; do echo \"// $file\" && cat \"$file\"; done >\"$0\"" ${copied}
+            ${sources}
+    COMMAND ${tidy} --checks=-readability-duplicate-include ${copied}
+    COMMAND ${tidy} --checks=-*,readability-duplicate-include ${included}
+    COMMAND ${CMAKE_COMMAND} -E touch ${copied}.passed
+    DEPENDS ${included} ${sources} ${headers} ${PROJECT_SOURCE_DIR}/.clang-tidy
     COMMENT "clang-tidy ${target}"
     VERBATIM)
-  set_property(GLOBAL APPEND PROPERTY kelvarune_tidied ${together}.passed)
+  set_property(GLOBAL APPEND PROPERTY kelvarune_tidied ${copied}.passed)
 endfunction()
 
 if(CLANG_TIDY)

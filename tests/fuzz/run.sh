@@ -29,7 +29,8 @@ command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 mkdir -p "$build/crashes"
 if ! { cmake -S "$project" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
   -DCMAKE_CXX_FLAGS_DEBUG="-g1 -O1" -DCMAKE_CXX_COMPILER="${CLANGXX:-clang++}" "${launcher[@]}" \
-  -DKELVARUNE_FUZZ=ON -DKELVARUNE_SANITIZE=fuzzer-no-link,address,undefined &&
+  -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 -DKELVARUNE_FUZZ=ON \
+  -DKELVARUNE_SANITIZE=fuzzer-no-link,address,undefined &&
   cmake --build "$build" --target "${targets[@]/#/fuzz_}"; } >"$build/build.log" 2>&1; then
   cat "$build/build.log" >&2
   exit 1
