@@ -30,7 +30,7 @@ function(kelvarune_tidy target)
   add_library(tidy_${target} OBJECT EXCLUDE_FROM_ALL ${copied} ${included})
   target_link_libraries(tidy_${target} PRIVATE $<TARGET_PROPERTY:${target},LINK_LIBRARIES>)
   target_include_directories(tidy_${target}
-                             PRIVATE $<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>)
+                             PRIVATE ${directory} $<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>)
   target_compile_definitions(tidy_${target}
                              PRIVATE $<TARGET_PROPERTY:${target},COMPILE_DEFINITIONS>)
   set(tidy ${CLANG_TIDY} --quiet --extra-arg=-Wno-unknown-warning-option -p ${PROJECT_BINARY_DIR}
