@@ -1,11 +1,11 @@
 #ifndef KELVARUNE_FILE_FILEREPLACER_H
 #define KELVARUNE_FILE_FILEREPLACER_H
 
+#include "file/Content.h"
 #include "file/Descriptor.h"
+#include "file/TurnTaking.h"
 
-#include <QByteArray>
-#include <QVector>
-
+#include <optional>
 #include <string>
 
 #include <sys/stat.h>
@@ -14,69 +14,79 @@ namespace kelvarune::file {
 
 /// What a replacement came to.
 enum class outcome_t {
-  DONE,         ///< the path names the new content, which is on the disk
+  DONE,         ///< the path names the new content, and both are on the disk
   NOT_WRITABLE, ///< there is no file of that name or it cannot be written; nothing was changed
+  GONE,         ///< the file was there when it was begun with; nothing was created
   FAILED        ///< the system refused half-way (no space, I/O error, ...); see the error number
+};
+
+/// Whether the path named content that another program had put there since it was begun with or
+/// last replaced.
+enum class foreign_t {
+  NONE, ///< no, or that has been noticed before
+  KEPT, ///< it is kept under the path followed by "~"
+  LOST  ///< it could not be kept
 };
 
 struct result_t {
   outcome_t outcome;
   int error; ///< an errno value, 0 when done
+  foreign_t foreign = foreign_t::NONE;
 };
 
 /// Replaces the content of one file so that its path names a complete content at every instant, the
-/// old one or the new one, whatever interrupts the program or the disk.
+/// old one or the new one, whatever interrupts the program, the disk or the power.
 ///
-/// The new content goes to a temporary file beside the file, with the file's mode, owner and
-/// extended attributes, is flushed to the disk and renamed. The file that had the name before is
-/// kept under the temporary name as a spare until the object is destroyed, and when nobody has
-/// touched either file in between, the next content is written over the spare, from the first piece
-/// that differs, and the two change names: the disk need not find new room each time. A path that
-/// is a symbolic link stays one; the file that it leads to is replaced. Where a rename is not
-/// possible or would change more than the content (the directory cannot be written, the file has
-/// other hard links, the owner cannot be kept, the file is a mount point or no regular file), the
-/// file is written in place; its space is then reserved first, so that a full disk still changes
-/// nothing.
+/// The new content goes to another file beside the file, with the file's mode, owner and extended
+/// attributes. What is flushed when: first the new content; then the two exchange their names; then
+/// the directory, so that after `DONE` not even a power cut brings the old content back. The file
+/// that had the name is kept as a spare and, if nobody objects, written over by the next content
+/// (see TurnTaking): the disk need not find new room each time. A path that is a symbolic link
+/// stays one; the file that it leads to is replaced.
+///
+/// Where a rename is not possible or would change more than the content (the directory cannot be
+/// written, the file has other hard links, the owner cannot be kept, the file is a mount point or
+/// no regular file), the file is written in place; its space is then reserved first, so that a full
+/// disk still changes nothing. A kill or a power cut can tear such a file.
 ///
 /// Not for several threads at once. Several programs may replace the same file; the last one wins.
 class FileReplacer {
 public:
   explicit FileReplacer(std::string path);
-  ~FileReplacer();
-  FileReplacer(const FileReplacer &) = delete;
-  FileReplacer &operator=(const FileReplacer &) = delete;
 
   const std::string &path() const { return target; }
 
-  /// Replaces the content by the concatenation of `pieces`. The file must exist.
-  result_t replace(const QVector<QByteArray> &pieces);
+  /// To be called before the content is read that replacements will build on: changes by other
+  /// programs are noticed from here on. Removes what killed runs have left beside the file.
+  void begin();
+
+  /// Replaces the content by the concatenation of `pieces`. The file must exist. Content that
+  /// another program has put there is kept first, the first time that this happens, unless
+  /// keepBackup has kept something already.
+  result_t replace(const pieces_t &pieces);
 
   /// Copies the file as it is now to the same path followed by "~", replacing what stands there.
-  result_t keepBackup() const;
+  /// The copy gets owner, group, mode and access list of the file or, where that is not permitted,
+  /// can be read by its owner only.
+  result_t keepBackup();
 
   /// Removes the spare, as destruction does, for programs that end without it.
   void removeSpare();
 
 private:
-  /// A file whose content is known: what it was when it was written here.
-  struct known_file_t {
-    std::string path;
-    Descriptor file;
-    struct stat status = {};
-    QVector<QByteArray> content;
-  };
-
-  result_t replaceWhole(const QVector<QByteArray> &pieces, Descriptor old,
-                        const struct stat &status, const std::string &path);
-  bool mayUseSpare(const struct stat &status, const std::string &path) const;
-  result_t replaceBySpare(const QVector<QByteArray> &pieces, Descriptor old,
-                          const std::string &path);
-  bool exchange(const std::string &temporary, known_file_t &written, known_file_t &replaced);
+  int keep(const std::string &source);
+  foreign_t keepForeign(const std::string &source, int &error);
+  result_t replaceContent(const pieces_t &pieces, Descriptor old, const struct stat &status,
+                          const std::string &resolved);
+  result_t giveName(TemporaryFile next, const pieces_t &pieces, Descriptor old,
+                    const struct stat &status, const std::string &resolved);
+  result_t writeInPlace(const Descriptor &file, const struct stat &status, const pieces_t &pieces);
 
   std::string target;
-  bool leftoversRemoved = false;
-  known_file_t current; // what the path names; without path: unknown
-  known_file_t spare;   // what the temporary name names; without path: there is none
+  std::optional<struct stat> known; ///< the file as it was begun with or last replaced
+  bool begun = false;
+  bool hasBackup = false;
+  TurnTaking turns;
 };
 
 } // namespace kelvarune::file

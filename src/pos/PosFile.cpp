@@ -61,6 +61,7 @@ PosFile::PosFile(QString filePath) : path(std::move(filePath)), replacer(path.to
 bool PosFile::load(QDomDocument &document, const std::function<bool()> &accept) {
   if (loading.exchange(true))
     return false;
+  replacer.begin();
   const xml::read_result_t result = xml::readDocument(path, document);
   wellFormed = result.wellFormed;
   bytes = GoalBytes(document);
@@ -119,7 +120,9 @@ bool PosFile::write(const QVector<QByteArray> &content) {
   if (!wellFormed && !keepMalformed())
     return false;
   const file::result_t result = replacer.replace(content);
-  if (result.outcome == file::outcome_t::FAILED)
+  if (result.foreign != file::foreign_t::NONE)
+    noteForeign(result.foreign == file::foreign_t::KEPT);
+  if (result.outcome == file::outcome_t::FAILED || result.outcome == file::outcome_t::GONE)
     noteFailure(result.error);
   return result.outcome == file::outcome_t::DONE;
 }
@@ -138,6 +141,13 @@ void PosFile::noteFailure(int error) {
     return;
   const std::lock_guard lock(failureMutex);
   failure += "Cannot save POS file " + path.toStdString() + ": " + std::strerror(error) + ".\n";
+}
+
+void PosFile::noteForeign(bool kept) {
+  const std::string name = path.toStdString();
+  const std::lock_guard lock(failureMutex);
+  failure += "POS file " + name + " was changed by another program; " +
+             (kept ? "that content is kept as " + name + "~.\n" : "that content is lost.\n");
 }
 
 std::string PosFile::takeFailure() {

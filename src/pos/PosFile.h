@@ -78,6 +78,7 @@ private:
   bool write(const QVector<QByteArray> &content);
   bool keepMalformed();
   void noteFailure(int error);
+  void noteForeign(bool kept);
 
   const QString path;
   std::atomic<state_t> state = state_t::NOT_LOADED;

@@ -26,6 +26,7 @@ void openStandardDescriptors() {
 void startUp() {
   openStandardDescriptors();
   ::signal(SIGCHLD, SIG_DFL);
+  ::signal(SIGXFSZ, SIG_IGN);
   ::mallopt(M_MXFAST, 0);
   qSetGlobalQHashSeed(0);
   QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));

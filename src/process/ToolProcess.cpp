@@ -66,7 +66,8 @@ void resetSignals(const child_t &child) {
   struct sigaction action = {};
   for (int number = 1; number <= LAST_CLASSIC_SIGNAL; ++number) {
     if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_DFL &&
-        (action.sa_handler != SIG_IGN || (number == SIGPIPE && child.leadsSession))) {
+        (action.sa_handler != SIG_IGN || number == SIGXFSZ ||
+         (number == SIGPIPE && child.leadsSession))) {
       action = {};
       action.sa_handler = SIG_DFL;
       ::sigaction(number, &action, nullptr);
