@@ -1,6 +1,7 @@
 // The least that a run can cost: the same three processes per entry, started in the cheapest way
 // from a small program, and the status file replaced with the care that kelvarune promises. It
-// knows nothing of the file but its bytes, which it writes as they are.
+// knows nothing of the file but its bytes, which it writes as they are. Built a second time, as
+// bench-truncating, it truncates the file and writes it anew without any care.
 //
 // Prints how often it got each verdict and the wall seconds that the entries took.
 
@@ -93,6 +94,14 @@ std::string runChain(const bench::component_t &component, std::size_t entry) {
   return verdicts;
 }
 
+void writeAll(int fd, const std::string &content, const std::string &path) {
+  for (std::size_t at = 0; at < content.size();) {
+    const ssize_t written = ::write(fd, content.data() + at, content.size() - at);
+    check(written > 0, path);
+    at += static_cast<std::size_t>(written);
+  }
+}
+
 void replaceFile(const std::string &path, const std::string &content) {
   const std::string temporary = path + ".new";
   struct stat status;
@@ -103,14 +112,17 @@ void replaceFile(const std::string &path, const std::string &content) {
   if (status.st_uid != ::geteuid() || status.st_gid != ::getegid())
     check(::fchown(fd, status.st_uid, status.st_gid) == 0, temporary);
   check(::fchmod(fd, status.st_mode & 07777) == 0, temporary);
-  for (std::size_t at = 0; at < content.size();) {
-    const ssize_t written = ::write(fd, content.data() + at, content.size() - at);
-    check(written > 0, temporary);
-    at += static_cast<std::size_t>(written);
-  }
+  writeAll(fd, content, temporary);
   check(::fdatasync(fd) == 0, temporary);
   ::close(fd);
   check(::rename(temporary.c_str(), path.c_str()) == 0, path);
+}
+
+void truncateFile(const std::string &path, const std::string &content) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+  check(fd >= 0, path);
+  writeAll(fd, content, path);
+  ::close(fd);
 }
 
 std::string contentOf(const std::string &path) {
@@ -129,7 +141,7 @@ int run(int argc, char **argv) {
     const std::lock_guard lock(resultMutex);
     for (const std::string &verdict : bench::linesOf(verdicts))
       ++counts[verdict];
-    replaceFile(component.posPath(), content);
+    (BENCH_TRUNCATES ? truncateFile : replaceFile)(component.posPath(), content);
   });
   for (const auto &[verdict, count] : counts)
     std::cout << verdict << ' ' << count << '\n';

@@ -27,14 +27,16 @@ from measure import (
     table,
 )
 
-PROGRAMS = ("floor", "naive", "kelvarune")
+PROGRAMS = ("floor", "truncating", "naive", "kelvarune")
 MECHANISM_DRIVER = f"{generate.MECHANISM}_d1"
 
-# Of medians, by number of goals. kelvarune / floor, by number of jobs; naive / kelvarune.
+# Of medians, by number of goals. kelvarune / floor and kelvarune / truncating, by number of jobs;
+# naive / kelvarune.
 FLOOR_TARGETS = {
     1: {100: 1.5, 1000: 1.4, 10000: 1.2, 50000: 1.3},
     4: {100: 1.6, 1000: 1.6, 10000: 1.3, 50000: 1.4},
 }
+TRUNCATING_TARGETS = {1: {1000: 1.5, 10000: 1.05}, 4: {1000: 1.5, 10000: 0.6}}
 NAIVE_TARGETS = {100: 2, 1000: 8, 10000: 60, 50000: 100}
 
 
@@ -98,7 +100,7 @@ def _measure(program, component, directory, jobs, options, scratch):
         tool = options.tools / f"bench-{program}"
         command = [tool, copy, options.tools, jobs, *component.reader_arguments()]
     result = successful(command, scratch)
-    if program == "floor":
+    if program in ("floor", "truncating"):
         complaints = _check_counts(component, result.output)
     else:
         complaints = generate.check(component, copy / "comp.pos")
@@ -269,6 +271,7 @@ def _print_ratios(result, options):
     for goals, jobs in itertools.product(options.sizes, options.jobs):
         wanted = [
             ("kelvarune", "floor", FLOOR_TARGETS.get(jobs, {}).get(goals), False),
+            ("kelvarune", "truncating", TRUNCATING_TARGETS.get(jobs, {}).get(goals), False),
             ("naive", "kelvarune", NAIVE_TARGETS.get(goals), True),
         ]
         for above, below, target, at_least in wanted:

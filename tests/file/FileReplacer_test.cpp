@@ -2,14 +2,20 @@
 #include "support/Fixtures.h"
 #include "text/Literals.h"
 
+#include <QProcess>
+
+#include <map>
 #include <set>
 
+#include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 using namespace kelvarune;
+using file::FileReplacer;
+using file::foreign_t;
+using file::outcome_t;
 
 namespace {
 
@@ -23,91 +29,114 @@ QStringList entriesOf(const TemporaryDirectory &directory) {
   return QDir(directory.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
 }
 
-const QVector<QByteArray> PIECES = {"new ", "", "content"};
-
-TEST(FileReplacer, KeepsEverythingButTheContent) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.write("a.pos", "an old content that is longer");
-  ::chmod(path.c_str(), 0640);
-  if (::geteuid() == 0) {
-    EXPECT_EQ(::chown(path.c_str(), 12, 34), 0);
-  }
-  const bool hasAttributes = ::setxattr(path.c_str(), "user.note", "x", 1, 0) == 0;
-  const struct stat before = statusOf(path);
-
-  QVector<QByteArray> pieces; // more than one call writes
-  std::string expected;
-  for (int i = 0; i < 5000; ++i) {
-    pieces.append(QByteArray::number(i) + QByteArray(i % 7, ' '));
-    expected += pieces.last().toStdString();
-  }
-  EXPECT_EQ(file::FileReplacer(path).replace(pieces).outcome, file::outcome_t::DONE);
-  const struct stat after = statusOf(path);
-  EXPECT_EQ(directory.read("a.pos"), expected);
-  EXPECT_NE(after.st_ino, before.st_ino) << "replaced, not rewritten";
-  EXPECT_EQ(after.st_mode, before.st_mode);
-  EXPECT_EQ(after.st_uid, before.st_uid);
-  EXPECT_EQ(after.st_gid, before.st_gid);
-  char value = 0;
-  if (hasAttributes) {
-    EXPECT_EQ(::getxattr(path.c_str(), "user.note", &value, 1), 1);
-  }
-  EXPECT_EQ(entriesOf(directory), QStringList{"a.pos"_s});
+// What a command prints in the directory; "refused" when it fails.
+QByteArray shell(const TemporaryDirectory &directory, const QString &command) {
+  QProcess process;
+  process.setWorkingDirectory(directory.path());
+  process.start("sh"_s, {"-c"_s, command});
+  return process.waitForFinished() && process.exitCode() == 0 ? process.readAll() : "refused";
 }
 
-std::string contentOf(int fd) {
-  std::string content(1 << 16, 0);
-  const ssize_t size = ::pread(fd, content.data(), content.size(), 0);
-  content.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
-  return content;
+const QString IDENTITY = "stat -c '%a %u:%g'%1; getfacl -cn%1; getfattr -d --only-values%1; :"_s;
+
+const QVector<QByteArray> PIECES = {"new ", "", "content"};
+
+// What is done to a file in its directory, by the name of the case. Where that cannot be done (it
+// takes root, or a file system that has such things) the case is left out.
+const std::map<const char *, QString> IDENTITIES = {
+    {"mode", "chmod 640 a.pos"_s},
+    {"set-id bit", "chmod 2775 a.pos"_s},
+    {"owner", "chown 12:34 a.pos"_s},
+    {"attribute", "setfattr -n user.note -v x a.pos"_s},
+    {"access list", "setfacl -m u:12:r a.pos"_s},
+    {"list of the directory", "setfacl -d -m u:12:r ."_s},
+    {"group of the directory", "chmod 640 a.pos && chgrp 34 . && chmod 2770 ."_s},
+};
+
+TEST(FileReplacer, KeepsEverythingButTheContent) {
+  const QVector<QByteArray> pieces(5000, "1234567"); // more than one call writes
+  for (const auto &[name, command] : IDENTITIES) {
+    SCOPED_TRACE(name);
+    const TemporaryDirectory directory;
+    const std::string path = directory.write("a.pos", "an old content");
+    if (shell(directory, command) == "refused")
+      continue;
+    const QByteArray identity = shell(directory, IDENTITY.arg(" a.pos"_s));
+    const ino_t inode = statusOf(path).st_ino;
+    FileReplacer replacer(path);
+    EXPECT_EQ(replacer.keepBackup().outcome, outcome_t::DONE);
+    EXPECT_EQ(directory.read("a.pos~"), "an old content");
+    EXPECT_EQ(shell(directory, IDENTITY.arg(" a.pos~"_s)), identity);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(replacer.replace(pieces).outcome, outcome_t::DONE);
+      EXPECT_EQ(shell(directory, IDENTITY.arg(" a.pos"_s)), identity) << "replacement " << i;
+      EXPECT_EQ(statusOf(path).st_ino == inode, i == 1) << "replaced, not rewritten";
+    }
+    EXPECT_EQ(directory.read("a.pos"), QByteArray("1234567").repeated(5000).toStdString());
+  }
+}
+
+std::string contentOf(const QFile *file) {
+  char bytes[100];
+  const ssize_t size = file ? ::pread(file->handle(), bytes, sizeof bytes, 0) : 0;
+  return {bytes, bytes + std::max<ssize_t>(size, 0)};
 }
 
 TEST(FileReplacer, FilesTakeTurnsUnlessSomebodyElseComesIn) {
   const TemporaryDirectory directory;
   const std::string path = directory.write("a.pos", "0");
+  const std::string foreign = "somebody else's longer content";
   QVector<QByteArray> pieces = {"head ", "middle ", "tail"};
   std::set<ino_t> inodes;
-  std::vector<int> readers;
-  {
-    file::FileReplacer replacer(path);
-    for (int i = 0; i < 40; ++i) {
-      pieces[i % 3] = QByteArray(i % 5, 'a' + i % 26) + ' ';
-      if (i == 10)
-        directory.write("a.pos", "somebody else's longer content");
-      if (i == 20)
-        ::chmod(path.c_str(), 0600);
-      if (i > 15 && i % 2) // who opened a file keeps what it was
-        readers.push_back(::open(path.c_str(), O_RDONLY));
-      const std::string before = readers.empty() ? "" : contentOf(readers.back());
-      ASSERT_EQ(replacer.replace(pieces).outcome, file::outcome_t::DONE);
-      ASSERT_EQ(directory.read("a.pos"), (pieces[0] + pieces[1] + pieces[2]).toStdString()) << i;
-      ASSERT_EQ(readers.empty() ? "" : contentOf(readers.back()), before) << i;
-      if (i < 10)
-        inodes.insert(statusOf(path).st_ino);
+  std::unique_ptr<QFile> reader;
+  FileReplacer replacer(path);
+  for (int i = 0; i < 40; ++i) {
+    pieces[i % 3] = QByteArray(i % 5, 'a' + i % 26) + ' ';
+    if (i == 10 || i == 30)
+      directory.write("a.pos", foreign + std::to_string(i));
+    if (i == 20)
+      ::chmod(path.c_str(), 0600);
+    if (i > 15 && i % 3 == 0) { // who opened a file keeps what it was
+      reader = std::make_unique<QFile>(directory.path("a.pos"_s));
+      ASSERT_TRUE(reader->open(QIODevice::ReadOnly));
     }
+    const std::string before = contentOf(reader.get());
+    const file::result_t result = replacer.replace(pieces);
+    ASSERT_EQ(result.outcome, outcome_t::DONE);
+    ASSERT_EQ(result.foreign, i == 10 ? foreign_t::KEPT : foreign_t::NONE) << i;
+    ASSERT_EQ(directory.read("a.pos"), (pieces[0] + pieces[1] + pieces[2]).toStdString()) << i;
+    ASSERT_EQ(contentOf(reader.get()), before) << i;
+    if (i < 10)
+      inodes.insert(statusOf(path).st_ino);
   }
   EXPECT_EQ(inodes.size(), 2U) << "two files take turns";
-  EXPECT_EQ(entriesOf(directory), QStringList{"a.pos"_s}) << "the spare is gone";
+  EXPECT_EQ(directory.read("a.pos~"), foreign + "10") << "what came in is kept once";
   EXPECT_EQ(statusOf(path).st_mode & 0777, 0600U);
-  for (const int reader : readers)
-    ::close(reader);
+  const std::string other = directory.write("b.pos", "somebody else gives it the spare's name");
+  ::rename(other.c_str(), directory.bytePath(entriesOf(directory).first().toStdString()).c_str());
+  replacer.removeSpare();
+  EXPECT_EQ(entriesOf(directory), (QStringList{"a.pos"_s, "a.pos~"_s})) << "the spare is gone";
 }
 
 TEST(FileReplacer, FollowsLinksAndKeepsThem) {
   const TemporaryDirectory directory;
   QDir(directory.path()).mkdir("real"_s);
-  const std::string target = directory.write("real/a.pos", "old");
+  const std::string name(250, 'n'); // leaves no room for the rest of a temporary name
+  const std::string target = directory.write("real/" + name, "old");
   const std::string other = directory.bytePath("hard");
   const std::string link = directory.bytePath("link.pos");
-  ASSERT_EQ(::symlink("real/a.pos", link.c_str()), 0);
-  EXPECT_EQ(file::FileReplacer(link).replace(PIECES).outcome, file::outcome_t::DONE);
+  ASSERT_EQ(::symlink(("real/" + name).c_str(), directory.bytePath("second").c_str()), 0);
+  ASSERT_EQ(::symlink("second", link.c_str()), 0);
+  directory.write(".link.pos.123-1.kelvarune-new", "left beside the link by a killed run");
+  EXPECT_EQ(FileReplacer(link).replace(PIECES).outcome, outcome_t::DONE);
+  EXPECT_EQ(entriesOf(directory), (QStringList{"link.pos"_s, "real"_s, "second"_s}));
   EXPECT_TRUE(S_ISLNK(statusOf(link).st_mode));
-  EXPECT_EQ(directory.read("real/a.pos"), "new content");
+  EXPECT_EQ(directory.read("real/" + name), "new content");
 
   ASSERT_EQ(::link(target.c_str(), other.c_str()), 0);
-  EXPECT_EQ(file::FileReplacer(link).replace({"both"}).outcome, file::outcome_t::DONE);
+  EXPECT_EQ(FileReplacer(link).replace({"both"}).outcome, outcome_t::DONE);
   EXPECT_EQ(directory.read("hard"), "both") << "a second hard link is not cut off";
-  EXPECT_EQ(directory.read("real/a.pos"), "both");
+  EXPECT_EQ(directory.read("real/" + name), "both");
 }
 
 TEST(FileReplacer, CreatesNothing) {
@@ -117,34 +146,26 @@ TEST(FileReplacer, CreatesNothing) {
   QDir(directory.path()).mkdir("folder"_s);
   const QStringList before = entriesOf(directory);
   for (const char *name : {"missing", "missing/too", "fifo", "dangling", "folder"})
-    EXPECT_EQ(file::FileReplacer(directory.bytePath(name)).replace(PIECES).outcome,
-              file::outcome_t::NOT_WRITABLE)
+    EXPECT_EQ(FileReplacer(directory.bytePath(name)).replace(PIECES).outcome,
+              outcome_t::NOT_WRITABLE)
         << name;
+  FileReplacer replacer(directory.write("a.pos", "deleted by somebody else"));
+  replacer.begin();
+  QFile::remove(directory.path("a.pos"_s));
+  EXPECT_EQ(replacer.replace(PIECES).outcome, outcome_t::GONE);
   EXPECT_EQ(entriesOf(directory), before);
 }
 
 TEST(FileReplacer, RemovesLeftoversOfKilledRunsOnly) {
   const TemporaryDirectory directory;
-  const std::string path = directory.write("a.pos", "old");
   directory.write(".a.pos.123-1.kelvarune-new", "left by a killed run");
   const std::string busy = directory.write(".a.pos.124-1.kelvarune-new", "of a running program");
   directory.write(".b.pos.123-1.kelvarune-new", "of another file");
-  const int fd = ::open(busy.c_str(), O_RDONLY);
-  ASSERT_EQ(::flock(fd, LOCK_EX), 0);
-  EXPECT_EQ(file::FileReplacer(path).replace(PIECES).outcome, file::outcome_t::DONE);
-  ::close(fd);
+  const file::Descriptor running(::open(busy.c_str(), O_RDONLY));
+  ASSERT_EQ(::flock(running.get(), LOCK_EX), 0);
+  FileReplacer(directory.write("a.pos", "old")).begin();
   EXPECT_EQ(entriesOf(directory), (QStringList{".a.pos.124-1.kelvarune-new"_s,
                                                ".b.pos.123-1.kelvarune-new"_s, "a.pos"_s}));
-}
-
-TEST(FileReplacer, KeepsABackup) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.write("a.pos", std::string(3 << 20, 'x'));
-  directory.write("a.pos~", "an older backup");
-  EXPECT_EQ(file::FileReplacer(path).keepBackup().outcome, file::outcome_t::DONE);
-  EXPECT_EQ(directory.read("a.pos~"), std::string(3 << 20, 'x'));
-  EXPECT_EQ(file::FileReplacer(directory.bytePath("missing")).keepBackup().outcome,
-            file::outcome_t::NOT_WRITABLE);
 }
 
 } // namespace

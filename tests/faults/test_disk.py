@@ -1,0 +1,201 @@
+"""Lets the calls of saving go wrong, the disk fill up and other programs come in.
+
+The POS path names a complete document at every moment; a save that fails is reported once per
+reason, the run goes on, and the next save that works writes everything. With `--rounds 1` every
+call that has to do with the POS file goes wrong in turn, else one of each kind.
+"""
+
+import collections
+import errno
+import os
+import shutil
+import signal
+import subprocess
+
+import pytest
+
+from conftest import AS_NOBODY, FILES, REPLAY, candidate, goal, mech, po, rows
+
+GOALS = 3
+CALLS = ("openat,read,writev,fallocate,ftruncate,fchmod,fchown,flock,fcntl,lseek,fdatasync,fsync,"
+         "rename,renameat2,unlink,flistxattr")
+FOREIGN = ("POS file comp.pos was changed by another program; "
+           "that content is kept as comp.pos~.\n")
+
+
+def complaint(name):
+    return f"Cannot save POS file comp.pos: {os.strerror(getattr(errno, name))}.\n"
+
+
+def plain(case, goals=GOALS):
+    for path in [*case.root.glob("comp.pos*"), *temporaries(case)]:
+        path.unlink()
+    case.pos(*[po(f"T{i}", candidate()) for i in range(goals)])
+
+
+def linked(case):
+    plain(case)
+    case.path("elsewhere").mkdir(exist_ok=True)
+    case.path("comp.pos").rename(case.path("elsewhere/comp.pos"))
+    case.path("comp.pos").symlink_to("elsewhere/comp.pos")
+
+
+def malformed(case):
+    linked(case)  # its copy lies in another folder than its temporary files
+    case.path("comp.pos").write_bytes(case.path("comp.pos").read_bytes()[:-5])
+
+
+def temporaries(case):
+    return list(case.root.rglob(".*.kelvarune-new"))
+
+
+@pytest.fixture
+def disk(case):
+    """The scratch component, whose tools prove everything; the prover runs script `meanwhile` too.
+    """
+    case.script("meanwhile", "")
+    case.script("prover", f"read -r i j; {case.root}/tools/meanwhile $i\necho $i $j\n")
+    case.script("reader", "read -r i j; echo Proved\n")
+    case.mechanism(trust="always")
+    plain(case)
+    return case
+
+
+def traced(case, *options, args=REPLAY):
+    """A run of which strace writes down the calls, with the paths of descriptors."""
+    under = ("strace", "-y", "-o", case.path("calls"), "-e", f"trace={CALLS}", *options)
+    if subprocess.run([*under[:4], "true"], capture_output=True, check=False).returncode:
+        pytest.skip("tracing is not permitted here")
+    return case.run(*args, under=under, status=None, err=None)
+
+
+def calls_of(case):
+    """The calls that have to do with the POS file: name and which of that name it is."""
+    seen = collections.Counter()
+    for line in case.path("calls").read_text().splitlines():
+        name = line.partition("(")[0]
+        seen[name] += 1
+        if "comp.pos" in line or name == "fsync":
+            yield name, seen[name]
+
+
+@rows("layout", {"plain": plain, "link": linked, "malformed": malformed})
+@rows("fault", {"EIO": "error=EIO", "ENOSPC": "error=ENOSPC", "EACCES": "error=EACCES",
+                "KILL": "signal=KILL"})
+def test_each_call_goes_wrong_once(disk, pytestconfig, layout, fault):
+    layout(disk)
+    before = disk.path("comp.pos").read_bytes()
+    traced(disk)
+    assert (disk.proved(), temporaries(disk)) == (GOALS, [])
+    calls = list(calls_of(disk))
+    for name, number in calls if pytestconfig.getoption("--rounds") else dict(calls[:-9]).items():
+        layout(disk)
+        run = traced(disk, f"--inject={name}:{fault}:when={number}")
+        shown, saved = run.out.count(b"+"), 0
+        if disk.path("comp.pos").read_bytes() != before:
+            saved = disk.proved()
+        words = f"{name} {number} {run}"
+        if fault == "signal=KILL":
+            assert run.status == -signal.SIGKILL and saved >= shown - 1, words
+        else:
+            assert run.err.decode() in ("", complaint(fault[6:])), words
+            assert shown == GOALS or b"Error comp .pos" in run.out, words
+            assert saved == shown or run.err or fault == "error=EACCES", words
+        disk.run(*REPLAY)  # the disk is well again
+        assert (disk.proved(), temporaries(disk)) == (GOALS, []), words
+        assert layout != malformed or disk.path("comp.pos~").read_bytes() == before, words
+
+
+def test_everything_is_flushed_before_and_after_the_names_change(disk):
+    traced(disk)
+    kinds = {"writev": "w", "fdatasync": "d", "renameat2": "x", "fsync": "s"}
+    assert "".join(kinds.get(name, "") for name, _ in calls_of(disk)) == "wdxs" * GOALS
+
+
+@rows("call", {name: name for name in ("writev", "ftruncate", "fdatasync", "fsync")})
+def test_a_broken_disk_is_reported_once(disk, call):
+    for name in ("m", "n"):
+        disk.mechanism(path=f"mechanisms/{name}.xml", trust="always")
+    disk.pos(*[po(f"T{i}", goal(mech("m", d1="Proved"), mech("n", d1="Proved"))) for i in (1, 2)])
+    before = disk.path("comp.pos").read_bytes()
+    run = traced(disk, f"--inject={call}:error=EIO:when=1+", args=("-M", "mechanisms", *FILES))
+    assert (run.status, run.err.decode()) == (0, complaint("EIO"))
+    assert call == "fsync" or disk.path("comp.pos").read_bytes() == before
+
+
+@rows("links", {"replaced": 1, "in place": 2})
+def test_files_may_not_grow(disk, links):
+    """By the user's limit: a failed save, not the end; nothing is torn. Tools do end by it."""
+    before = disk.path("comp.pos").read_bytes()
+    if links == 2:
+        os.link(disk.path("comp.pos"), disk.path("hard"))
+    disk.script("meanwhile", "grep SigIgn /proc/$$/status >ignored\n")
+    disk.run(*REPLAY, under=("prlimit", "--fsize=512"), err=complaint("EFBIG"))
+    assert disk.path("comp.pos").read_bytes() == before
+    ignored = int(disk.path("ignored").read_text().split()[1], 16)
+    assert not ignored & 1 << signal.SIGXFSZ - 1
+
+
+@rows("links", {"replaced": 1, "in place": 2})
+@rows("jobs", {"1 job": 1, "8 jobs": 8})
+def test_full_disk(disk, links, jobs):
+    """The disk is full for the first saves; then the prover of a late goal makes room."""
+    small, goals = disk.path("small"), 40
+    small.mkdir()
+    if subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "none", small],
+                      capture_output=True, check=False).returncode:
+        pytest.skip("mounting is not permitted here")
+    try:
+        plain(disk, goals)
+        shutil.move(disk.path("comp.pos"), small)
+        if links == 2:
+            os.link(small / "comp.pos", small / "other.pos")
+        disk.script("meanwhile", f"[ $1 != {goals - 5} ] || rm small/filler\n")
+        small.joinpath("filler").write_bytes(b"#" * (os.statvfs(small).f_bavail - 1) * 4096)
+        disk.run(*REPLAY, "-s", "small/comp.pos", "-c", jobs,
+                 err=complaint("ENOSPC").replace("comp", "small/comp"))
+        disk.path("comp.pos").symlink_to("small/comp.pos")
+        assert (disk.proved(), temporaries(disk)) == (goals, [])
+    finally:
+        subprocess.run(["umount", "--lazy", small], check=True)
+
+
+@rows("command, err, kept", {
+    "replaced": ("cp new.pos next; mv next comp.pos", FOREIGN, "new.pos"),
+    "written over": ("cat new.pos >comp.pos", FOREIGN, "new.pos"),
+    "moved": ("mv comp.pos away.pos", complaint("ENOENT"), None),
+    "deleted": ("rm comp.pos", complaint("ENOENT"), None)})
+def test_another_program_comes_in(disk, command, err, kept):
+    disk.write("new.pos", "<Proof_Obligations/>")
+    disk.script("meanwhile", f"[ $1 = 0 ] || [ -e done ] || {{ >done; {command}; }}\n")
+    disk.run(*REPLAY, err=err)
+    assert disk.path("comp.pos").exists() == bool(kept) and temporaries(disk) == []
+    if kept:
+        assert disk.path("comp.pos~").read_bytes() == disk.path(kept).read_bytes()
+        assert disk.proved() == GOALS
+
+
+def test_two_runs_on_one_file_leave_nothing_behind(disk):
+    plain(disk, 60)
+    runs = [disk.start(*REPLAY, "-c", 4) for _ in range(2)]
+    assert [run.wait() for run in runs] == [0, 0]
+    assert temporaries(disk) == []
+
+
+def test_without_a_copy_of_what_could_not_be_read_nothing_is_saved(disk):
+    malformed(disk)
+    disk.path("comp.pos~").mkdir()
+    before = disk.path("comp.pos").read_bytes()
+    disk.run(*REPLAY, err=complaint("EISDIR"))
+    assert disk.path("comp.pos").read_bytes() == before
+
+
+@pytest.mark.skipif(os.geteuid(), reason="takes root")
+def test_directory_that_may_not_be_written(disk):
+    linked(disk)
+    for path, mode in {".": 0o777, "work": 0o777, "elsewhere": 0o755}.items():
+        disk.path(path).chmod(mode)
+    os.chown(disk.path("comp.pos"), 65534, 65534)
+    inode = disk.path("comp.pos").stat().st_ino
+    disk.run(*REPLAY, **AS_NOBODY)
+    assert (disk.proved(), disk.path("comp.pos").stat().st_ino) == (GOALS, inode)

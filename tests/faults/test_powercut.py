@@ -1,0 +1,89 @@
+"""Cuts the power while results are saved: a file system on a loop device is shut down without its
+journal, as if the machine had stopped there, and mounted again.
+
+The POS file is a whole document then, and holds every verdict whose save had returned. `--rounds N`
+cuts N times per file system and size.
+"""
+
+import fcntl
+import functools
+import os
+import subprocess
+import time
+import xml.etree.ElementTree as ET
+
+import pytest
+
+from conftest import REPLAY, candidate, obligations, po
+
+SHUT_DOWN, WITHOUT_JOURNAL = 0x8004587D, b"\2\0\0\0"  # FS_IOC_SHUTDOWN
+MEGABYTES = {"ext4": 100, "xfs": 320}
+
+
+class Disk:
+    """A file system of its own on `path`."""
+
+    def __init__(self, path, image, *options):
+        self.path = path
+        path.mkdir()
+        self.call("mount", "-o", ",".join(["loop", *options]), image, path)
+
+    @staticmethod
+    def call(*command):
+        subprocess.run(command, check=True, capture_output=True)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.call("umount", "--lazy", self.path)
+
+    def cut(self):
+        names = os.open(self.path, os.O_RDONLY)
+        fcntl.ioctl(names, SHUT_DOWN, WITHOUT_JOURNAL)
+        os.close(names)
+
+
+def new_disk(case, kind):
+    image = case.write("image", "")
+    os.truncate(image, MEGABYTES[kind] << 20)
+    try:
+        Disk.call(f"/usr/sbin/mkfs.{kind}", "-q", image)
+        return Disk(case.path("disk"), image)
+    except (OSError, subprocess.CalledProcessError) as error:
+        pytest.skip(f"no {kind} of its own here: {getattr(error, 'stderr', error)}")
+
+
+@functools.lru_cache
+def component(goals):
+    """The bytes of a POS file of usual size, 700 bytes a goal."""
+    parts = [candidate() for _ in range(goals)]
+    for part in parts:
+        part.set("note", "x" * 400)
+    return ET.tostring(obligations(*[po(f"T{i}", part) for i, part in enumerate(parts)]))
+
+
+@pytest.mark.rounds(2)
+@pytest.mark.parametrize("goals", (1000, 10000))
+@pytest.mark.parametrize("kind", MEGABYTES)
+def test_power_cut_while_saving(case, rng, kind, goals):
+    started, jobs = case.write("started", ""), rng.choice((1, 4))
+    case.script("prover", f"echo >>{started}; exec cat\n")
+    case.script("reader", "read -r i j; echo Proved\n")
+    case.mechanism(trust="always")
+    with new_disk(case, kind) as disk:
+        case.write("disk/comp.pos", component(goals))
+        os.sync()
+        process = case.start(*REPLAY, "-s", "disk/comp.pos", "-c", jobs)
+        case.wait_for(lambda: started.stat().st_size > jobs, "the first saves")
+        time.sleep(rng.uniform(0, 0.3))
+        saved = started.stat().st_size - jobs
+        disk.cut()
+        case.kill_all()
+        process.wait()
+    # What was on the disk, of which the kernel knows nothing.
+    after = case.path("after")
+    Disk.call("cp", case.path("image"), after)
+    with Disk(case.path("again"), after, *(["nouuid"] if kind == "xfs" else [])):
+        case.path("comp.pos").symlink_to("again/comp.pos")
+        assert case.proved() >= saved
