@@ -166,11 +166,14 @@ result_t FileReplacer::giveName(TemporaryFile next, const pieces_t &pieces, Desc
   known = written;
   TemporaryFile displaced(std::exchange(next.path, {}), std::move(old));
   foreign_t foreign = foreign_t::NONE;
-  if (!isNameOf(displaced.path, displaced.file.get())) { // it came while we wrote
-    int error = 0;
-    foreign = keepForeign(displaced.path, error);
+  struct stat now;
+  const bool expected = isNameOf(displaced.path, displaced.file.get()) &&
+                        ::fstat(displaced.file.get(), &now) == 0 && hasSameContent(now, status);
+  if (!expected) { // somebody wrote it while we wrote ours
+    int ignored = 0;
+    foreign = keepForeign(displaced.path, ignored);
   }
-  const int error = turns.keep(resolved, next.file, pieces, std::move(displaced));
+  const int error = turns.keep(resolved, next.file, pieces, std::move(displaced), status);
   return {error == 0 ? outcome_t::DONE : outcome_t::FAILED, error, foreign};
 }
 

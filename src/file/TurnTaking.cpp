@@ -37,10 +37,12 @@ void TurnTaking::release(const TemporaryFile &claimed) {
 }
 
 int TurnTaking::keep(const std::string &target, const Descriptor &written,
-                     const pieces_t &newContent, TemporaryFile displaced) {
+                     const pieces_t &newContent, TemporaryFile displaced,
+                     const struct stat &before) {
   ::flock(displaced.file.get(), LOCK_EX | LOCK_NB); // so that it is no leftover of a killed run
-  const bool isKnown =
-      ::fstat(written.get(), &status) == 0 && ::fstat(displaced.file.get(), &spareStatus) == 0;
+  const bool isKnown = ::fstat(written.get(), &status) == 0 &&
+                       ::fstat(displaced.file.get(), &spareStatus) == 0 &&
+                       hasSameContent(spareStatus, before);
   if (const int error = flushName(target, written.get()))
     return error;
   path = target;

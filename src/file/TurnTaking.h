@@ -46,11 +46,12 @@ public:
   static void release(const TemporaryFile &claimed);
 
   /// Takes over what an exchange of names has left: `written`, which `path` names now, holds
-  /// `newContent`; `displaced` has the temporary name. Returns when the exchange is on the disk;
-  /// the displaced file is the spare then. Returns 0 or the error number; with an error there is no
-  /// spare, and the temporary name is removed.
+  /// `newContent`; `displaced`, which was `before` when it was last looked at, has the temporary
+  /// name. Returns when the exchange is on the disk; the displaced file is the spare then, unless
+  /// somebody has written to it. Returns 0 or the error number; with an error there is no spare.
+  /// What is not kept loses its name.
   int keep(const std::string &path, const Descriptor &written, const pieces_t &newContent,
-           TemporaryFile displaced);
+           TemporaryFile displaced, const struct stat &before);
 
   /// Removes the spare.
   void end();
