@@ -78,6 +78,7 @@ end_t runProver(const std::string &program, const std::vector<std::string> &word
 int becomeProver(const std::string &program, const std::vector<std::string> &words,
                  int standardInput) {
   useAsInput(standardInput);
+  ::signal(SIGXFSZ, SIG_DFL); // which startUp ignores
   ::execvp(program.c_str(), pointersTo(words).data());
   return statusOfError(errno);
 }
