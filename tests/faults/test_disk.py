@@ -16,7 +16,7 @@ import pytest
 from conftest import AS_NOBODY, FILES, REPLAY, candidate, goal, mech, po, rows
 
 GOALS = 3
-CALLS = ("openat,read,writev,fallocate,ftruncate,fchmod,fchown,flock,fcntl,lseek,fdatasync,fsync,"
+CALLS = ("openat,writev,fallocate,ftruncate,fchmod,fchown,flock,fcntl,lseek,fdatasync,fsync,"
          "rename,renameat2,unlink,flistxattr")
 STRACE = ("strace", "-y", "-o", "calls")  # the calls, with the paths of descriptors
 FOREIGN = "POS file comp.pos was changed by another program; that content is kept as comp.pos~.\n"
