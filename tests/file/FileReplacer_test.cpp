@@ -6,9 +6,12 @@
 
 #include <map>
 #include <set>
+#include <thread>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 using namespace kelvarune;
@@ -144,6 +147,25 @@ TEST(FileReplacer, RemovesLeftoversOfKilledRunsOnly) {
   FileReplacer(directory.write("a.pos", "old")).begin();
   EXPECT_EQ(shell(directory, LIST),
             ".a.pos.124-1.kelvarune-new\n.b.pos.123-1.kelvarune-new\na.pos\n");
+}
+
+TEST(WriteAll, GoesOnWhereAWriteCameUpShort) {
+  struct sigaction interrupting = {};
+  interrupting.sa_handler = [](int) {};
+  ::sigaction(SIGUSR1, &interrupting, nullptr);
+  const file::pipe_t pipe = file::makePipe();
+  const file::pieces_t pieces = {QByteArray(50000, 'a'), QByteArray(50000, 'b') + "c"};
+  std::thread writer([&] { EXPECT_EQ(file::writeAll(pipe.writeEnd.get(), pieces), 0); });
+  for (int held = 0; held < 65536;) // a full pipe, in the middle of the second piece
+    ASSERT_EQ(::ioctl(pipe.readEnd.get(), FIONREAD, &held), 0);
+  QByteArray all(100001, 0);
+  ::usleep(20000); // it waits for room: a signal cuts its write short
+  ::pthread_kill(writer.native_handle(), SIGUSR1);
+  ::usleep(20000);
+  for (int at = 0; at < all.size();)
+    at += static_cast<int>(::read(pipe.readEnd.get(), all.data() + at, all.size() - at));
+  writer.join();
+  EXPECT_TRUE(all == pieces[0] + pieces[1]);
 }
 
 } // namespace
