@@ -2,7 +2,7 @@
 
 #include "file/Content.h"
 
-#include "file/Descriptor.h"
+#include "file/Io.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -46,7 +46,7 @@ int commonPieces(const pieces_t &a, const pieces_t &b) {
 
 // The disk gets to work on what has been written while the rest is: that saves a quarter of the
 // time of a large file. It is asked to, no more; whether it has done so only a flush shows.
-int writeAll(int fd, const pieces_t &pieces) {
+int writePieces(int fd, const pieces_t &pieces) {
   std::vector<iovec> parts;
   parts.reserve(static_cast<std::size_t>(pieces.size()));
   for (const QByteArray &piece : pieces) {
@@ -72,20 +72,11 @@ int writeAll(int fd, const pieces_t &pieces) {
   return 0;
 }
 
-ssize_t readSome(int fd, char *buffer, std::size_t size) {
-  ssize_t length = 0;
-  do
-    length = ::read(fd, buffer, size);
-  while (length < 0 && errno == EINTR);
-  return length;
-}
-
 // A directory that may be written but not read cannot be opened, and some file systems do not flush
 // directories; flushing the file itself then flushes the journal, which holds its new name.
 int flushName(const std::string &path, int fd) {
   const std::string directory = directoryOf(path);
-  const Descriptor names(
-      ::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const Descriptor names = openFile(directory.empty() ? "." : directory, O_RDONLY | O_DIRECTORY);
   if (names.isOpen() && ::fsync(names.get()) == 0)
     return 0;
   const bool mayNotBeFlushed = !names.isOpen() || errno == EINVAL;

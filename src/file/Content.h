@@ -20,10 +20,7 @@ int commonPieces(const pieces_t &a, const pieces_t &b);
 
 /// Writes all the pieces at the descriptor's position, however often a write comes up short. The
 /// disk is asked to start on them. Returns 0 or the error number.
-int writeAll(int fd, const pieces_t &pieces);
-
-/// Up to `size` bytes at the descriptor's position, as ::read.
-ssize_t readSome(int fd, char *buffer, std::size_t size);
+int writePieces(int fd, const pieces_t &pieces);
 
 /// Makes it last that the open file `fd` is called `path`: returns when the names in the directory
 /// are on the disk as they are now. Returns 0 or the error number.

@@ -4,6 +4,7 @@
 #include "file/FileReplacer.h"
 
 #include "file/Identity.h"
+#include "file/Io.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -52,7 +53,7 @@ int overwrite(const TemporaryFile &next, const pieces_t &held, const pieces_t &p
   const off_t from = sizeOf(pieces.mid(0, common));
   if (::lseek(fd, from, SEEK_SET) != from)
     return errno;
-  if (const int error = writeAll(fd, pieces.mid(common)))
+  if (const int error = writePieces(fd, pieces.mid(common)))
     return error;
   if (::ftruncate(fd, sizeOf(pieces)) != 0)
     return errno;
@@ -80,7 +81,7 @@ int copyContent(int from, int to) {
     if (length <= 0)
       return length == 0 ? 0 : errno;
     if (const int error =
-            writeAll(to, {QByteArray::fromRawData(buffer.data(), static_cast<int>(length))}))
+            writePieces(to, {QByteArray::fromRawData(buffer.data(), static_cast<int>(length))}))
       return error;
   }
 }
@@ -108,7 +109,7 @@ void FileReplacer::begin() {
 result_t FileReplacer::replace(const pieces_t &pieces) {
   if (!begun)
     begin();
-  Descriptor old(::open(target.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+  Descriptor old = openFile(target, O_WRONLY | O_NOCTTY | O_NONBLOCK);
   struct stat status;
   if (!old.isOpen() || ::fstat(old.get(), &status) != 0)
     return known && errno == ENOENT ? result_t{outcome_t::GONE, ENOENT} : notWritable(errno);
@@ -185,7 +186,7 @@ result_t FileReplacer::writeInPlace(const Descriptor &file, const struct stat &s
     if (const int error = reserve(file.get(), size, status.st_size))
       return failed(error);
   }
-  if (const int error = writeAll(file.get(), pieces))
+  if (const int error = writePieces(file.get(), pieces))
     return failed(error);
   if (regular && (::ftruncate(file.get(), size) != 0 || ::fdatasync(file.get()) != 0))
     return failed(errno);
@@ -205,7 +206,7 @@ foreign_t FileReplacer::keepForeign(const std::string &source, int &error) {
 }
 
 result_t FileReplacer::keepBackup() {
-  const Descriptor source(::open(target.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const Descriptor source = openFile(target, O_RDONLY | O_NONBLOCK);
   if (!source.isOpen())
     return notWritable(errno);
   const int error = keep(target);
@@ -216,7 +217,7 @@ result_t FileReplacer::keepBackup() {
 // Copies a file to the target's name followed by "~". 0, or the error number.
 int FileReplacer::keep(const std::string &source) {
   const std::string backup = target + "~";
-  const Descriptor from(::open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const Descriptor from = openFile(source, O_RDONLY | O_NONBLOCK);
   struct stat status;
   if (!from.isOpen() || ::fstat(from.get(), &status) != 0)
     return errno;

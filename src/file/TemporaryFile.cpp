@@ -2,6 +2,7 @@
 
 #include "file/Content.h"
 #include "file/Identity.h"
+#include "file/Io.h"
 
 #include <algorithm>
 #include <atomic>
@@ -60,8 +61,8 @@ int TemporaryFile::create(const std::string &target) {
   for (int attempt = 0; attempt < CREATE_ATTEMPTS; ++attempt) {
     const std::string name = directoryOf(target) + prefixOf(target) + std::to_string(::getpid()) +
                              "-" + std::to_string(++counter) + SUFFIX;
-    Descriptor created(::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW,
-                              S_IRUSR | S_IWUSR));
+    Descriptor created =
+        openFile(name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, S_IRUSR | S_IWUSR);
     if (!created.isOpen() && errno != EEXIST)
       return errno;
     if (!created.isOpen())
@@ -84,7 +85,7 @@ void removeLeftovers(const std::string &target) {
     if (name.compare(0, prefix.size(), prefix) != 0 || !endsWith(name, SUFFIX))
       continue;
     const std::string leftover = directory + name;
-    const Descriptor file(::open(leftover.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    const Descriptor file = openFile(leftover, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
     if (file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
       ::unlink(leftover.c_str());
   }

@@ -155,7 +155,7 @@ TEST(WriteAll, GoesOnWhereAWriteCameUpShort) {
   ::sigaction(SIGUSR1, &interrupting, nullptr);
   const file::pipe_t pipe = file::makePipe();
   const file::pieces_t pieces = {QByteArray(50000, 'a'), QByteArray(50000, 'b') + "c"};
-  std::thread writer([&] { EXPECT_EQ(file::writeAll(pipe.writeEnd.get(), pieces), 0); });
+  std::thread writer([&] { EXPECT_EQ(file::writePieces(pipe.writeEnd.get(), pieces), 0); });
   for (int held = 0; held < 65536;) // a full pipe, in the middle of the second piece
     ASSERT_EQ(::ioctl(pipe.readEnd.get(), FIONREAD, &held), 0);
   QByteArray all(100001, 0);
