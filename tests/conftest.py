@@ -389,9 +389,10 @@ class Case:
         return living
 
     def kill_all(self):
-        for process in self.running():
-            with contextlib.suppress(psutil.NoSuchProcess):
-                process.kill()
+        while processes := self.running():  # one that is killed later may have started another
+            for process in processes:
+                with contextlib.suppress(psutil.NoSuchProcess):
+                    process.kill()
 
     def run(self, *args, status=0, out=None, err="", orphans=False, limit_s=LIMIT_S, **options):
         """A whole run, compared with what is expected; what is None is left to the caller."""

@@ -1,10 +1,13 @@
 // The guardian reads from a pipe of which only the program holds the other end, so the end of file
 // is the program's end, whatever its cause. It stays in a session of its own, out of reach of the
-// terminal and of signals to the program's process group.
+// terminal and of signals to the program's process group. The program waits until it is there: what
+// ends the whole group in this moment would end the guardian with it.
 
 #include "process/Guardian.h"
 
+#include "file/Io.h"
 #include "process/Sessions.h"
+#include "process/SignalMask.h"
 
 #include <cerrno>
 
@@ -17,20 +20,22 @@ namespace kelvarune::process {
 
 namespace {
 
-[[noreturn]] void guard(int lifeline) {
+void awaitByteOrEnd(int fd) {
+  char byte;
+  file::readSome(fd, &byte, 1);
+}
+
+// Expects all signals blocked.
+[[noreturn]] void guard(int lifeline, const file::Descriptor &ready) {
   ::setsid();
   ::prctl(PR_SET_NAME, "kelvarune-guard");
-  sigset_t all;
-  sigfillset(&all);
-  ::sigprocmask(SIG_SETMASK, &all, nullptr);
+  file::writeAll(ready.get(), "", 1);
   // Nobody shall wait for the guardian to close a terminal, a pipe or a directory.
   ::dup2(lifeline, STDIN_FILENO);
   ::close_range(STDIN_FILENO + 1, ~0U, 0);
   if (::chdir("/") != 0)
     ::_exit(1);
-  char byte;
-  while (::read(STDIN_FILENO, &byte, 1) < 0 && errno == EINTR) {
-  }
+  awaitByteOrEnd(STDIN_FILENO);
   sessions::end(sessions::all());
   ::_exit(0);
 }
@@ -39,15 +44,19 @@ namespace {
 
 Guardian::Guardian() {
   sessions::release(sessions::claim(nullptr)); // the table must exist to be shared
-  file::pipe_t pipe = file::makePipe();
-  if (!pipe.readEnd.isOpen())
+  file::pipe_t life = file::makePipe();
+  file::pipe_t ready = file::makePipe();
+  if (!life.readEnd.isOpen() || !ready.readEnd.isOpen())
     return;
+  const AllSignalsBlocked blocked;
   pid = ::fork();
   if (pid == 0) {
-    pipe.writeEnd.reset();
-    guard(pipe.readEnd.get());
+    life.writeEnd.reset();
+    guard(life.readEnd.get(), ready.writeEnd);
   }
-  lifeline = std::move(pipe.writeEnd);
+  ready.writeEnd.reset();
+  awaitByteOrEnd(ready.readEnd.get());
+  lifeline = std::move(life.writeEnd);
 }
 
 Guardian::~Guardian() {
