@@ -22,14 +22,16 @@ set(libraries director report mechanism utils resource pos xml process file)
 set(public_headers
     director/ProofData.h
     director/ProofDirector.h
+    director/StopOnSignals.h
     file/Descriptor.h
     front/Report.h
     front/Utils.h
+    mechanism/Faults.h
     mechanism/Mechanism.h
-    pos/PosCheck.h
+    pos/Faults.h
+    pos/Goals.h
     pos/pos.h
     process/Guardian.h
-    process/StandardStreams.h
     process/StartUp.h
     process/StopSignals.h
     resource/ResourceManager.h
@@ -44,7 +46,8 @@ set(public_headers
     resource/T_resource_string.h
     resource/T_resource_tool.h
     resource/s_fopen.h
-    resource/syntax_analysis.h)
+    resource/syntax_analysis.h
+    text/Paths.h)
 
 list(TRANSFORM libraries PREPEND kelvarune_ OUTPUT_VARIABLE targets)
 install(

@@ -6,7 +6,9 @@
 // output, so this program reports on standard error.
 
 #include "director/ProofDirector.h"
+#include "director/StopOnSignals.h"
 #include "process/Guardian.h"
+#include "process/StartUp.h"
 #include "resource/ResourceManager.h"
 
 #include <QCommandLineParser>
@@ -17,6 +19,8 @@
 #include <future>
 #include <iostream>
 #include <memory>
+
+#include <signal.h>
 
 using namespace kelvarune;
 
@@ -51,6 +55,10 @@ void showOutcome(const ProofDirector &director) {
 } // namespace
 
 int main(int argc, char **argv) {
+  process::startUp();
+  // Both before the first thread: no prover outlives this program, and a signal ends it in order.
+  const process::Guardian guardian;
+  StopOnSignals stopOnSignals({SIGINT, SIGTERM}, [](int number) { return 128 + number; });
   const QCoreApplication application(argc, argv);
   QCommandLineParser parser;
   parser.addHelpOption();
@@ -67,8 +75,7 @@ int main(int argc, char **argv) {
   if (files.size() != std::size(names))
     parser.showHelp(EXIT_FAILURE);
 
-  init_resource_manager();          // once, before the first director
-  const process::Guardian guardian; // before the first thread: no prover outlives this program
+  init_resource_manager(); // once, before the first director
   const std::string component = "embedded";
   const auto director = std::make_unique<ProofDirector>(
       component, files[0], files[1], files[2], files[3], byteStrings(parser.values(installDirs)),
@@ -76,9 +83,11 @@ int main(int argc, char **argv) {
   if (!director->isLoaded())
     return EXIT_FAILURE; // the reason stands on standard error already
 
+  stopOnSignals.setDirector(director.get());
   const auto played = std::async(std::launch::async, [&] { director->play(); });
   while (played.wait_for(std::chrono::milliseconds(500)) != std::future_status::ready)
     showProgress(*director);
+  stopOnSignals.setDirector(nullptr);
   showOutcome(*director);
   return director->hasErrors() ? EXIT_FAILURE : EXIT_SUCCESS;
 }

@@ -49,7 +49,7 @@ void ProofDirector::addError(const std::string &line, const QString &message) {
 
 // Keeps a failed save among the errors and returns the line to report it with, or nothing.
 std::string ProofDirector::takeFailedSave() {
-  const std::string line = parts->posFile.takeFailure();
+  std::string line = parts->posFile.takeFailure();
   if (!line.empty())
     parts->failures.add(QString::fromStdString(line).trimmed());
   return line;

@@ -77,7 +77,7 @@ bool parseOptions(const QStringList &words, play_options_t &options) {
   parser.setApplicationDescription(
       "Registers proof mechanisms in a POS file and plays their drivers on its goals.\n\n"
       "Exit status: 0 the run completed; 1 with --strict, some goal is not proved; 2 unusable\n"
-      "command line or input; 3 some tool failed; 128+N stopped by signal N."_s);
+      "command line or input; 3 some tool or save failed; 128+N stopped by signal N."_s);
   parser.addOptions({resources, installDir, mechanism, mechanismDirectory, posFile, pogFile,
                      directory, concurrency, trace, xml, driver, goal, fast, strict});
   const QCommandLineOption help = parser.addHelpOption();

@@ -3,6 +3,7 @@
 
 #include "output/Output.h"
 
+#include "file/Io.h"
 #include "front/Utils.h"
 #include "text/Literals.h"
 
@@ -47,18 +48,10 @@ void complain(const QString &what) {
 }
 
 bool printOut(const QByteArray &bytes) {
-  for (int at = 0; at < bytes.size();) {
-    const ssize_t written =
-        ::write(STDOUT_FILENO, bytes.constData() + at, static_cast<std::size_t>(bytes.size() - at));
-    if (written < 0 && errno == EINTR)
-      continue;
-    if (written < 0) {
-      complain("cannot write standard output: "_s + QString::fromLocal8Bit(std::strerror(errno)));
-      return false;
-    }
-    at += static_cast<int>(written);
-  }
-  return true;
+  if (file::writeAll(STDOUT_FILENO, bytes))
+    return true;
+  complain("cannot write standard output: "_s + QString::fromLocal8Bit(std::strerror(errno)));
+  return false;
 }
 
 int finish(const QByteArray &bytes, int status) {
