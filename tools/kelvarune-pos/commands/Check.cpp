@@ -14,7 +14,7 @@ using namespace kelvarune;
 
 namespace {
 
-QJsonArray jsonOf(const std::vector<pos::fault_t> &findings) {
+QJsonArray violationsOf(const std::vector<pos::fault_t> &findings) {
   QJsonArray array;
   for (const pos::fault_t &finding : findings)
     array.append(QJsonObject{{"tag"_s, finding.place.tag},
@@ -50,7 +50,7 @@ int commands::check(const options_t &options) {
   const int status = findings.empty() ? EXIT_DONE : EXIT_FOUND;
   if (options.json)
     return finishJson("check", options.file(),
-                      {{"goals"_s, total}, {"violations"_s, jsonOf(findings)}}, status);
+                      {{"goals"_s, total}, {"violations"_s, violationsOf(findings)}}, status);
   const QString summary = shown(options.file()) + ": "_s + counted(total, "goal") + ", "_s +
                           counted(static_cast<int>(findings.size()), "violation") +
                           QLatin1Char('\n');
