@@ -1,15 +1,12 @@
 // POS documents: what is counted in a file is what is in its document, the faults foresee every
 // error, and the bytes that are kept piece by piece are those of the whole document.
 
-#include "../support/Metrics.h"
 #include "FuzzSupport.h"
 #include "pos/Faults.h"
 #include "pos/GoalBytes.h"
+#include "support/Pos.h"
 #include "text/Literals.h"
 #include "xml/XmlFile.h"
-
-#include <QHash>
-#include <QTextStream>
 
 using namespace kelvarune;
 
@@ -49,14 +46,8 @@ void keepBytes(const QDomDocument &document, std::mt19937 &choices) {
   const std::vector<pos::obligation_t> obligations = pos::obligationsOf(document);
   const QStringList statuses = {"Proved"_s, "Unknown"_s, "a<b&\"c\"\n"_s};
   for (int round = 0; round < 4; ++round) {
-    QByteArray collected;
-    for (const QByteArray &piece : bytes.collect())
-      collected += piece;
-    QByteArray whole;
-    QTextStream stream(&whole, QIODevice::WriteOnly);
-    document.save(stream, pos::XML_INDENT);
-    stream.flush();
-    require(collected == whole, "the pieces are the whole document");
+    const QByteArray pieces = joined(bytes.collect()); // which also writes the author's name
+    require(pieces == wholeSave(document), "the pieces are the whole document");
     for (std::size_t i = 0; i < obligations.size(); ++i) {
       for (std::size_t j = choices() % 4; j < obligations[i].goals.size(); j += 1 + choices() % 4) {
         QDomElement changed = obligations[i].goals[j];
@@ -71,16 +62,7 @@ void keepBytes(const QDomDocument &document, std::mt19937 &choices) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  static const FuzzDirectory directory;
-  static const bool prepared = [] {
-    qSetGlobalQHashSeed(0);
-    silenceStreams();
-    return true;
-  }();
-  (void)prepared;
-  const std::string_view input = textOf(data, size);
-  std::mt19937 choices = choicesOf(input);
+void fuzz(const FuzzDirectory &directory, std::string_view input, std::mt19937 &choices) {
   if (choices() % 4 == 0)
     nestDeeply(directory, std::string(input));
   const std::string path = directory.write("in.pos", input);
@@ -90,5 +72,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     operate(path, document.cloneNode().toDocument());
   if (read.readable)
     keepBytes(document, choices);
-  return 0;
 }

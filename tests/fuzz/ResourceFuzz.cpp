@@ -14,7 +14,6 @@
 #include "resource/syntax_analysis.h"
 
 #include <functional>
-#include <string>
 #include <vector>
 
 namespace {
@@ -70,13 +69,9 @@ void abuse(const std::vector<std::string> &paths, std::mt19937 &choices) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  static const FuzzDirectory directory;
+void fuzz(const FuzzDirectory &directory, std::string_view input, std::mt19937 &choices) {
   ::setenv("HOME", directory.path("").c_str(), 1);
-  silenceStreams();
   init_resource_manager();
-  const std::string_view input = textOf(data, size);
-  std::mt19937 choices = choicesOf(input);
   const std::size_t half = input.size() / 2;
   const std::vector<std::string> paths = {directory.write("first", input.substr(0, half)),
                                           directory.write("second", input.substr(half)),
@@ -89,5 +84,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
   for (const auto drop : {delete_all_resources, delete_morvanel_resources, delete_user_resources,
                           delete_explicit_resources})
     drop();
-  return 0;
 }

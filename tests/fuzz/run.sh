@@ -24,12 +24,12 @@ while [ $# -gt 0 ]; do
 done
 [ ${#targets[@]} -gt 0 ] || targets=(pos mechanism resource)
 
-launcher=()
-command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+launcher=$(command -v ccache || true)
 mkdir -p "$build/crashes"
 if ! { cmake -S "$project" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug \
-  -DCMAKE_CXX_FLAGS_DEBUG="-g1 -O1" -DCMAKE_CXX_COMPILER="${CLANGXX:-clang++}" "${launcher[@]}" \
-  -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 -DKELVARUNE_FUZZ=ON \
+  -DCMAKE_CXX_FLAGS_DEBUG="-g1 -O1" -DCMAKE_CXX_COMPILER="${CLANGXX:-clang++}" \
+  -DCMAKE_CXX_COMPILER_LAUNCHER="$launcher" -DKELVARUNE_FUZZ=ON \
+  -DCMAKE_UNITY_BUILD=ON -DCMAKE_UNITY_BUILD_BATCH_SIZE=0 \
   -DKELVARUNE_SANITIZE=fuzzer-no-link,address,undefined &&
   cmake --build "$build" --target "${targets[@]/#/fuzz_}"; } >"$build/build.log" 2>&1; then
   cat "$build/build.log" >&2
@@ -40,7 +40,7 @@ failed=0
 for target in "${targets[@]}"; do
   mkdir -p "$build/corpus/$target"
   log=$build/$target.log
-  # Crashes are told on the standard error of the fuzzer itself, which stays open.
+  # The fuzzer itself reports crashes on a standard error of its own, which stays open.
   if (cd "$build" && "bin/fuzz_$target" "${limit[@]}" -seed=1 -max_len=4096 -timeout=20 \
     -rss_limit_mb=2048 -close_fd_mask=3 -artifact_prefix="crashes/$target-" \
     -dict="$here/$target.dict" -print_final_stats=1 \

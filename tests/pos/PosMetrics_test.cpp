@@ -1,6 +1,6 @@
 #include "pos/pos.h"
 #include "support/Fixtures.h"
-#include "support/Metrics.h"
+#include "support/Pos.h"
 
 #include <stdexcept>
 

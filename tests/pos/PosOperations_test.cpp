@@ -18,20 +18,12 @@ QDomDocument posDocument(const std::string &goals) {
   return documentOf("<r><Proof_Obligation>" + goals + "</Proof_Obligation></r>");
 }
 
-std::string element(const char *tag, const char *attributes, const std::string &inside = "") {
-  return std::string("<") + tag + " " + attributes + ">" + inside + "</" + tag + ">";
+std::string goal(const std::string &attributes, const std::string &parts) {
+  return "<Simple_Goal " + attributes + ">" + parts + "</Simple_Goal>";
 }
 
-std::string goal(const char *attributes, const std::string &parts) {
-  return element("Simple_Goal", attributes, parts);
-}
-
-std::string mechanism(const char *attributes) {
-  return element("Mechanism", attributes, "<Driver status='Unknown'/>");
-}
-
-std::string state(const char *attributes) {
-  return element("Proof_State", attributes);
+std::string mechanism(const std::string &attributes) {
+  return "<Mechanism " + attributes + "><Driver status='Unknown'/></Mechanism>";
 }
 
 const std::string NEXT = "</Proof_Obligation><x/><Proof_Obligation>";
@@ -56,21 +48,21 @@ TEST(GetMechanisms, ListsEachNameOnceAsItFirstAppears) {
 }
 
 TEST(Unprove, LeavesWhatTheProofStateSays) {
-  const std::string iapa = "<iapa><status value='Invalid'/></iapa>";
-  const std::string own = state("proofState='Proved(Util)'");
+  const std::string own =
+      "<Proof_State proofState='Proved(Util)'/><iapa><status value='Invalid'/></iapa>";
   QDomDocument document =
-      posDocument(goal("status='Disproved'", own + iapa + mechanism("status='Disproved'")) + NEXT +
+      posDocument(goal("status='Disproved'", own + mechanism("status='Disproved'")) + NEXT +
                   goal("", "<x status='?'/>" + mechanism("status='?'") + mechanism("")));
   pos::unprove(document);
   const std::string reset = mechanism("status='Unproved'");
   EXPECT_EQ(document.toString(),
-            posDocument(goal("status='Proved'", own + iapa + reset) + NEXT +
+            posDocument(goal("status='Proved'", own + reset) + NEXT +
                         goal("status='Unproved'", "<x status='?'/>" + reset + reset))
                 .toString());
 }
 
 TEST(RemoveMechanism, TakesOneOutOfEachGoalAndCorrectsTheStatus) {
-  const std::string own = state("proofState='Proved(0)'");
+  const std::string own = "<Proof_State proofState='Proved(0)'/>";
   const std::string M = mechanism("name='M' status='Disproved'");
   const std::string second = mechanism("name='M' status='Proved'");
   const std::string other = goal("status='Proved'", mechanism("name='m' status='?'")); // stays

@@ -1,7 +1,9 @@
-#ifndef KELVARUNE_TESTS_SUPPORT_METRICS_H
-#define KELVARUNE_TESTS_SUPPORT_METRICS_H
+#ifndef KELVARUNE_TESTS_SUPPORT_POS_H
+#define KELVARUNE_TESTS_SUPPORT_POS_H
 
 #include "pos/pos.h"
+
+#include <QTextStream>
 
 #include <initializer_list>
 #include <sstream>
@@ -26,6 +28,22 @@ inline std::string shown(const pos::metrics_t &all) {
            {driver->unproved, driver->unknown, driver->proved, driver->disproved});
   }
   return text.str();
+}
+
+/// The bytes that the library saves the document as.
+inline QByteArray wholeSave(const QDomDocument &document) {
+  QByteArray bytes;
+  QTextStream stream(&bytes, QIODevice::WriteOnly);
+  document.save(stream, pos::XML_INDENT);
+  stream.flush();
+  return bytes;
+}
+
+inline QByteArray joined(const QVector<QByteArray> &pieces) {
+  QByteArray all;
+  for (const QByteArray &piece : pieces)
+    all += piece;
+  return all;
 }
 
 #endif
