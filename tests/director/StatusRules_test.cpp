@@ -14,7 +14,7 @@ constexpr auto REDUNDANCY = trust_t::REDUNDANCY;
 constexpr auto ALWAYS = trust_t::ALWAYS;
 
 TEST(StatusRules, NextMechanismStatus) {
-  struct row_t {
+  const struct {
     const char *verdict;
     bool last;
     trust_t trust;
@@ -22,8 +22,7 @@ TEST(StatusRules, NextMechanismStatus) {
     pos::status_t next;
     bool write;
     bool concludes;
-  };
-  const row_t rows[] = {
+  } rows[] = {
       {"Proved", false, NEVER, pos::UNPROVED, pos::UNRELIABLY_PROVED, true, true},
       {"Proved", false, NEVER, pos::UNRELIABLY_PROVED, pos::UNRELIABLY_PROVED, false, true},
       {"Proved", false, ALWAYS, pos::UNPROVED, pos::PROVED, true, true},
@@ -41,10 +40,8 @@ TEST(StatusRules, NextMechanismStatus) {
       {"Disproved", true, REDUNDANCY, pos::DISPROVED, pos::DISPROVED, false, true},
       {"else", false, ALWAYS, pos::UNPROVED, pos::PROVED, true, false},
   };
-  for (const row_t &row : rows) {
-    SCOPED_TRACE(std::string(row.verdict) + " last " + std::to_string(row.last) + " trust " +
-                 std::to_string(static_cast<int>(row.trust)) + " from " +
-                 std::to_string(row.current));
+  for (const auto &row : rows) {
+    SCOPED_TRACE(&row - rows);
     const QString verdict = QString::fromLatin1(row.verdict);
     const mechanism_update_t update =
         nextMechanismStatus(verdict, row.last, row.trust, row.current);
@@ -55,15 +52,13 @@ TEST(StatusRules, NextMechanismStatus) {
 }
 
 TEST(StatusRules, GoalFollows) {
-  const QString unproved = "Unproved"_s;
-  const QString unreliable = "UnreliablyProved"_s;
-  const QString proved = "Proved"_s;
   for (const pos::status_t status : {pos::UNPROVED, pos::UNKNOWN})
-    EXPECT_FALSE(goalFollows(unproved, status)) << status;
+    EXPECT_FALSE(goalFollows("Unproved"_s, status)) << status;
   for (const pos::status_t status : {pos::UNRELIABLY_PROVED, pos::PROVED, pos::DISPROVED}) {
-    EXPECT_TRUE(goalFollows(unproved, status)) << status;
-    EXPECT_EQ(goalFollows(unreliable, status), status != pos::UNRELIABLY_PROVED) << status;
-    EXPECT_FALSE(goalFollows(proved, status)) << status;
+    EXPECT_TRUE(goalFollows("Unproved"_s, status)) << status;
+    EXPECT_EQ(goalFollows("UnreliablyProved"_s, status), status != pos::UNRELIABLY_PROVED)
+        << status;
+    EXPECT_FALSE(goalFollows("Proved"_s, status)) << status;
     EXPECT_FALSE(goalFollows("Unknown"_s, status)) << status;
   }
 }

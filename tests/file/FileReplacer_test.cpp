@@ -1,4 +1,5 @@
 #include "file/FileReplacer.h"
+#include "file/Io.h"
 #include "support/Fixtures.h"
 #include "text/Literals.h"
 
@@ -149,23 +150,29 @@ TEST(FileReplacer, RemovesLeftoversOfKilledRunsOnly) {
             ".a.pos.124-1.kelvarune-new\n.b.pos.123-1.kelvarune-new\na.pos\n");
 }
 
-TEST(WriteAll, GoesOnWhereAWriteCameUpShort) {
+TEST(Pipes, PassAllThatIsWrittenInShortWritesToo) {
   struct sigaction interrupting = {};
   interrupting.sa_handler = [](int) {};
   ::sigaction(SIGUSR1, &interrupting, nullptr);
-  const file::pipe_t pipe = file::makePipe();
+  file::pipe_t pipe = file::makePipe();
   const file::pieces_t pieces = {QByteArray(50000, 'a'), QByteArray(50000, 'b') + "c"};
-  std::thread writer([&] { EXPECT_EQ(file::writePieces(pipe.writeEnd.get(), pieces), 0); });
+  const QByteArray more(3000000, 'x');
+  std::thread writer([&] {
+    EXPECT_EQ(file::writePieces(pipe.writeEnd.get(), pieces), 0);
+    for (const int fd : {pipe.readEnd.get(), pipe.writeEnd.get()})
+      ::fcntl(fd, F_SETFL, O_NONBLOCK);
+    EXPECT_TRUE(file::writeAll(pipe.writeEnd.get(), more));
+    pipe.writeEnd.reset();
+  });
   for (int held = 0; held < 65536;) // a full pipe, in the middle of the second piece
     ASSERT_EQ(::ioctl(pipe.readEnd.get(), FIONREAD, &held), 0);
-  QByteArray all(100001, 0);
   ::usleep(20000); // it waits for room: a signal cuts its write short
   ::pthread_kill(writer.native_handle(), SIGUSR1);
   ::usleep(20000);
-  for (int at = 0; at < all.size();)
-    at += static_cast<int>(::read(pipe.readEnd.get(), all.data() + at, all.size() - at));
+  QByteArray all;
+  EXPECT_TRUE(file::readAll(pipe.readEnd.get(), all));
   writer.join();
-  EXPECT_TRUE(all == pieces[0] + pieces[1]);
+  EXPECT_TRUE(all == pieces[0] + pieces[1] + more);
 }
 
 } // namespace

@@ -3,11 +3,15 @@
 #include "mechanism/Faults.h"
 #include "mechanism/Mechanism.h"
 #include "support/Fixtures.h"
+#include "text/Literals.h"
 
 #include <iostream>
+#include <sstream>
 #include <stdexcept>
 
 #include <sys/stat.h>
+
+using namespace kelvarune;
 
 namespace {
 
@@ -123,6 +127,34 @@ TEST_F(MechanismFile, ReadsDrivers) {
     EXPECT_EQ((driver.writer.default_path + driver.writer.resource).toStdString(),
               "writerAny*None");
   }
+}
+
+// Compared whole, so that every line, quote and empty line counts; "$" stands for the end of a
+// line.
+TEST_F(MechanismFile, IsDumpedWhateverTheFlagsOfTheStream) {
+  EXPECT_EQ(
+      read("<mechanism trust='redundancy'><driver name='Étude' group='related'><writer name='w'"
+           " path='writer' resource='Any*W_Path'><param name='-x' value='1'/>"
+           "<param name='' separator='' value='a&quot;b&#10;c'/></writer><prover path='prover'"
+           " timeout='30' input='file'><param name='-t' separator='=' value='30'/></prover>"
+           "<reader path='reader'/></driver></mechanism>"),
+      "good");
+  std::ostringstream stream;
+  stream << std::hex << std::showbase << mechanism;
+  QString text = QString::fromStdString(stream.str());
+  text.replace(directory.path(), "DIR"_s).replace(QLatin1Char('\n'), QLatin1Char('$'));
+  EXPECT_EQ(text.toStdString(),
+            "[mechanism]$name = \"Alto.v2\"$trust = \"redundancy\"$$[driver]$name = \"Étude\"$"
+            "group = \"related\"$$[writer]$$[tool]$name = \"w\"$default_path = \"writer\"$"
+            "resource = \"Any*W_Path\"$path = \"DIR/writer\"$$[parameters]$size = 2$$[parameter]$"
+            "name = \"-x\"$separator = \" \"$value = \"1\"$$[parameter]$name = \"\"$"
+            "separator = \"\"$value = \"a\"b$c\"$$[prover]$name = \"\"$default_path = \"prover\"$"
+            "resource = \"\"$path = \"DIR/prover\"$timeout = \"30\"$input = file\"$$[parameters]$"
+            "size = 1$[parameter]$name = \"-t\"$separator = \"=\"$value = \"30\"$$[reader]$$[tool]$"
+            "name = \"\"$default_path = \"reader\"$resource = \"\"$path = \"DIR/reader\"$$"
+            "[parameters]$size = 0$$");
+  mechanism.trust = static_cast<mechanism::trust_t>(3);
+  EXPECT_THROW(stream << mechanism, std::out_of_range);
 }
 
 // Faults by number: 0 unreadable, 1 malformed, 2 no mechanism, 3 word, 4 missing tool, 5 tool not

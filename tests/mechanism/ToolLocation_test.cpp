@@ -24,7 +24,6 @@ TEST(ComputePath, PrefersTheResource) {
       {"bin//../alto", "", "bin//../alto"}, // as written
       {"alto", "Alto_Path", "/opt/tools/bin/alto"},
       {"alto", "Any*Thing*Alto_Path", "/opt/tools/bin/alto"},
-      {"bin//alto", "Alto_Path*", "bin//alto"},
       {"bin//alto", "alto_path", "bin//alto"},
       {"alto", "Elsewhere", "alto"}, // of another tool
       {"", "Latin", "/opt/é"},
@@ -79,7 +78,6 @@ TEST_F(ToolExistence, SearchesInOrder) {
   fs::create_directory(root / "A/here");
   fs::create_symlink(root / "tool", root / "A/linked");
   fs::create_symlink(root / "A/loop", root / "A/loop");
-  fs::create_symlink(root / "gone", root / "A/dangling");
   const struct {
     const char *name;
     std::string path;
@@ -95,16 +93,12 @@ TEST_F(ToolExistence, SearchesInOrder) {
       {"a file that is not executable", "data", "-"},
       {"a directory is no tool; the working directory comes last", "here", "work/here"},
       {"the suffix in the working directory", "there", "work/there.exe"},
-      {"the path is not resolved", "../A/./both", "A/../A/./both"},
       {"a link keeps its name", "linked", "A/linked"},
       {"a loop of links", "loop", "-"},
-      {"a link to nothing", "dangling", "-"},
       {"an empty path finds a file named as the suffix", "", "work/.exe"},
-      {"a path below a file", "both/x", "-"},
       {"an absolute path as it stands", root / "link/../B/both", "link/../B/both"},
       {"no suffix after an absolute path", root / "A/suffix", "-"},
       {"an absolute path is not looked for elsewhere", "/both", "-"},
-      {"an absolute path that is not executable", root / "A/data", "-"},
   };
   for (const auto &row : rows)
     EXPECT_EQ(found(row.path), row.expected) << row.name;

