@@ -149,12 +149,10 @@ TEST_F(Director, DesignatedGoalSelection) {
     selecting.produceWriterData("d"_s, "c.pog"_s, selection);
     selecting.produceProverData();
     ASSERT_EQ(selecting.getProverData().size(), selection.size());
-    if (!selection.empty()) {
-      // The place in the selection stands for the obligation.
-      EXPECT_EQ(selecting.getProverData()[0].inpath, "d/c_m_d_0.po2"_s);
-      EXPECT_EQ(selecting.getWriterData()[0].args.at(1), "0"_s);
-      EXPECT_TRUE(selecting.getWriterData()[0].positions.empty());
-    }
+    for (const prover_data_t &data : selecting.getProverData())
+      EXPECT_EQ(data.inpath, "d/c_m_d_0.po2"_s); // 0 is the place in the selection
+    for (const writer_data_t &data : selecting.getWriterData())
+      EXPECT_TRUE(data.args.at(1) == "0"_s && data.positions.empty());
   }
 }
 

@@ -17,12 +17,6 @@ void require(bool holds, const char *what) {
   std::abort();
 }
 
-FuzzDirectory::FuzzDirectory() {
-  std::string name = (std::filesystem::temp_directory_path() / "kelvarune-fuzz-XXXXXX").string();
-  require(::mkdtemp(name.data()), "a temporary directory");
-  directory = name;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   static const FuzzDirectory directory;
   qSetGlobalQHashSeed(0);

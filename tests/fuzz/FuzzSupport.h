@@ -1,7 +1,8 @@
 #ifndef KELVARUNE_TESTS_FUZZ_FUZZSUPPORT_H
 #define KELVARUNE_TESTS_FUZZ_FUZZSUPPORT_H
 
-#include <filesystem>
+#include <QTemporaryDir>
+
 #include <fstream>
 #include <random>
 #include <stdexcept>
@@ -14,12 +15,9 @@ void require(bool holds, const char *what);
 /// A directory of the process. Removed at the end.
 class FuzzDirectory {
 public:
-  FuzzDirectory();
-  ~FuzzDirectory() { std::filesystem::remove_all(directory); }
-  FuzzDirectory(const FuzzDirectory &) = delete;
-  FuzzDirectory &operator=(const FuzzDirectory &) = delete;
-
-  std::string path(const std::string &name) const { return (directory / name).string(); }
+  std::string path(const std::string &name) const {
+    return directory.filePath(QString::fromStdString(name)).toStdString();
+  }
 
   std::string write(const std::string &name, std::string_view bytes) const {
     std::ofstream(path(name), std::ios::binary) << bytes;
@@ -27,7 +25,7 @@ public:
   }
 
 private:
-  std::filesystem::path directory;
+  QTemporaryDir directory;
 };
 
 /// What each target does with an input. `choices` depend on the input alone, so that an input

@@ -47,15 +47,13 @@ protected:
 
 TEST_F(StoreTest, GivesBackWhatItKeptByteForByte) {
   Store store(root(), 0);
-  const QByteArray outputs[] = {"", "unsat\n", QByteArray("a\0\n\xff", 4),
-                                QByteArray(1 << 20, 'x')};
   int number = 0;
-  for (const QByteArray &output : outputs) {
+  for (const QByteArray &output :
+       {QByteArray(), QByteArray("a\0\n\xff", 4), QByteArray(1 << 20, 'x')}) {
     ASSERT_TRUE(store.keep(keyOf(number), {output, number}));
-    const auto answer = store.find(keyOf(number));
-    ASSERT_TRUE(answer) << number;
-    EXPECT_EQ(answer->output, output);
-    EXPECT_EQ(answer->status, number++);
+    const answer_t answer = store.find(keyOf(number)).value();
+    EXPECT_EQ(std::tie(answer.output, answer.status), std::tie(output, number)) << number;
+    ++number;
   }
   store.forget(keyOf(0));
   EXPECT_FALSE(store.find(keyOf(0)));

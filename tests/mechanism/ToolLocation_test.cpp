@@ -93,6 +93,7 @@ TEST_F(ToolExistence, SearchesInOrder) {
       {"a file that is not executable", "data", "-"},
       {"a directory is no tool; the working directory comes last", "here", "work/here"},
       {"the suffix in the working directory", "there", "work/there.exe"},
+      {"the path is not resolved", "../A/./both", "A/../A/./both"},
       {"a link keeps its name", "linked", "A/linked"},
       {"a loop of links", "loop", "-"},
       {"an empty path finds a file named as the suffix", "", "work/.exe"},

@@ -22,7 +22,6 @@ const struct {
   const char *insideGoal; // in every third goal
 } DOCUMENTS[] = {
     {"plain", "", "", ""},
-    {"indented", "<?xml version=\"1.0\"?>\n", "\n    ", "\n  "},
     {"Latin-1", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n", "\n", ""},
     {"UTF-16", "<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n", "\n", ""},
     {"Shift-JIS", "<?xml version=\"1.0\" encoding=\"Shift_JIS\"?>\n", "\n", ""},

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
 
 /// A directory that lives as long as the fixture, with short ways to put files in and read them.
@@ -23,11 +24,9 @@ public:
 
   /// Writes `content` as the file `name` and returns its path.
   std::string write(const std::string &name, const std::string &content) const {
-    QFile file(path(QString::fromStdString(name)));
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << name;
-    EXPECT_EQ(file.write(content.data(), static_cast<qint64>(content.size())),
-              static_cast<qint64>(content.size()));
-    return file.fileName().toStdString();
+    std::ofstream file(bytePath(name), std::ios::binary);
+    EXPECT_TRUE((file << content).flush()) << name;
+    return bytePath(name);
   }
 
   /// As write, and makes the file executable for its owner.

@@ -149,18 +149,4 @@ TEST(Reading, RaisesTheVisitorsExceptionsOfWellFormedFilesOnly) {
   EXPECT_FALSE(xml::visitElements(directory.path("a.xml"_s), writer).wellFormed);
 }
 
-TEST(Elements, AreWalkedAndAskedForAttributes) {
-  const QDomDocument document = documentOf("<a e=''><c n='1'><c/></c><d/><c n='2'/><c n='3'/></a>");
-  QDomElement root = document.documentElement();
-  QString seen;
-  for (const QDomElement &child : xml::children(root, "c"_s)) {
-    seen += xml::attribute(child, "n"_s);
-    root.removeChild(child);
-  }
-  EXPECT_EQ(seen.toStdString(), "123") << "children only, each of them though they are removed";
-  EXPECT_EQ(textOf(root).toStdString(), "a=none(d=none())");
-  EXPECT_FALSE(xml::attribute(root, "e"_s).isNull());
-  EXPECT_TRUE(xml::attribute(root, "absent"_s).isNull());
-}
-
 } // namespace
