@@ -2,6 +2,7 @@
 // and stopping. What the command line reaches is tested by running the program.
 
 #include "director/ProofDirector.h"
+#include "pos/PosInternal.h"
 #include "support/Fixtures.h"
 #include "text/Literals.h"
 #include "xml/XmlFile.h"
@@ -85,16 +86,13 @@ while [ "$1" != -o ]; do shift; done; echo "$2" > "$2"
   std::string savedStatuses() {
     const QDomDocument document = documentOf(directory.read("c.pos"));
     QStringList goals;
-    for (const QDomElement &obligation :
-         xml::children(document.documentElement(), pos::TAG_PROOF_OBLIGATION)) {
-      for (const QDomElement &goal : xml::children(obligation, pos::TAG_SIMPLE_GOAL)) {
-        const QDomElement mechanism = goal.firstChildElement(pos::TAG_MECHANISM);
-        QStringList parts = {goal.attribute(pos::ATTR_STATUS),
-                             mechanism.attribute(pos::ATTR_STATUS)};
-        for (const QDomElement &element : xml::children(mechanism, pos::TAG_DRIVER))
-          parts << element.attribute(pos::ATTR_STATUS);
-        goals << parts.join(QLatin1Char('/'));
-      }
+    for (const pos::goal_t &goal : pos::goalsOf(document)) {
+      const QDomElement mechanism = goal.element.firstChildElement(pos::TAG_MECHANISM);
+      QStringList parts = {goal.element.attribute(pos::ATTR_STATUS),
+                           mechanism.attribute(pos::ATTR_STATUS)};
+      for (const QDomElement &element : xml::children(mechanism, pos::TAG_DRIVER))
+        parts << element.attribute(pos::ATTR_STATUS);
+      goals << parts.join(QLatin1Char('/'));
     }
     return goals.join(QLatin1Char(' ')).toStdString();
   }

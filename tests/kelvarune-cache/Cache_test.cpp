@@ -1,4 +1,3 @@
-#include "kelvarune-cache/Key.h"
 #include "kelvarune-cache/Store.h"
 #include "support/Fixtures.h"
 
@@ -126,18 +125,6 @@ TEST_F(StoreTest, SaysWhenItCannotKeep) {
   EXPECT_FALSE(Store(file, 0).keep(keyOf(1), {"unsat\n", 0}));
   EXPECT_FALSE(Store(file, 0).cleanUp(0));
   EXPECT_FALSE(Store(file, 0).find(keyOf(1)));
-}
-
-TEST(Key, IsThereOnlyWhenEverythingCanBeRead) {
-  const TemporaryDirectory directory;
-  cache::request_t request;
-  request.program = directory.writeTool("prover", "#!/bin/sh\n");
-  EXPECT_TRUE(cache::keyOf(request));
-  request.goalFiles = {directory.bytePath("missing")};
-  EXPECT_FALSE(cache::keyOf(request));
-  request.goalFiles.clear();
-  request.program = directory.bytePath("missing");
-  EXPECT_FALSE(cache::keyOf(request));
 }
 
 } // namespace

@@ -113,7 +113,6 @@ TEST_F(ResourceManager, TakesAbsentNamesValuesAndLines) {
       << "the value is replaced all the same";
   delete_all_resources();
   EXPECT_EQ(set_resource(nullptr, "r", "1"), nullptr);
-  EXPECT_EQ(manager().get_file(static_cast<T_resource_source>(3)), nullptr);
   EXPECT_EQ(manager().set_file("x", static_cast<T_resource_source>(-1)), nullptr);
 }
 
@@ -127,13 +126,6 @@ TEST_F(ResourceManager, PrintsItsBanner) {
                             "The following flags have been used : \n"
                             "Compiled with gcc version [^\n]+\n"
                             "Compiled for Linux target\n\\(Pentium version\\)\n"));
-}
-
-TEST_F(ResourceManager, AManagerDestroysWhatItOwns) {
-  T_resource_manager own;
-  T_resource_file *file = own.set_file("name", RESOURCE_SOURCE_EXPLICIT);
-  file->set_line(1, "MVL*t*r: 1");
-  own.set_tool("t")->set_resource("r", "1", file->first_line);
 }
 
 } // namespace
