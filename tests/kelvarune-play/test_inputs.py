@@ -2,6 +2,7 @@
 and not a byte changed on the disk."""
 
 import os
+import shlex
 
 import pytest
 from conftest import FILES, REPLAY, goal, po, rows
@@ -34,18 +35,17 @@ ONE_OF_BOTH = "Either --mechanism or --mechanism-directory is needed, and not bo
 
 
 @rows("args, line", {
-    "nothing": ([], "The options --pos, --pog and --directory are needed."),
-    "no mechanism": (FILES, ONE_OF_BOTH),
-    "both": (["-M", ".", *REPLAY], ONE_OF_BOTH),
-    "nothing in there": (["-M", "work", *FILES], "No mechanism description (*.xml) in work."),
-    "no job": ([*REPLAY, "-c", "0"], "The concurrency must be a number from 1."),
-    "trace": ([*REPLAY, "-t", "x"], "The trace level must be a number."),
-    "stray": ([*REPLAY, "extra"], "Unexpected argument 'extra'."),
+    "no mechanism": ("", ONE_OF_BOTH), "both": ("-M . -m m.xml", ONE_OF_BOTH),
+    "nothing in there": ("-M work", "No mechanism description (*.xml) in work."),
+    "no POS file": ("-m m.xml -s ''", "The options --pos, --pog and --directory are needed."),
+    "no job": ("-m m.xml -c 0", "The concurrency must be a number from 1."),
+    "trace": ("-m m.xml -t x", "The trace level must be a number."),
+    "stray": ("-m m.xml extra", "Unexpected argument 'extra'."),
     # As of an unset variable: it must not play everything.
-    "empty": ([*REPLAY, "--goal", ""],
+    "empty": ("-m m.xml --goal ''",
               "The options --driver and --goal need a value that is not empty.")})
 def test_command_line(refused, args, line):
-    refused(*args, lines=[f"{line} Try --help."])
+    refused(*FILES, *shlex.split(args), lines=[f"{line} Try --help."])
 
 
 NO_DIRECTORY = "no: no such directory; create it or change --directory."
@@ -71,15 +71,11 @@ def test_names_of_nothing(refused, args, lines):
     "read": ("comp.pos", 0o444, "not writable, results could not be saved; allow writing."),
     "written": ("comp.pos", 0o222, "cannot be read; allow reading."),
     "POG written": ("comp.pog", 0o222, "no readable file; --pog names the obligations."),
-    "directory read": ("work", 0o555, "not writable; --directory takes temporary files."),
-    "directory listed": ("work", 0o666, "not writable; --directory takes temporary files.")})
+    **{name: ("work", mode, "not writable; --directory takes temporary files.")
+       for name, mode in {"directory read": 0o555, "directory listed": 0o666}.items()}})
 def test_what_may_only_be(case, refused, name, mode, fault):
     case.path(name).chmod(mode)
     refused(*REPLAY, lines=[f"{name}: {fault}"], under=AS_ANYBODY)
-
-
-def unknown(place, text):
-    return f"{place}: unknown status '{text}' in goal 2 of obligation T0; correct it."
 
 
 def not_found(place, tool, looked):
@@ -97,9 +93,9 @@ CUT_OFF = "2:1: not well-formed XML (unexpected end of file)"
         f"{CUT_OFF}; restore the file, perhaps from comp.pos~."]),
     "statuses": ("comp.pos", """<r><Proof_Obligation><Tag>T0</Tag><Simple_Goal/>
 <Simple_Goal status="a">
-<Mechanism name="m" status="b">
-<Driver name="d1" status="c"/></Mechanism></Simple_Goal></Proof_Obligation></r>""", [
-        unknown("2:24", "a"), unknown("3:31", "b"), unknown("4:29", "c")]),
+<Mechanism name="m" status="b"/></Simple_Goal></Proof_Obligation></r>""", [
+        "2:24: unknown status 'a' in goal 2 of obligation T0; correct it.",
+        "3:31: unknown status 'b' in goal 2 of obligation T0; correct it."]),
     "mechanism cut off": ("m.xml", "<mechanism>\n", [f"{CUT_OFF}; correct it."]),
     "something else": ("m.xml", "<html/>", [
         " has no element 'mechanism'; it is no mechanism description."]),

@@ -6,6 +6,7 @@ import contextlib
 import getpass
 import os
 import pathlib
+import re
 import shutil
 import signal
 import socket
@@ -23,7 +24,18 @@ pytestmark = needs(*PROGRAMS, "z3", "cvc5")
 
 EXAMPLES = pathlib.Path(__file__).parents[2] / "examples"
 JOBS = 4
-ALLOCATE = ("salloc", "--quiet", f"--ntasks={JOBS}", "--mem-per-cpu=2500")
+
+# The commands are those of the example's guide; all but the first need no allocation.
+GUIDE = (EXAMPLES / "slurm/README.md").read_text()
+IN_ALLOCATION = re.search(r"^```sh.*\n(salloc (?:.*\n)*?)```", GUIDE, re.M)[1]
+ON_CLUSTER = IN_ALLOCATION[IN_ALLOCATION.index("kelvarune"):]
+HERE = ON_CLUSTER.replace("cluster.res", "here.res")
+
+
+def cvc5_only(command):
+    """Under trust "redundancy" a goal proved by one mechanism is not tried again."""
+    return command.replace("-M slurm/mechanisms", "-m slurm/mechanisms/cvc5.xml")
+
 
 CONFIGURATION = """\
 ClusterName=scratch
@@ -39,12 +51,9 @@ SlurmctldPidFile={dir}/slurmctld.pid
 SlurmdPidFile={dir}/slurmd.pid
 PlugStackConfig=/dev/null
 ProctrackType=proctrack/linuxproc
-TaskPlugin=task/none
 SelectType=select/cons_tres
 SelectTypeParameters=CR_CPU_Memory
-MpiDefault=none
 SlurmdParameters=config_overrides
-ReturnToService=0
 KillWait=2
 SchedulerParameters=sched_min_interval=0
 NodeName=node NodeHostname={host} NodeAddr=127.0.0.1 CPUs=4 RealMemory=12000 State=UNKNOWN
@@ -65,7 +74,7 @@ class Cluster:
         # Without the variables of a cluster that the caller may sit in.
         self.environment = {name: value for name, value in os.environ.items()
                             if not name.startswith(("SLURM", "SALLOC", "SBATCH", "SRUN"))} | {
-            "PATH": PATH, "SLURM_CONF": f"{directory}/slurm.conf"}
+            "PATH": f"{BIN}:{PATH}", "SLURM_CONF": f"{directory}/slurm.conf"}
 
     def start(self):
         for name in ("state", "spool"):
@@ -152,46 +161,38 @@ class Replay:
 
     def __init__(self, cluster, directory):
         self.cluster, self.dir, self.runs = cluster, directory, []
+        self.gate = directory / "gate"
         for name in ("smt", "slurm"):
             shutil.copytree(EXAMPLES / name, self.dir / name)
         (self.dir / "work").mkdir()
 
-    def start(self, resources="cluster.res", mechanism=("-M", "slurm/mechanisms"), under=()):
-        command = [*under, BIN / "kelvarune", "-i", "smt", "-i", "slurm",
-                   "-r", f"slurm/{resources}", *mechanism, "-s", "smt/ringbuffer.pos",
-                   "-p", "smt/ringbuffer.pog", "-d", "work", "-c", str(JOBS)]
-        self.runs.append(subprocess.Popen(command, cwd=self.dir, env=self.cluster.environment,
-                                          stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                                          stderr=subprocess.PIPE, text=True))
+    def start(self, command):
+        self.runs.append(subprocess.Popen(
+            ["sh", "-c", "exec " + command], cwd=self.dir, env=self.cluster.environment,
+            stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True))
         return self.runs[-1]
 
     def complete(self, run, err=""):
         """What is in the status file when the run has completed."""
-        assert (run.communicate(timeout=300)[1], run.returncode) == (err, 0)
-        assert list((self.dir / "work").iterdir()) == []
+        said = re.sub("^salloc: .*\n", "", run.communicate(timeout=300)[1], flags=re.M)
+        assert (said, run.returncode, os.listdir(self.dir / "work")) == (err, 0, [])
         return self.statuses()
 
     def statuses(self):
         return statuses(self.dir / "smt/ringbuffer.pos")
 
     def hold_provers(self):
-        """From now on provers wait until release_provers."""
-        gate = self.dir / "gate"
-        gate.write_text(f"#!/bin/sh\nwhile [ -e '{gate}.closed' ]; do sleep 0.05; done\n"
-                        'exec "$@"\n')
-        gate.chmod(0o755)
-        (self.dir / "gate.closed").touch()
+        """From now on provers wait until the gate is gone."""
+        wait = f"while [ -e {self.gate} ]; do sleep 0.05; done; exec &quot;$0&quot;"
+        self.gate.touch()
         for file in (self.dir / "slurm/mechanisms").iterdir():
-            text = file.read_text()
-            for word in ('<param value="z3"/>', '<param value="cvc5"/>'):
-                text = text.replace(word, f'<param value="{gate}"/>{word}')
-            file.write_text(text)
+            file.write_text(re.sub(
+                '(<param value="(z3|cvc5)"/>)',
+                f'<param value="sh"/><param value="-c"/><param value="{wait} &quot;$@&quot;"/>\\1',
+                file.read_text()))
 
     def held(self):
-        return self.cluster.processes("/bin/sh", str(self.dir / "gate"))
-
-    def release_provers(self):
-        (self.dir / "gate.closed").unlink()
+        return self.cluster.processes("sh", "-c")
 
 
 @pytest.fixture
@@ -210,22 +211,22 @@ def verdicts(cluster, tmp_path_factory):
     """What becomes of the component where the provers run on this machine."""
     replay = Replay(cluster, tmp_path_factory.mktemp("local"))
     before = replay.statuses()
-    after = replay.complete(replay.start("here.res"))
+    after = replay.complete(replay.start(HERE))
     assert proved(after) > proved(before) + 10
     return after
 
 
 def test_in_an_allocation(replay, verdicts):
-    assert replay.complete(replay.start(under=ALLOCATE)) == verdicts
+    assert replay.complete(replay.start(IN_ALLOCATION)) == verdicts
 
 
 def test_draining_the_node_loses_nothing(cluster, replay, verdicts):
     replay.hold_provers()
-    run = replay.start()
+    run = replay.start(ON_CLUSTER)
     wait_for(replay.held)
     before = replay.statuses()
     cluster.make("drain", "draining")
-    replay.release_provers()
+    replay.gate.unlink()
     wait_for(lambda: cluster.jobs("PENDING") and not cluster.jobs("RUNNING"))
     # What ran when the node began to drain has come, and something is left to do.
     assert replay.statuses() not in (before, verdicts)
@@ -235,34 +236,29 @@ def test_draining_the_node_loses_nothing(cluster, replay, verdicts):
 
 
 def test_goals_of_a_dead_node_are_reported_and_tried_again(cluster, replay, tmp_path_factory):
-    # Not all mechanisms: under trust "redundancy" a goal proved once is not tried again.
-    cvc5 = ("-m", "slurm/mechanisms/cvc5.xml")
     local = Replay(cluster, tmp_path_factory.mktemp("local_cvc5"))
-    verdicts = local.complete(local.start("here.res", cvc5))
+    verdicts = local.complete(local.start(cvc5_only(HERE)))
     replay.hold_provers()
-    run = replay.start(mechanism=cvc5)
+    run = replay.start(cvc5_only(ON_CLUSTER))
     wait_for(lambda: len(replay.held()) == JOBS)
     before = replay.statuses()
     cluster.ask("scontrol", "update", "nodename=node", "state=down", "reason=test")
     wait_for(lambda: cluster.jobs("PENDING") and not cluster.jobs("RUNNING", "COMPLETING"))
     assert replay.statuses() == before
-    replay.release_provers()
+    replay.gate.unlink()
     cluster.ask("scontrol", "update", "nodename=node", "state=resume")
     assert proved(replay.complete(run, "Driver prover crashed.\n" * JOBS)) > proved(before)
-    assert replay.complete(replay.start(mechanism=cvc5)) == verdicts
+    assert replay.complete(replay.start(cvc5_only(ON_CLUSTER))) == verdicts
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGKILL])
-@rows("under", {"alone": [()], "in an allocation": [ALLOCATE]})
-def test_stopping_the_program_cancels_its_steps(cluster, replay, under, number):
-    file = replay.dir / "slurm/mechanisms/cvc5.xml"
-    file.write_text(file.read_text().replace(
-        '<param value="cvc5"/>',
-        '<param value="sh"/><param value="-c"/><param value="sleep 1000"/>'))
-    run = replay.start(mechanism=("-m", "slurm/mechanisms/cvc5.xml"), under=under[0])
-    wait_for(lambda: len(cluster.processes("sleep")) == JOBS)
-    (psutil.Process(run.pid).children()[0] if under[0] else run).send_signal(number)
-    wait_for(lambda: not cluster.processes("sleep"))
+@rows("command", {"alone": ON_CLUSTER, "in an allocation": IN_ALLOCATION})
+def test_stopping_the_program_cancels_its_steps(replay, command, number):
+    replay.hold_provers()
+    run = replay.start(cvc5_only(command))
+    wait_for(lambda: len(replay.held()) == JOBS)
+    (run if command == ON_CLUSTER else psutil.Process(run.pid).children()[0]).send_signal(number)
+    wait_for(lambda: not replay.held())
     run.communicate(timeout=60)
 
 
