@@ -64,12 +64,6 @@ def replay_alone(case, replay):
     return replay_alone
 
 
-def test_all_drivers_are_in_the_table():
-    assert sorted(HEAD[2:-1]) == sorted(
-        f"{file.stem}.{driver.get('name')}" for file in SMT.glob("mechanisms/*.xml")
-        for driver in ET.parse(file).getroot().findall("driver"))
-
-
 @pytest.mark.parametrize("column", HEAD[2:-1])
 def test_each_driver_alone(replay_alone, column):
     assert replay_alone(column, "-c", "2") == expected(column)
@@ -82,19 +76,9 @@ def test_all_mechanisms(case, replay, args):
     after, out = replay("-M", SMT / "mechanisms", *args)
     want = expected("replay")
     assert marks(after) == want
-    count = {mark: list(want.values()).count(mark) for mark in "+*!-"}
-    totals = out.splitlines()[-1].split("\t")
-    assert totals[:2] + totals[3:] == [
-        "TOTAL for comp", f" Proved {count['+']}", f" Unreliably proved {count['*']}",
-        f" Disproved {count['!']}", f" Unproved {count['-']}"]
-
-
-@pytest.mark.parametrize("column", ["z3.batch", "z3.refute"])
-def test_a_prover_that_prints_rubbish(case, replay_alone, column):
-    # No goal is proved or disproved by it, and none is lost.
-    rubbish = case.script("rubbish", "head -c 99999 /dev/urandom\necho; echo unsat; echo sat\n")
-    case.write("fake.res", f"MVL*Proof*Z3_Path: {rubbish}\n")
-    assert set(replay_alone(column, "-r", "fake.res").values()) == {"-"}
+    count = [list(want.values()).count(mark) for mark in "+*!-"]
+    totals = [text.split()[-1] for text in out.splitlines()[-1].split("\t")]
+    assert totals[1:2] + totals[3:] == list(map(str, count))
 
 
 @rows("prover", {"z3": "z3 -smt2", "cvc5": "cvc5 --lang=smt2"})
