@@ -154,10 +154,9 @@ def test_resized(terminal):
 
 
 @rows("jobs, number, status", {
-    "Ctrl-C": ("1", b"\x03", 128 + SIGINT), "Ctrl-C, several jobs": ("4", b"\x03", 128 + SIGINT),
-    "SIGTERM": ("1", SIGTERM, 128 + SIGTERM), "SIGHUP": ("4", SIGHUP, 128 + SIGHUP),
-    "SIGQUIT": ("1", SIGQUIT, -SIGQUIT), "SIGABRT": ("1", SIGABRT, -SIGABRT),
-    "SIGPIPE": ("1", SIGPIPE, -SIGPIPE)})
+    "Ctrl-C": ("4", b"\x03", 128 + SIGINT), "SIGTERM": ("1", SIGTERM, 128 + SIGTERM),
+    "SIGHUP": ("4", SIGHUP, 128 + SIGHUP), "SIGQUIT": ("1", SIGQUIT, -SIGQUIT),
+    "SIGABRT": ("1", SIGABRT, -SIGABRT), "SIGPIPE": ("1", SIGPIPE, -SIGPIPE)})
 def test_stopped(terminal, jobs, number, status):
     terminal.begin("-c", jobs)
     terminal.read_until(terminal.shown)
@@ -167,7 +166,6 @@ def test_stopped(terminal, jobs, number, status):
         terminal.process.send_signal(number)
     terminal.read_until(lambda: terminal.process.poll() is not None)
     terminal.end(status)
-    assert status < 0 or os.listdir(terminal.case.path("work")) == []
 
 
 def test_suspended_and_continued(terminal):

@@ -137,9 +137,9 @@ def test_ten_thousand_goals_scroll_and_sort(use):
 
 
 # The colours of the page and of what is proved.
-@rows("scheme, colours", {"day": ("light", ["rgb(244, 245, 247)", "rgb(18, 134, 106)"]),
-                          "night": ("dark", ["rgb(17, 21, 27)", "rgb(47, 181, 146)"])})
-@pytest.mark.parametrize("width", [500, 1400])
+@rows("width, scheme, colours", {
+    "day": (500, "light", ["rgb(244, 245, 247)", "rgb(18, 134, 106)"]),
+    "night": (1400, "dark", ["rgb(17, 21, 27)", "rgb(47, 181, 146)"])})
 def test_at_every_width_by_day_and_by_night(use, browser, width, scheme, colours):
     browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
         "width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False})
