@@ -96,7 +96,7 @@ QString mechanismsText(const stats_t &stats) {
   return table.text();
 }
 
-QString textOf(const stats_t &stats, const QString &path) {
+QString tableOf(const stats_t &stats, const QString &path) {
   QString text = shown(path) + ": "_s + counted(stats.metrics.total, "goal") + QLatin1Char('\n') +
                  totalsText(stats);
   if (!stats.metrics.mechanisms.empty())
@@ -115,5 +115,5 @@ int commands::stats(const options_t &options) {
     return finish(csvOf(stats));
   if (options.json)
     return finishJson("stats", options.file(), jsonOf(stats));
-  return finish(textOf(stats, options.file()).toUtf8());
+  return finish(tableOf(stats, options.file()).toUtf8());
 }
