@@ -1,8 +1,6 @@
 """What the Python tests share: a scratch component with its mechanism, tiny script tools that keep
-a record of how they were called, and a runner that never waits for ever.
-
-Every run is compared whole: exit status, standard output and standard error. A run also fails when
-it leaves a process behind, or when standard error holds a warning of Qt or of a sanitizer.
+a record of how they were called, and a runner, for which a process left behind and a warning of Qt
+or of a sanitizer are failures.
 
 Environment: KELVARUNE_BIN is the folder of the programs; KELVARUNE_TEST_SLOWNESS (default 1)
 multiplies every time limit, for builds with sanitizers. A module whose tests run another program
@@ -12,7 +10,6 @@ than kelvarune names it in PROGRAM. `--rounds N` asks for more random rounds tha
 import contextlib
 import ctypes
 import dataclasses
-import io
 import os
 import pathlib
 import random
@@ -115,8 +112,8 @@ def busy(case):
         case.mechanism(case.driver(stdin=False, **{role: "busy"}), trust="always")
         case.pos(*[po(f"T{i}", before) for i in range(4)])
         process = case.start(*REPLAY, "-c", jobs, **options)
-        case.wait_for(case.path("busy").exists, lambda: "the busy tool")
-        case.wait_for(lambda: case.proved() == (2 if jobs == 1 else 3), lambda: "the verdicts")
+        case.wait_for(case.path("busy").exists)
+        case.wait_for(lambda: case.proved() == (2 if jobs == 1 else 3))
         return process
     return start
 
@@ -166,7 +163,7 @@ def parsed(data):
 
 def canonical(data):
     """A document as text, whatever the order of its attributes and the blanks around texts."""
-    text = ET.canonicalize(from_file=io.BytesIO(data), strip_text=True, with_comments=True)
+    text = ET.canonicalize(data, strip_text=True, with_comments=True)
     return text.replace("><", ">\n<")
 
 
@@ -190,9 +187,8 @@ def driver_pass(driver, unproved, operations=None, xml=False):
     text = f"<proofPass>{line}</proofPass>\n" if xml else line + "\n"
     if operations is None:
         return text
-    head, middle, end = "\t\t", "\n\t\t\t", "\n"
-    if xml:
-        head, middle, end = head + "<operation><name>", "</name>" + middle, "</operation>" + end
+    head, middle, end = (("\t\t<operation><name>", "</name>\n\t\t\t", "</operation>\n") if xml
+                         else ("\t\t", "\n\t\t\t", "\n"))
     blocks = [head + tag + middle + (marks.translate(XML_MARKS) if xml else marks)
               for tag, marks in operations]
     return text + end.join(blocks) + "\n" + (end if blocks else "")
@@ -238,17 +234,6 @@ UNSTARTABLE = "#!/nonexistent/interpreter\n"
 CRASH = "kill -SEGV $$\n"
 
 
-def reader_script(answers):
-    """A reader that is given a driver's name and answers each address "i j" it reads. Keys of
-    answers are shell patterns over "<driver>.<i>.<j>"; values are the bytes to print, or a verdict
-    as text, which gets a line feed. Without an answer it says Unknown."""
-    cases = ""
-    for key, answer in answers.items():
-        data = answer if isinstance(answer, bytes) else answer.encode() + b"\n"
-        cases += f"  {key}) printf '" + "".join(f"\\{byte:03o}" for byte in data) + "' ;;\n"
-    return f"while read -r i j; do case $1.$i.$j in\n{cases}  *) echo Unknown ;;\nesac; done\n"
-
-
 # --- The scratch component and its runs -----------------------------------------------------------
 
 
@@ -261,10 +246,8 @@ class Run:
     err: bytes
 
     def __str__(self):
-        shown = [data.decode("utf-8", "backslashreplace").replace("\0", "\\0")
-                 for data in (self.out, self.err)]
-        return (f"arguments: {self.args}\nstatus: {self.status}\n"
-                f"--- standard output ---\n{shown[0]}\n--- standard error ---\n{shown[1]}")
+        out, err = [data.decode("utf-8", "backslashreplace") for data in (self.out, self.err)]
+        return f"{self.args}\nstatus: {self.status}\n--- out ---\n{out}\n--- err ---\n{err}"
 
 
 class Case:
@@ -294,8 +277,15 @@ class Case:
         return path
 
     def answers(self, answers):
-        """What the common reader says; see reader_script."""
-        self.script("reader", RECORD + reader_script(answers))
+        """The common reader is given a driver's name and answers each address "i j" it reads. Keys
+        are shell patterns over "<driver>.<i>.<j>"; values are the bytes to print, or a verdict as
+        text, which gets a line feed. Without an answer it says Unknown."""
+        cases = ""
+        for key, answer in answers.items():
+            data = answer if isinstance(answer, bytes) else answer.encode() + b"\n"
+            cases += f"{key}) printf '" + "".join(f"\\{byte:03o}" for byte in data) + "' ;;\n"
+        self.script("reader", RECORD + "while read -r i j; do case $1.$i.$j in\n" + cases
+                    + "*) echo Unknown ;;\nesac; done\n")
 
     def calls(self, tool):
         """The argument lists with which a recording tool was called, in the order of the calls."""
@@ -313,19 +303,18 @@ class Case:
     def driver(self, name="d1", writer=None, prover=None, reader=None, stdin=True, **attributes):
         """A driver of the common tools. writer, prover and reader name another script, or are whole
         elements; the common reader is given the driver's name."""
-        file = () if stdin else (param(value="${file}"),)
-        if not isinstance(writer, ET.Element):
-            writer = self.tool("writer", writer)
-        if not isinstance(prover, ET.Element):
-            prover = self.tool("prover", prover, *file, input=None if stdin else "file")
-        if not isinstance(reader, ET.Element):
-            reader = self.tool("reader", reader, param(value=name))
-        return element("driver", writer, prover, reader, name=name, **attributes)
+        def tool(role, given, *params, **more):
+            whole = isinstance(given, ET.Element)
+            return given if whole else self.tool(role, given, *params, **more)
+
+        file, how = ((), None) if stdin else ((param(value="${file}"),), "file")
+        return element("driver", tool("writer", writer), tool("prover", prover, *file, input=how),
+                       tool("reader", reader, param(value=name)), name=name, **attributes)
 
     def mechanism(self, *parts, path="m.xml", trust=None):
         """Writes a mechanism description; without parts it has one driver d1."""
-        self.write(path, ET.tostring(element("mechanism", *(parts or [self.driver()]),
-                                             trust=trust)))
+        parts = parts or [self.driver()]
+        self.write(path, ET.tostring(element("mechanism", *parts, trust=trust)))
 
     def pos(self, *children, **attributes):
         return self.write("comp.pos", ET.tostring(obligations(*children, **attributes)))
@@ -342,41 +331,31 @@ class Case:
 
     # Running.
 
-    def start(self, *args, stdout=None, env=None, under=(), program=None, **options):
+    def start(self, *args, env=None, under=(), program=None, **options):
         """Starts the program, below the command `under` if there is one; end it with finish."""
         command = [*under, str(BIN / program) if program else self.program, *map(str, args)]
-        out = stdout if stdout is not None else open(self.path("stdout"), "wb")
-        with open(self.path("stderr"), "wb") as err:
-            options = {"cwd": self.root, "stdin": subprocess.DEVNULL, "stderr": err} | options
-            process = subprocess.Popen(command, stdout=out, env=self.environment(env), **options)
-        if stdout is None:
-            out.close()
+        # The thread sanitizer sleeps a second at every exit.
+        usual = {"HOME": str(self.root), "LC_ALL": "C.UTF-8",
+                 "TSAN_OPTIONS": "atexit_sleep_ms=0 " + os.environ.get("TSAN_OPTIONS", "")}
+        env = {k: v for k, v in (os.environ | usual | (env or {})).items() if v is not None}
+        with open(self.path("stdout"), "wb") as out, open(self.path("stderr"), "wb") as err:
+            process = subprocess.Popen(command, **{
+                "cwd": self.root, "env": env, "stdin": subprocess.DEVNULL,
+                "stdout": out, "stderr": err} | options)
         self.started.append(process)
         return process
-
-    def environment(self, changes=None):
-        changes = {"HOME": str(self.root), "LC_ALL": "C.UTF-8"} | (changes or {})
-        # The thread sanitizer sleeps a second at every exit.
-        changes["TSAN_OPTIONS"] = "atexit_sleep_ms=0 " + os.environ.get("TSAN_OPTIONS", "")
-        return {k: v for k, v in (os.environ | changes).items() if v is not None}
 
     def finish(self, process, orphans=False, limit_s=LIMIT_S):
         """Waits for the end of a started program and checks what holds for every run. Children that
         tools left behind (orphans) may outlive a program that came to the end of its report."""
-        try:
+        with contextlib.suppress(subprocess.TimeoutExpired):
             process.wait(limit_s)
-            hung = ""
-        except subprocess.TimeoutExpired:
-            hung = f"still running after {limit_s} s, with {self.running()}\n"
-            self.kill_all()
-            process.wait()
-        out, err = [self.path(name).read_bytes() if self.path(name).exists() else b""
-                    for name in ("stdout", "stderr")]
-        run = Run(process.args, process.returncode, out, err)
-        assert not hung, f"{hung}{run}"
-        if not (orphans and b"\nTOTAL" in out):
-            self.wait_for(lambda: not self.running(), lambda: f"the end of {self.running()}\n{run}")
-        assert not [text for text in NEVER_ON_STDERR if text in err], run
+        run = Run(process.args, process.returncode, self.path("stdout").read_bytes(),
+                  self.path("stderr").read_bytes())
+        assert run.status is not None, f"it never ends, with {self.running()}\n{run}"
+        if not (orphans and b"\nTOTAL" in run.out):
+            self.wait_for(lambda: not self.running(), lambda: f"left {self.running()} by {run}")
+        assert not [text for text in NEVER_ON_STDERR if text in run.err], run
         return run
 
     def running(self):
@@ -401,7 +380,6 @@ class Case:
                    run.out if out is None else out.encode(),
                    run.err if err is None else err.encode())
         assert str(run) == str(want)
-        assert run == want
         return run
 
     def replay(self, *more, **options):
@@ -410,9 +388,9 @@ class Case:
         assert os.listdir(self.path("work")) == [], "secondary files left behind"
         return run
 
-    def wait_for(self, condition, what):
-        """Waits until condition() holds; what() names it for a failure."""
+    @staticmethod
+    def wait_for(condition, what=str):
         deadline = time.monotonic() + LIMIT_S
         while not condition():
-            assert time.monotonic() < deadline, "waited in vain for " + what()
+            assert time.monotonic() < deadline, what()
             time.sleep(0.01)

