@@ -3,12 +3,16 @@
 
 #include <string>
 
+namespace kelvarune {
+
 /// Prints the line that announces the play of a mechanism, as text or, with `xml`, in its element.
 void print_proving(const std::string &component, const std::string &mechanism, bool xml);
 
 /// Prints the line that says that the POS file at `posPath` cannot be read, in its element with
 /// `xml`.
 void print_not_readable(const std::string &posPath, bool xml);
+
+} // namespace kelvarune
 
 /// Prints the summary of the proof statuses that stand in the POS file at `posPath`, as text or,
 /// with `xml`, in the elements that calling tools read. `label` names the component. A file that

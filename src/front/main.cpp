@@ -8,6 +8,7 @@
 #include "front/Utils.h"
 #include "pos/pos.h"
 #include "process/Guardian.h"
+#include "process/StandardStreams.h"
 #include "process/StartUp.h"
 #include "resource/ResourceManager.h"
 
@@ -79,7 +80,7 @@ int main(int argc, char **argv) {
 
   const std::string component = baseNameOfPath(options.posPath);
   if (options.xml)
-    std::cout << "<proof>" << std::endl;
+    process::writeToStandardOutput("<proof>\n");
   for (const std::string &file : mechanismFiles(options)) {
     if (!replayMechanism(options, component, file, stopOnSignals))
       return EXIT_FAILURE;

@@ -11,6 +11,7 @@
 #include "front/Utils.h"
 #include "pos/pos.h"
 #include "process/Guardian.h"
+#include "process/StandardStreams.h"
 #include "process/StartUp.h"
 #include "resource/ResourceManager.h"
 #include "text/Literals.h"
@@ -123,7 +124,7 @@ int main(int argc, char **argv) {
   const std::string posPath = options.posPath.toStdString();
   const std::string component = baseNameOfPath(posPath);
   if (options.xml)
-    std::cout << "<proof>" << std::endl;
+    process::writeToStandardOutput("<proof>\n");
   QStringList errors;
   for (const QString &mechanism : std::as_const(options.mechanisms))
     play(options, component, mechanism, stopOnSignals, errors);
