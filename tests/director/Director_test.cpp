@@ -1,5 +1,5 @@
-// The director as graphical tools embed it: registering, filters, designated goals, the job loops
-// and stopping. What the command line reaches is tested by running the program.
+// The director as graphical tools embed it: registering, designated goals, the job loops and
+// stopping. What the command line reaches is tested by running the programs.
 
 #include "director/ProofDirector.h"
 #include "pos/PosInternal.h"
@@ -8,7 +8,6 @@
 #include "xml/XmlFile.h"
 
 #include <random>
-#include <sstream>
 #include <thread>
 
 using namespace kelvarune;
@@ -45,13 +44,12 @@ while [ "$1" != -o ]; do shift; done; echo "$2" > "$2"
   }
 
   ProofDirector &make(const std::string &drivers, const std::string &trust = "always",
-                      const std::string &driverFilter = "", const std::string &goal = "",
-                      bool marked = false, unsigned jobs = 1) {
+                      const std::string &goal = "", unsigned jobs = 1) {
     directory.write("m.xml", "<mechanism trust=\"" + trust + "\">" + drivers + "</mechanism>");
     director.reset(new ProofDirector("c", directory.bytePath("m.xml"), directory.bytePath("c.pos"),
                                      directory.bytePath("c.pog"), directory.path().toStdString(),
-                                     {directory.path().toStdString()}, false, jobs, 0, driverFilter,
-                                     goal, marked));
+                                     {directory.path().toStdString()}, false, jobs, 0, "", goal,
+                                     false));
     EXPECT_TRUE(director->isLoaded());
     return *director;
   }
@@ -115,25 +113,6 @@ TEST_F(Director, PlayRegistersTheMechanismAndProves) {
   EXPECT_FALSE(again.loadPosFile()) << "already registered";
 }
 
-TEST_F(Director, FiltersChooseDrivers) {
-  const std::string drivers = driver("d1") + driver("d2", "fast=\"true\"");
-  EXPECT_EQ(play(make(drivers, "always", "d2")).substr(0, 17), "\tProof driver d2,");
-  writePos();
-  EXPECT_EQ(play(make(drivers, "always", "", "", true)).substr(0, 17), "\tProof driver d2,");
-  writePos();
-  EXPECT_EQ(play(make(drivers, "always", "d3")), "");
-}
-
-TEST_F(Director, DesignatedGoalPrintsItsModelAndKeepsItsStatus) {
-  directory.write("verdicts", "Disproved\nx = 1\n\ny = 2\n");
-  EXPECT_EQ(play(make(driver("d"), "always", "", "A.2")),
-            "\tProof driver d, still 1 unproved PO\n\t\tA\n\t\t\t-model:\nx = 1\n\ny = 2\n\n\n\n");
-  EXPECT_EQ(director->getWriterData().at(0).args.mid(0, 3), (QStringList{"-a"_s, "0"_s, "1"_s}));
-  EXPECT_EQ(director->getWriterData().at(0).args.last(), "-m"_s);
-  EXPECT_EQ(savedStatuses(), "Unproved/Unproved/Unproved Unproved/Unproved/Unproved "
-                             "Proved/Unproved/Unproved");
-}
-
 TEST_F(Director, DesignatedGoalSelection) {
   const std::pair<const char *, selection_t> rows[] = {
       {"B.1", {{{1, 0}}}},
@@ -141,7 +120,7 @@ TEST_F(Director, DesignatedGoalSelection) {
       {"C.1", {}},
       {"a.1", {}}};
   for (const auto &[goal, expected] : rows) {
-    ProofDirector &selecting = make(driver("d", "group=\"related\""), "always", "", goal);
+    ProofDirector &selecting = make(driver("d", "group=\"related\""), "always", goal);
     const selection_t selection = select(selecting);
     EXPECT_EQ(selection, expected) << goal;
     selecting.produceWriterData("d"_s, "c.pog"_s, selection);
@@ -186,7 +165,7 @@ TEST_F(Director, StopAtAnyMomentLosesNothingAndLeavesNothing) {
     const unsigned jobs = round % 3 == 0 ? 1 : 8;
     directory.write("c.pos", goals + "</Proof_Obligation></Proof_Obligations>");
     directory.writeTool("prover", busy ? "#!/bin/sh\nsleep 3017 & wait\n" : "#!/bin/sh\ncat\n");
-    ProofDirector &stopped = make(driver("d"), "always", "", "", false, jobs);
+    ProofDirector &stopped = make(driver("d"), "always", "", jobs);
     bool saved = false;
     std::thread stopper([&, delayMs = random() % 60] {
       while (busy && stopped.progress().started < jobs)
@@ -214,15 +193,6 @@ TEST_F(Director, StopAtAnyMomentLosesNothingAndLeavesNothing) {
   }
 }
 
-TEST_F(Director, NothingIsSavedBeforeALoad) {
-  const std::string before = directory.read("c.pos");
-  ProofDirector &fresh = make(driver("d"));
-  EXPECT_FALSE(fresh.savePosFile());
-  EXPECT_FALSE(fresh.reloadPosFile()) << "no goal has the mechanism";
-  EXPECT_FALSE(fresh.stop());
-  EXPECT_EQ(directory.read("c.pos"), before);
-}
-
 TEST_F(Director, PlaysOnce) {
   for (const bool reloadFails : {true, false}) {
     writePos();
@@ -243,26 +213,6 @@ TEST_F(Director, TrustDecidesWhetherAnUnreliableProofIsTriedAgain) {
                            "status=\"UnreliablyProved\"/></Proof_Obligation></r>");
   for (const auto &[trust, goals] : {std::pair("never", 0U), {"redundancy", 1U}, {"always", 1U}})
     EXPECT_EQ(select(make(driver("d"), trust)).at(0).size(), goals) << trust;
-}
-
-TEST_F(Director, DumpsKeepTheirOddities) {
-  const auto shown = [](const auto &value) {
-    std::ostringstream out;
-    out << value;
-    return QString::fromStdString(out.str());
-  };
-  ProofDirector &dumped = make(driver("d"));
-  select(dumped);
-  const QString data = shown(dumped.getPoData());
-  EXPECT_TRUE(data.startsWith("{\n  A,\n  {\n "_s));
-  EXPECT_TRUE(data.endsWith("  }\n"_s)) << "no closing brace";
-  EXPECT_TRUE(data.contains(", Unproved, {d}}"_s)) << data.toStdString();
-  EXPECT_EQ(shown(prover_data_t{"/p", {"1"_s}, "/r", {"never shown"_s}, "f"_s, {{3, 4}}}),
-            "cmdp: /p\nargsp: \n1\ncmdr:/r\nargsr:\n1\ninpath:f\npo addresses:\n\t3\t4\n"_s);
-  EXPECT_EQ(shown(writer_data_t{"/w", {"a"_s, "b"_s}, "f"_s, {{1, 2}, {3, 4}}}),
-            "cmd: /w\nargs: a b\npo2filename: f\npositions: {1, 2}{3, 4}\n"_s);
-  EXPECT_TRUE(shown(dumped).startsWith("pos: "_s));
-  EXPECT_TRUE(shown(dumped).contains("\nloaded: 1\nmechanism:[mechanism]\n"_s));
 }
 
 } // namespace
