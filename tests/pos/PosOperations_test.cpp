@@ -47,20 +47,6 @@ TEST(GetMechanisms, ListsEachNameOnceAsItFirstAppears) {
   EXPECT_THROW(pos::getMechanisms(directory.write("c.pos", faulty), names), std::out_of_range);
 }
 
-TEST(Unprove, LeavesWhatTheProofStateSays) {
-  const std::string own =
-      "<Proof_State proofState='Proved(Util)'/><iapa><status value='Invalid'/></iapa>";
-  QDomDocument document =
-      posDocument(goal("status='Disproved'", own + mechanism("status='Disproved'")) + NEXT +
-                  goal("", "<x status='?'/>" + mechanism("status='?'") + mechanism("")));
-  pos::unprove(document);
-  const std::string reset = mechanism("status='Unproved'");
-  EXPECT_EQ(document.toString(),
-            posDocument(goal("status='Proved'", own + reset) + NEXT +
-                        goal("status='Unproved'", "<x status='?'/>" + reset + reset))
-                .toString());
-}
-
 TEST(RemoveMechanism, TakesOneOutOfEachGoalAndCorrectsTheStatus) {
   const std::string own = "<Proof_State proofState='Proved(0)'/>";
   const std::string M = mechanism("name='M' status='Disproved'");
@@ -84,18 +70,6 @@ TEST(RemoveMechanism, TakesOneOutOfEachGoalAndCorrectsTheStatus) {
   EXPECT_FALSE(changed);
   QDomDocument null;
   EXPECT_FALSE(pos::removeMechanism(null, "M"_s, changed));
-}
-
-TEST(CheckPosInvariant, ShowsTheFirstGoalThatDisagrees) {
-  const std::string good = goal("status='Proved(1)'", mechanism("status='Proved'"));
-  EXPECT_TRUE(pos::checkPosInvariant(posDocument(good)));
-  testing::internal::CaptureStderr();
-  EXPECT_FALSE(pos::checkPosInvariant(
-      posDocument(good + goal("", "<x>&#xe9;</x><Mechanism status='Proved'/>") +
-                  goal("status='Disproved'", ""))));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "    <Simple_Goal>\n        <x>é</x>\n        <Mechanism status=\"Proved\"/>\n"
-            "    </Simple_Goal>\n");
 }
 
 } // namespace
