@@ -10,15 +10,6 @@ using namespace kelvarune;
 
 namespace {
 
-// Whatever stands before them, elements that nest too deeply do not reach the library, which would
-// exhaust the stack.
-void nestDeeply(const FuzzDirectory &directory, std::string bytes) {
-  for (int i = 0; i < 100000; ++i)
-    bytes += "<a>";
-  QDomDocument document;
-  xml::readDocument(QString::fromStdString(directory.write("deep.pos", bytes)), document);
-}
-
 void operate(const std::string &path, QDomDocument document) {
   const auto isSound = [&](pos::use_t use) { return pos::faultsOf(document, use).empty(); };
   pos::metrics_t metrics;
@@ -42,8 +33,6 @@ void operate(const std::string &path, QDomDocument document) {
 } // namespace
 
 void fuzz(const FuzzDirectory &directory, std::string_view input, std::mt19937 &choices) {
-  if (choices() % 4 == 0)
-    nestDeeply(directory, std::string(input));
   const std::string path = directory.write("in.pos", input);
   QDomDocument document;
   const xml::read_result_t read = xml::readDocument(QString::fromStdString(path), document);

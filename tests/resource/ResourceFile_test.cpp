@@ -3,7 +3,6 @@
 #include "ResourceFixture.h"
 
 #include <csignal>
-#include <memory>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -90,15 +89,6 @@ TEST_F(ResourceFile, SaysWhatCannotBeWritten) {
   file.set_name(nowhere.c_str());
   EXPECT_EQ(messagesOf(save), "Can rename file: " + nowhere + " in " + nowhere + "~" + reason +
                                   "Can not open file: " + nowhere + reason);
-}
-
-TEST(ResourceString, KeepsTheLengthGivenAndTheTextUpToItsEnd) {
-  EXPECT_STREQ(T_resource_string("abcdef", 3).chars, "abc");
-  T_resource_string text("one two", 9);
-  EXPECT_TRUE(std::unique_ptr<T_resource_string>(text.string_copy())->compare(text));
-  EXPECT_FALSE(text.compare(T_resource_string("one two"))) << "same text, other length";
-  text.init_string(text.chars + 4);
-  EXPECT_TRUE(text.compare(T_resource_string("two")));
 }
 
 } // namespace

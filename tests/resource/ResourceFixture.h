@@ -11,7 +11,6 @@
 #include "resource/syntax_analysis.h"
 #include "support/Fixtures.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>

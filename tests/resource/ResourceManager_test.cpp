@@ -5,22 +5,6 @@
 
 namespace {
 
-// Stands first: only a process that has not made its manager can tell.
-TEST(WithoutManager, NothingHappensAndNothingIsFound) {
-  if (get_resource_manager())
-    GTEST_SKIP() << "another test of this process made the manager";
-  load_resources("/missing");
-  EXPECT_FALSE(set_resource("t", "r", "1") || lookup_resource("t", "r"));
-  delete_resource("t", "r");
-  delete_tool_resources("t");
-  save_resources();
-  T_resource_file file("name", RESOURCE_SOURCE_USER, nullptr, nullptr, nullptr);
-  file.set_line(1, "MVL*t");
-  EXPECT_EQ(messagesOf([&] { syntax_analysis(file.first_line); }),
-            "name:1: Resource syntax error: tool name not found\n");
-  EXPECT_EQ(get_resource_manager(), nullptr);
-}
-
 using ResourceManager = ResourceTest;
 
 template <int number>
@@ -114,18 +98,6 @@ TEST_F(ResourceManager, TakesAbsentNamesValuesAndLines) {
   delete_all_resources();
   EXPECT_EQ(set_resource(nullptr, "r", "1"), nullptr);
   EXPECT_EQ(manager().set_file("x", static_cast<T_resource_source>(-1)), nullptr);
-}
-
-TEST_F(ResourceManager, PrintsItsBanner) {
-  testing::internal::CaptureStdout();
-  resource_info();
-  EXPECT_THAT(
-      testing::internal::GetCapturedStdout(),
-      testing::MatchesRegex("- Resource Manager version [0-9]+\\.[0-9.]+ \\([0-9a-f]{40}\\)\n"
-                            "                   [^ \n][^\n]*\n"
-                            "The following flags have been used : \n"
-                            "Compiled with gcc version [^\n]+\n"
-                            "Compiled for Linux target\n\\(Pentium version\\)\n"));
 }
 
 } // namespace

@@ -18,7 +18,6 @@ TEST_F(SyntaxAnalysis, ReadsAFile) {
        "MVL*t*p: 30\nMVL*t*q: 31\nMVL*t*r: 32\n"},
       {"blanks", " \t MVL*prover*time out :  30 \t a  \t|", "MVL*prover*time out : 30 \t a\n"},
       {"marks", "MVL*t:u*a.b*c: a:b*c.d!e\r|", "MVL*t:u*a.b*c: a:b*c.d!e\r\n"},
-      {"empty names", "MVL***: v|MVL**:w|", "MVL***: v\nMVL**: w\n"},
       {"no definitions", "mvl*t*r: 1|MVLt*r: 1|MVL|MV|M|x MVL*t*r: 1|  ! MVL*t*r: 1|MVL-t*r: 1|",
        ""},
       {"errors leave no trace", "|MVL*|MVL*t|MVL*t*r: 1|MVL*t*|MVL*t*s|MVL*t*s:|MVL*t*s:  \t |",
@@ -31,8 +30,6 @@ TEST_F(SyntaxAnalysis, ReadsAFile) {
       {"value line is not read again", "MVL*t*r: \\|MVL*t*q: 1|", "MVL*t*r: MVL*t*q: 1\n"},
       {"continued to the end", "MVL*q*q: 1|MVL*t*r: \\|\\|", "MVL*q*q: 1\n",
        "2: resource value not found\n"},
-      {"continued by a blank line", "MVL*t*r: \\|  |MVL*q*q: 1|", "MVL*q*q: 1\n",
-       "1: resource value not found\n"},
       {"backslash ends the value", "MVL*t*r: abc \\|MVL*t*q: a\\\\|MVL*t*s: a\\ |",
        "MVL*t*r: abc\nMVL*t*q: a\\\nMVL*t*s: a\\\n"},
       {"the last definition wins", "MVL*t*r: 1||MVL*t*s: 5|MVL.t.r: 2|", "MVL*t*r: 2\nMVL*t*s: 5\n",
@@ -52,19 +49,6 @@ TEST_F(SyntaxAnalysis, ReadsAFile) {
     EXPECT_EQ(printed(), row.printed);
     EXPECT_EQ(files(), std::string("G:") + (row.lines ? row.lines : row.content));
   }
-}
-
-// Lists and names are public: they may change in any way between two analyses.
-TEST_F(SyntaxAnalysis, MeansTheFirstOfAName) {
-  T_resource_tool *first = manager().set_tool("t");
-  T_resource_tool *second = manager().set_tool("t");
-  load("MVL*t*new: 1|MVL*t*other: 1|MVL*t*new: 2|");
-  first->get_resource("new")->name.init_string("other");
-  load(nullptr, "MVL*t*new: 3|MVL*t*other: 3|"); // walks past both of one name
-  EXPECT_EQ(files(), "G:MVL*t*other: 1|U:MVL*t*new: 3|MVL*t*other: 3|");
-  EXPECT_EQ(printed(), "MVL*t*other: 3\nMVL*t*other: 1\nMVL*t*new: 3\n");
-  manager().delete_tool("t");
-  EXPECT_EQ(manager().get_tool("t"), second);
 }
 
 } // namespace

@@ -94,7 +94,8 @@ class Cluster:
         wait_for((self.dir / "munge.socket").exists)
         self.daemon("slurmctld", "-D", "-i")
         self.daemon("slurmd", "-D", "-N", "node")
-        self.resume()
+        self.ask("scontrol", "update", "nodename=node", "state=resume")
+        wait_for(lambda: self.ask("sinfo", "--noheader", "--format=%T") == "idle")
 
     def end(self):
         if len(self.daemons) > 1:
@@ -113,15 +114,6 @@ class Cluster:
     def ask(self, *command):
         return subprocess.run(command, env=self.environment, capture_output=True, text=True,
                               timeout=60).stdout.strip()
-
-    def resume(self):
-        self.ask("scontrol", "update", "nodename=node", "state=resume")
-        wait_for(lambda: self.ask("sinfo", "--noheader", "--format=%T") == "idle")
-
-    def jobs(self, *states):
-        """The jobs in these states, or in any."""
-        words = [f"--states={','.join(states)}"] if states else []
-        return self.ask("squeue", "--noheader", "--format=%i", *words).split()
 
     def processes(self, *words):
         """This cluster's processes whose command line begins with these words. A step that is
@@ -189,13 +181,12 @@ class Replay:
 
 @pytest.fixture
 def replay(cluster, tmp_path):
-    cluster.resume()
     replay = Replay(cluster, tmp_path)
     yield replay
     for run in replay.runs:
         run.kill()
         run.communicate()
-    wait_for(lambda: not cluster.jobs())
+    wait_for(lambda: not cluster.ask("squeue", "--noheader"))
 
 
 def test_in_an_allocation(cluster, replay, tmp_path_factory):
@@ -203,22 +194,6 @@ def test_in_an_allocation(cluster, replay, tmp_path_factory):
     verdicts = local.complete(local.start(HERE))
     assert proved(verdicts) > proved(replay.pos()) + 10
     assert replay.complete(replay.start(IN_ALLOCATION)) == verdicts
-
-
-def test_goals_of_a_dead_node_are_reported_and_tried_again(cluster, replay, tmp_path_factory):
-    local = Replay(cluster, tmp_path_factory.mktemp("local_cvc5"))
-    verdicts = local.complete(local.start(cvc5_only(HERE)))
-    replay.hold_provers()
-    run = replay.start(cvc5_only(ON_CLUSTER))
-    wait_for(lambda: len(replay.held()) == JOBS)
-    before = replay.pos()
-    cluster.ask("scontrol", "update", "nodename=node", "state=down", "reason=test")
-    wait_for(lambda: cluster.jobs("PENDING") and not cluster.jobs("RUNNING", "COMPLETING"))
-    assert replay.pos() == before
-    replay.gate.unlink()
-    cluster.ask("scontrol", "update", "nodename=node", "state=resume")
-    assert proved(replay.complete(run, "Driver prover crashed.\n" * JOBS)) > proved(before)
-    assert replay.complete(replay.start(cvc5_only(ON_CLUSTER))) == verdicts
 
 
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGKILL])
@@ -237,7 +212,6 @@ BOTH = ["run-here", "run-slurm"]
 
 @rows("scripts, words, status", {
     "exit": (BOTH, ["sh", "-c", "exit 3"], 3), "crash": (BOTH, ["sh", "-c", "kill -SEGV $$"], -11),
-    "limit kept": (BOTH, ["--megabytes", "100", "--", "true"], 0),
     "refused": (["run-slurm"], ["--megabytes", "999999", "true"], -6),
     "late": (["run-here"], ["--seconds", "1", "sleep", "100"], -9)})
 def test_a_limit_ends_the_run_as_a_crash(cluster, scripts, words, status):
