@@ -120,11 +120,4 @@ TEST_F(StoreTest, CleansUpWhatIsOfNoUse) {
   EXPECT_NE(holds(2), holds(3)) << "the bound";
 }
 
-TEST_F(StoreTest, SaysWhenItCannotKeep) {
-  const std::string file = directory.write("file", "");
-  EXPECT_FALSE(Store(file, 0).keep(keyOf(1), {"unsat\n", 0}));
-  EXPECT_FALSE(Store(file, 0).cleanUp(0));
-  EXPECT_FALSE(Store(file, 0).find(keyOf(1)));
-}
-
 } // namespace
