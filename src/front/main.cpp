@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <signal.h>
@@ -22,6 +23,9 @@
 using namespace kelvarune;
 
 namespace {
+
+/// The director that is being replayed. One whose mechanism does not load stays until the end.
+ProofDirector *director = nullptr;
 
 int print_help() {
   printHelpText();
@@ -37,17 +41,17 @@ void echoCommand(int argc, char **argv) {
 
 bool replayMechanism(const options_t &options, const std::string &component,
                      const std::string &mechanismFile, StopOnSignals &stopOnSignals) {
-  ProofDirector *const director = new ProofDirector(
-      component, mechanismFile, options.posPath, options.pogPath, options.directory,
-      options.installDirs, options.xml, static_cast<unsigned int>(options.concurrency),
-      options.trace, "", "", false);
+  director = new ProofDirector(component, mechanismFile, options.posPath, options.pogPath,
+                               options.directory, options.installDirs, options.xml,
+                               static_cast<unsigned int>(options.concurrency), options.trace, "",
+                               "", false);
   if (!director->isLoaded())
     return false;
   print_proving(component, director->getMechanismName(), options.xml);
   stopOnSignals.setDirector(director);
   director->replay();
   stopOnSignals.setDirector(nullptr);
-  delete director;
+  delete std::exchange(director, nullptr);
   return true;
 }
 

@@ -9,7 +9,8 @@ namespace kelvarune::process {
 /// - Each of the descriptors 0, 1 and 2 that the caller left closed gets the null device, so that
 ///   no file and no pipe to a tool gets such a number.
 /// - SIGCHLD is not ignored, which would hide how tools end.
-/// - SIGXFSZ is ignored: a file that the user's limits do not let grow (ulimit -f) is a failed write
+/// - SIGXFSZ is ignored: a file that the user's limits do not let grow (ulimit -f) is a failed
+/// write
 ///   and not the end. ToolProcess gives tools the default back.
 /// - Texts of the system are UTF-8, in every locale.
 /// - The same XML document is always written with its attributes in one order.

@@ -14,7 +14,7 @@ QString quoted(const QString &text) {
 }
 
 QString elementOf(const pos::fault_t &fault) {
-  const QString mechanism = "mechanism "_s + quoted(fault.mechanism);
+  QString mechanism = "mechanism "_s + quoted(fault.mechanism);
   switch (fault.element) {
   case pos::faulty_t::IAPA:
     return "iapa"_s;
