@@ -119,19 +119,6 @@ def test_the_last_driver_is_the_last_in_the_file(case):
     case.pos_is(po("T", goal(mech("m", U, d1=U, d2=U)), goal(mech("m", U, d2=U, d1=U))))
 
 
-def test_only_the_first_driver_of_a_name_is_updated(case):
-    def twice(first, status):
-        part = mech("m", status, d1=first)
-        part.extend(mech(d1=P))
-        return goal(part, status=status)
-
-    case.answers({"*": D})
-    case.mechanism()
-    case.pos(po("T", twice(P, "Unproved")))
-    case.replay(out=replayed(("d1", 1, [("T", "!")]), disproved=1))
-    case.pos_is(po("T", twice(D, D)))
-
-
 @rows("part, args, out", {
     "goal": (goal(status="Valid"), REPLAY, proving() + "Error comp .pos\n"),
     "driver": (goal(mech("A", d="bogus")), REPLAY, proving() + "Error comp .pos\n"),
