@@ -2,7 +2,7 @@
 
 import pytest
 
-from conftest import (ABORTED, FILES, ONE_PROOF, REPLAY, candidate, driver_pass, goal, mech, po,
+from conftest import (FILES, ONE_PROOF, REPLAY, candidate, driver_pass, goal, mech, po,
                       proving, report, rows)
 
 HELP = """\
@@ -39,7 +39,6 @@ def one_goal(case):
     "empty POS": ("ALL --pos=", ""),
     "neither -m nor -M": ("-s comp.pos -p comp.pog -d work", ""),
     "both -m and -M": ("ALL -M .", ""),
-    "concurrency without digits": ("ALL -c x", ""),
     "long option without value": ("ALL --pos", "PROGRAM: option '--pos' requires an argument\n"),
     "the echo comes before the check": ("-t 2", '[kelvarune]\ncommand = "PROGRAM -t 2 "\n'),
     "but not before help": ("-t 2 --help", ""),
@@ -51,31 +50,15 @@ def test_help_is_printed_and_nothing_else_done(one_goal, args, err):
     assert one_goal.path("comp.pos").read_bytes() == before
 
 
-@pytest.mark.parametrize("option", ["installdir", "mechanism-directory", "trace"])
-def test_a_long_option_that_lacks_its_value_aborts_before_any_output(one_goal, option):
-    for args in ([*REPLAY, "-x", "-t", "2", f"--{option}"], [f"--{option}", "4", "-h"]):
-        one_goal.run(*args, status=ABORTED, out="")
-
-
 @rows("args", {
     "values glued to short options": "-mm.xml -scomp.pos -pcomp.pog -dwork",
     "long": "--mechanism=m.xml --pos comp.pos --pog=comp.pog --directory work --concurrency=1"
             " --trace=0 --installdir=tools",
-    "abbreviated": "ALL --conc=1",
-    "stray words": "stray ALL words",
     "the last one wins": "-m no.xml -s no.pos -p no.pog -d nowhere -c 0 ALL -c 1",
-    "an emptied -M does not count": "-M . ALL --mechanism-directory=",
-    "trace without digits": "ALL -t x",
 })
 def test_accepted_forms(one_goal, args):
     one_goal.run(*args.replace("ALL", " ".join(REPLAY)).split(), out=ONE_PROOF)
     assert [call[4] for call in one_goal.calls("writer")] == ["comp.pog"]
-
-
-@pytest.mark.parametrize("level", ["2", "-1", "3x"])
-def test_any_trace_level_but_0_echoes_the_command(one_goal, level):
-    words = " ".join([one_goal.program, *REPLAY, "-t", level])
-    one_goal.replay("-t", level, err=f'[kelvarune]\ncommand = "{words} "\n', out=ONE_PROOF)
 
 
 # --- Which mechanisms are replayed ----------------------------------------------------------------
@@ -101,11 +84,6 @@ def test_the_registered_mechanisms_in_order_of_first_appearance(two_mechanisms):
                 po("T1", goal(mech("Alto", a="Disproved"), disproved, status="Disproved")))
 
 
-def test_no_registered_mechanism(case):
-    case.pos(po("T0", goal()))
-    case.run("-M", ".", *FILES, "-x", out="<proof>\n" + report(unproved=1, xml=True))
-
-
 def test_a_missing_description_ends_the_run_after_the_earlier_ones(two_mechanisms):
     case = two_mechanisms
     case.pos(po("T0", goal(mech("Alto", a="Proved"), mech("Ghost"), mech("Basso", b="Proved"))))
@@ -121,10 +99,3 @@ def test_a_mechanism_that_some_goal_does_not_know_is_not_played(two_mechanisms):
         "<proof>\n" + proving("Alto", xml=True) + "<error>Error comp .pos</error>\n"
         + report(unproved=2, xml=True)))
     case.pos_is(*document, author=None)
-
-
-def test_a_missing_pos_file(two_mechanisms):
-    case = two_mechanisms
-    unreadable = "<error>File not readable comp.pos</error>\n"
-    case.run("-M", "mechs", *FILES, "-x", out="<proof>\n" + unreadable * 2 + report(xml=True))
-    assert not case.path("comp.pos").exists()
