@@ -1,11 +1,10 @@
-"""What the Python tests share: a scratch component with its mechanism, tiny script tools that keep
-a record of how they were called, and a runner, for which a process left behind and a warning of Qt
-or of a sanitizer are failures.
-
-Environment: KELVARUNE_BIN is the folder of the programs; KELVARUNE_TEST_SLOWNESS (default 1)
-multiplies every time limit, for builds with sanitizers. A module whose tests run another program
-than kelvarune names it in PROGRAM. `--rounds N` asks for more random rounds than usual.
+"""What the Python tests share: a scratch component, script tools that record their calls, a runner.
 """
+
+# Environment: KELVARUNE_BIN is the folder of the programs; KELVARUNE_TEST_SLOWNESS (default 1)
+# multiplies every time limit, for builds with sanitizers. A module whose tests run another program
+# than kelvarune names it in PROGRAM. `--rounds N` asks for more random rounds than usual.
+# A process left behind, and a warning of Qt or of a sanitizer, fail the test.
 
 import contextlib
 import ctypes
@@ -100,8 +99,8 @@ def case(request):
 
 @pytest.fixture
 def busy(case):
-    """Starts a run over four goals, of which the last but one keeps the tool of a role busy, and
-    returns when the other verdicts that this many jobs can reach are saved."""
+    # Starts a run over four goals, of which the last but one keeps the tool of a role busy, and
+    # returns when the other verdicts that this many jobs can reach are saved.
     def start(jobs=1, role="prover", before=candidate(), body="{mark}; exec sleep 1000", **options):
         body = body.format(mark=f': >"{case.root}/busy"')
         case.script("busy", {
@@ -163,8 +162,7 @@ def parsed(data):
 
 def canonical(data):
     """A document as text, whatever the order of its attributes and the blanks around texts."""
-    text = ET.canonicalize(data, strip_text=True, with_comments=True)
-    return text.replace("><", ">\n<")
+    return ET.canonicalize(data, strip_text=True, with_comments=True).replace("><", ">\n<")
 
 
 def param(name=None, value=None, separator=None):
@@ -277,9 +275,9 @@ class Case:
         return path
 
     def answers(self, answers):
-        """The common reader is given a driver's name and answers each address "i j" it reads. Keys
-        are shell patterns over "<driver>.<i>.<j>"; values are the bytes to print, or a verdict as
-        text, which gets a line feed. Without an answer it says Unknown."""
+        """Lets the common reader, given a driver's name, answer each address "i j" it reads."""
+        # Keys are shell patterns over "<driver>.<i>.<j>"; values are the bytes to print, or a
+        # verdict as text, which gets a line feed. Without an answer it says Unknown.
         cases = ""
         for key, answer in answers.items():
             data = answer if isinstance(answer, bytes) else answer.encode() + b"\n"
@@ -301,8 +299,8 @@ class Case:
         return element(role, *parts, **attributes)
 
     def driver(self, name="d1", writer=None, prover=None, reader=None, stdin=True, **attributes):
-        """A driver of the common tools. writer, prover and reader name another script, or are whole
-        elements; the common reader is given the driver's name."""
+        # The tools are the common ones unless writer, prover and reader name another script, or are
+        # whole elements; the common reader is given the driver's name.
         def tool(role, given, *params, **more):
             whole = isinstance(given, ET.Element)
             return given if whole else self.tool(role, given, *params, **more)
@@ -346,8 +344,9 @@ class Case:
         return process
 
     def finish(self, process, orphans=False, limit_s=LIMIT_S):
-        """Waits for the end of a started program and checks what holds for every run. Children that
-        tools left behind (orphans) may outlive a program that came to the end of its report."""
+        """Waits for the end of a started program and checks what holds for every run."""
+        # Children that tools left behind (orphans) may outlive a program that came to the end of
+        # its report.
         with contextlib.suppress(subprocess.TimeoutExpired):
             process.wait(limit_s)
         run = Run(process.args, process.returncode, self.path("stdout").read_bytes(),

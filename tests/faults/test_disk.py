@@ -117,16 +117,10 @@ def hard_linked(case):
     os.link(case.path("comp.pos"), case.path("hard"))
 
 
-def no_room_for_a_copy(case):
-    malformed(case)
-    case.path("comp.pos~").mkdir()
-
-
 @rows("layout, reason, under", {
     "too large": (plain, "EFBIG", ("prlimit", "--fsize=512")),
     "too large, in place": (hard_linked, "EFBIG", ("prlimit", "--fsize=512")),
-    "disk full, in place": (hard_linked, "ENOSPC", STRACE + ("--inject=fallocate:error=ENOSPC",)),
-    "no copy of what could not be read": (no_room_for_a_copy, "EISDIR", ())})
+    "disk full, in place": (hard_linked, "ENOSPC", STRACE + ("--inject=fallocate:error=ENOSPC",))})
 def test_save_that_is_refused_changes_nothing(disk, layout, reason, under):
     layout(disk)
     before = disk.path("comp.pos").read_bytes()

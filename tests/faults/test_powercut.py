@@ -7,7 +7,6 @@ cuts N times per file system and size.
 
 import contextlib
 import fcntl
-import functools
 import os
 import subprocess
 import time
@@ -35,15 +34,6 @@ def mounted(image, path, *options):
         call("umount", "--lazy", path)
 
 
-@functools.lru_cache
-def component(goals):
-    """The bytes of a POS file of usual size, 700 bytes a goal."""
-    parts = [candidate() for _ in range(goals)]
-    for part in parts:
-        part.set("note", "x" * 400)
-    return ET.tostring(obligations(*[po(f"T{i}", part) for i, part in enumerate(parts)]))
-
-
 @pytest.mark.rounds(2)
 @pytest.mark.parametrize("goals", (1000, 10000))
 @pytest.mark.parametrize("kind", MEGABYTES)
@@ -60,7 +50,8 @@ def test_power_cut_while_saving(case, rng, kind, goals):
             disk.enter_context(mounted(image, folder))
         except (OSError, subprocess.CalledProcessError) as error:
             pytest.skip(f"no {kind} of its own here: {getattr(error, 'stderr', error)}")
-        case.write("disk/comp.pos", component(goals))
+        document = obligations(*[po(f"T{i}" + "-" * 400, candidate()) for i in range(goals)])
+        case.write("disk/comp.pos", ET.tostring(document))
         os.sync()
         process = case.start(*REPLAY, "-s", "disk/comp.pos", "-c", jobs)
         case.wait_for(lambda: started.stat().st_size > jobs)
