@@ -332,8 +332,9 @@ class Case:
     def start(self, *args, env=None, under=(), program=None, **options):
         """Starts the program, below the command `under` if there is one; end it with finish."""
         command = [*under, str(BIN / program) if program else self.program, *map(str, args)]
-        # The thread sanitizer sleeps a second at every exit.
+        # The thread sanitizer sleeps a second at every exit; leaks cannot be looked for below strace.
         usual = {"HOME": str(self.root), "LC_ALL": "C.UTF-8",
+                 "ASAN_OPTIONS": "detect_leaks=0" if under[:1] == ("strace",) else None,
                  "TSAN_OPTIONS": "atexit_sleep_ms=0 " + os.environ.get("TSAN_OPTIONS", "")}
         env = {k: v for k, v in (os.environ | usual | (env or {})).items() if v is not None}
         with open(self.path("stdout"), "wb") as out, open(self.path("stderr"), "wb") as err:

@@ -2,7 +2,7 @@
 
 import pytest
 
-from conftest import (FILES, ONE_PROOF, REPLAY, candidate, driver_pass, goal, mech, po,
+from conftest import (ABORTED, FILES, ONE_PROOF, REPLAY, candidate, driver_pass, goal, mech, po,
                       proving, report, rows)
 
 HELP = """\
@@ -48,6 +48,11 @@ def test_help_is_printed_and_nothing_else_done(one_goal, args, err):
     one_goal.run(*args.replace("ALL", " ".join(REPLAY)).split(), status=1, out=HELP,
                  err=err.replace("PROGRAM", one_goal.program))
     assert one_goal.path("comp.pos").read_bytes() == before
+
+
+@pytest.mark.parametrize("option", ["installdir", "mechanism-directory", "trace"])
+def test_a_long_option_that_lacks_its_value_aborts_before_any_output(one_goal, option):
+    one_goal.run(*REPLAY, "-x", "-t", "2", f"--{option}", status=ABORTED, out="")
 
 
 @rows("args", {

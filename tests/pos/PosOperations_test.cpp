@@ -72,4 +72,14 @@ TEST(RemoveMechanism, TakesOneOutOfEachGoalAndCorrectsTheStatus) {
   EXPECT_FALSE(pos::removeMechanism(null, "M"_s, changed));
 }
 
+TEST(CheckPosInvariant, ShowsTheFirstGoalThatDisagrees) {
+  const std::string good = goal("status='Proved(1)'", mechanism("status='Proved'"));
+  EXPECT_TRUE(pos::checkPosInvariant(posDocument(good)));
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(pos::checkPosInvariant(
+      posDocument(good + goal("", "<Mechanism status='Proved'/>") + goal("status='x'", ""))));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "    <Simple_Goal>\n        <Mechanism status=\"Proved\"/>\n    </Simple_Goal>\n");
+}
+
 } // namespace
