@@ -39,8 +39,6 @@ ONE_OF_BOTH = "Either --mechanism or --mechanism-directory is needed, and not bo
     "nothing in there": ("-M work", "No mechanism description (*.xml) in work."),
     "no POS file": ("-m m.xml -s ''", "The options --pos, --pog and --directory are needed."),
     "no job": ("-m m.xml -c 0", "The concurrency must be a number from 1."),
-    "trace": ("-m m.xml -t x", "The trace level must be a number."),
-    "stray": ("-m m.xml extra", "Unexpected argument 'extra'."),
     # As of an unset variable: it must not play everything.
     "empty": ("-m m.xml --goal ''",
               "The options --driver and --goal need a value that is not empty.")})
@@ -57,7 +55,6 @@ NO_TAG_N = "must be TAG.N, with N counted from 1 and one dot only."
     "-p no.pog": ["no.pog: no readable file; --pog names the obligations."],
     "-m no.xml": ["no.xml: cannot be read; --mechanism names a description file."],
     "-r no.res": ["no.res: no readable file; --resources names resource files."],
-    "-i no": ["no: no such directory; --installdir names directories of tools."],
     "--driver d3": ["--driver d3: no such driver; there are d1, d2."],
     "--goal T1.1": ["--goal T1.1: no obligation of comp.pos has the tag T1."],
     "--goal T0.3": ["--goal T0.3: obligation T0 of comp.pos has 2 goal(s)."],
@@ -97,8 +94,6 @@ CUT_OFF = "2:1: not well-formed XML (unexpected end of file)"
         "2:24: unknown status 'a' in goal 2 of obligation T0; correct it.",
         "3:31: unknown status 'b' in goal 2 of obligation T0; correct it."]),
     "mechanism cut off": ("m.xml", "<mechanism>\n", [f"{CUT_OFF}; correct it."]),
-    "something else": ("m.xml", "<html/>", [
-        " has no element 'mechanism'; it is no mechanism description."]),
     "words": ("m.xml", '<mechanism trust="often">\n<driver name="d" group="all">'
               + TOOLS.format("") + "</driver></mechanism>", [
         "1:25: trust 'often' does not exist; there are always, never, redundancy.",

@@ -30,12 +30,6 @@ def test_an_untouched_file_gets_its_mechanism_and_its_proofs(fresh):
         po("T1", goal(mech("m", "Disproved", d1="Unknown", d2="Disproved"), status="Disproved")))
 
 
-def test_kelvarune_replays_what_was_played(fresh):
-    fresh.replay(out=replayed(D1, D2, **COUNTS))
-    fresh.run("unprove", "comp.pos", program="kelvarune-pos")
-    fresh.replay(program="kelvarune", out=replayed(("d1", 3, [("T0", "+")]), D2, **COUNTS))
-
-
 @rows("args, order", {
     "given one by one": (["-m", "several/c.xml", "--mechanism=several/a.xml"], "ca"),
     "a directory, by name": (["-M", "several"], "Bac")})
@@ -104,8 +98,3 @@ def test_failures_are_listed_at_the_end(case):
                 err="Driver prover crashed.\n" * 2 + "Driver reader crashed.\n" * 2
                 + "kelvarune-play: Driver d1 prover crashed. (2 times)\n"
                 + "kelvarune-play: Driver d2 reader crashed. (2 times)\n")
-
-
-@rows("arg, word", {"help": ("-h", "Exit status"), "version": ("--version", "kelvarune-play ")})
-def test_help_and_version(case, arg, word):
-    assert word in case.run(arg).out.decode()

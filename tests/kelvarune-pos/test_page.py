@@ -6,7 +6,7 @@ import tempfile
 import xml.etree.ElementTree as ET
 
 import pytest
-from conftest import BIN, goal, mech, needs, obligations, po, rows
+from conftest import BIN, goal, mech, needs, obligations, po
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from test_commands import component, large
@@ -108,13 +108,6 @@ def test_names_are_text_and_nothing_is_fetched(use):
         nasty + ".1", nasty, 0, 0, []]
 
 
-def test_nothing_to_show(use):
-    assert use(obligations(), """
-      return [$("#share").textContent, $("#verdict").textContent, count(),
-              $("#mechanisms").textContent];""") == [
-        "0 %", "No goals", "0 goals", "No mechanism is registered yet."]
-
-
 def test_ten_thousand_goals_scroll_and_sort(use):
     assert use(large(10000), """
       const filled = $("#rows tr.space").getBoundingClientRect().top;
@@ -134,21 +127,3 @@ def test_ten_thousand_goals_scroll_and_sort(use):
       seen.printed = $$("#rows tr").length;
       return seen;""") == {"few": True, "full": True, "last": "op8.998.10", "middle": "op4",
                            "printed": 10000}
-
-
-# The colours of the page and of what is proved.
-@rows("width, scheme, colours", {
-    "day": (500, "light", ["rgb(244, 245, 247)", "rgb(18, 134, 106)"]),
-    "night": (1400, "dark", ["rgb(17, 21, 27)", "rgb(47, 181, 146)"])})
-def test_at_every_width_by_day_and_by_night(use, browser, width, scheme, colours):
-    browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
-        "width": width, "height": 900, "deviceScaleFactor": 1, "mobile": False})
-    browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {
-        "features": [{"name": "prefers-color-scheme", "value": scheme}]})
-    assert use(component(), """
-      const colour = (part) => getComputedStyle($(part)).backgroundColor;
-      const share = $("#share").getBoundingClientRect();
-      return [[colour("body"), colour(".s3")], innerWidth,
-              document.documentElement.scrollWidth <= innerWidth,
-              share.width > 0 && share.left >= 0 && share.right <= innerWidth];""") == [
-        colours, width, True, True]
