@@ -19,7 +19,7 @@ struct options_t {
 
 /// Reads the command line; resource files are loaded as their options are met. False when the help
 /// text is to be printed: it was asked for, or an option is unknown or lacks its value (getopt has
-/// told so). Ends the program abnormally for a long option without the value that it needs.
+/// said so). Ends the program abnormally for a long option without the value that it needs.
 bool parseOptions(int argc, char **argv, options_t &options);
 
 /// Whether the options are complete and fit together.

@@ -126,7 +126,7 @@ using definitions_t = std::map<QString, QList<param_t>>;
 /// `installDirs` in their order.
 ///
 /// True when the whole description was read and every tool located; nothing is written then.
-/// Otherwise one line tells why: on the standard log stream when the file cannot be opened (also
+/// Otherwise one line says why: on the standard log stream when the file cannot be opened (also
 /// when it is not a regular file or nests too deeply), on the standard error stream when a tool is
 /// not found. `out` then keeps the drivers read so far and counts as not loaded.
 ///

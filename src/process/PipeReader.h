@@ -14,7 +14,7 @@ class PipeReader {
 public:
   using consumer_t = std::function<void(const char *, std::size_t)>;
 
-  /// Closes the pipe once `limit` bytes have been read, so that who writes more gets SIGPIPE.
+  /// Closes the pipe once `limit` bytes have been read, so that a tool that writes on gets SIGPIPE.
   PipeReader(file::Descriptor readEnd, consumer_t consumer,
              std::size_t limit = std::numeric_limits<std::size_t>::max());
 

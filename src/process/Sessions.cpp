@@ -146,7 +146,7 @@ bool holdsWriteEnd(pid_t pid, const std::string &pipeName) {
     char target[64];
     struct stat link;
     const ssize_t length = ::readlinkat(::dirfd(directory), entry->d_name, target, sizeof target);
-    // The mode of the link itself tells how the descriptor was opened.
+    // The mode of the link itself shows how the descriptor was opened.
     if (length > 0 && pipeName.compare(0, std::string::npos, target, length) == 0 &&
         ::fstatat(::dirfd(directory), entry->d_name, &link, AT_SYMLINK_NOFOLLOW) == 0 &&
         (link.st_mode & S_IWUSR))

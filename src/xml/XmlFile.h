@@ -50,7 +50,7 @@ private:
   const QXmlAttributes &attributes;
 };
 
-/// Is told of the elements of a file while it is read.
+/// Gets the elements of a file one by one while it is read.
 class ElementVisitor {
 public:
   virtual ~ElementVisitor() = default;

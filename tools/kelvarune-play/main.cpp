@@ -1,6 +1,6 @@
 // kelvarune-play: first proofs. It registers mechanisms in a POS file and plays their drivers,
 // where kelvarune only replays what is registered. The director does the work and writes the
-// output; this program checks the inputs first and tells the outcome by its exit status.
+// output; this program checks the inputs first and gives the outcome by its exit status.
 
 #include "Checks.h"
 #include "Options.h"
