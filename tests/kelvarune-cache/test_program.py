@@ -143,14 +143,6 @@ def test_goal_in_a_file(cache):
     os.close(writable)
 
 
-def test_input_that_is_a_file_is_read_from_its_position(cache):
-    prover = cache.prover("cat; echo; echo unsat")
-    for text in ("skipped goal", "skippen goal"):
-        with open(cache.case.write("goal", text), "rb", buffering=0) as file:
-            file.seek(8)
-            assert cache.asked(prover, stdin=file, out=b"goal\nunsat\n") == (text[6] == "d")
-
-
 def test_passes_arguments_on_untouched(cache):
     words = ["--mode", "-h", "", "a b", "--", os.fsdecode(b"\xff\xfe"), "\u00e9"]
     prover = cache.prover("printf '%s|' \"$@\"")

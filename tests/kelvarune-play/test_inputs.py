@@ -67,9 +67,7 @@ def test_names_of_nothing(refused, args, lines):
 @rows("name, mode, fault", {
     "read": ("comp.pos", 0o444, "not writable, results could not be saved; allow writing."),
     "written": ("comp.pos", 0o222, "cannot be read; allow reading."),
-    "POG written": ("comp.pog", 0o222, "no readable file; --pog names the obligations."),
-    **{name: ("work", mode, "not writable; --directory takes temporary files.")
-       for name, mode in {"directory read": 0o555, "directory listed": 0o666}.items()}})
+    "directory read": ("work", 0o555, "not writable; --directory takes temporary files.")})
 def test_what_may_only_be(case, refused, name, mode, fault):
     case.path(name).chmod(mode)
     refused(*REPLAY, lines=[f"{name}: {fault}"], under=AS_ANYBODY)
@@ -80,7 +78,7 @@ def not_found(place, tool, looked):
             "it, or name its place with --installdir or a resource file.")
 
 
-TOOLS = '<writer path="/bin/sh"/><prover path="/bin/sh">{}</prover><reader path="/bin/sh"/>'
+TOOLS = '<writer path="/bin/sh"/><prover path="/bin/sh"/><reader path="/bin/sh"/>'
 CUT_OFF = "2:1: not well-formed XML (unexpected end of file)"
 
 
@@ -95,13 +93,9 @@ CUT_OFF = "2:1: not well-formed XML (unexpected end of file)"
         "3:31: unknown status 'b' in goal 2 of obligation T0; correct it."]),
     "mechanism cut off": ("m.xml", "<mechanism>\n", [f"{CUT_OFF}; correct it."]),
     "words": ("m.xml", '<mechanism trust="often">\n<driver name="d" group="all">'
-              + TOOLS.format("") + "</driver></mechanism>", [
+              + TOOLS + "</driver></mechanism>", [
         "1:25: trust 'often' does not exist; there are always, never, redundancy.",
         "2:29: group 'all' does not exist; there are full, none, related."]),
-    "definition": ("m.xml", "<mechanism><driver>" + TOOLS.format('<expand name="x"/>')
-                   + "</driver></mechanism>", [
-        " an 'expand' names a definition that does not exist; only the first 'definition' "
-        "counts."]),
     "no tools": ("m.xml", '<mechanism>\n<driver name="d"/></mechanism>', [
         f"2:17: {tool} of driver d is missing; describe it."
         for tool in ("writer", "prover", "reader")]),
