@@ -78,7 +78,7 @@ def not_found(place, tool, looked):
             "it, or name its place with --installdir or a resource file.")
 
 
-TOOLS = '<writer path="/bin/sh"/><prover path="/bin/sh"/><reader path="/bin/sh"/>'
+TOOLS = '<writer path="/bin/sh"/><prover path="/bin/sh">{}</prover><reader path="/bin/sh"/>'
 CUT_OFF = "2:1: not well-formed XML (unexpected end of file)"
 
 
@@ -93,9 +93,13 @@ CUT_OFF = "2:1: not well-formed XML (unexpected end of file)"
         "3:31: unknown status 'b' in goal 2 of obligation T0; correct it."]),
     "mechanism cut off": ("m.xml", "<mechanism>\n", [f"{CUT_OFF}; correct it."]),
     "words": ("m.xml", '<mechanism trust="often">\n<driver name="d" group="all">'
-              + TOOLS + "</driver></mechanism>", [
+              + TOOLS.format("") + "</driver></mechanism>", [
         "1:25: trust 'often' does not exist; there are always, never, redundancy.",
         "2:29: group 'all' does not exist; there are full, none, related."]),
+    "definition": ("m.xml", "<mechanism><driver>" + TOOLS.format('<expand name="x"/>')
+                   + "</driver></mechanism>", [
+        " an 'expand' names a definition that does not exist; only the first 'definition' "
+        "counts."]),
     "no tools": ("m.xml", '<mechanism>\n<driver name="d"/></mechanism>', [
         f"2:17: {tool} of driver d is missing; describe it."
         for tool in ("writer", "prover", "reader")]),
