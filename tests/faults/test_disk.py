@@ -117,6 +117,11 @@ def hard_linked(case):
     os.link(case.path("comp.pos"), case.path("hard"))
 
 
+def test_a_flush_in_place_that_fails_is_reported(disk):
+    hard_linked(disk)
+    disk.run(*REPLAY, err=complaint("EIO"), under=(*STRACE, "--inject=fdatasync:error=EIO"))
+
+
 @rows("layout, reason, under", {
     "too large": (plain, "EFBIG", ("prlimit", "--fsize=512")),
     "too large, in place": (hard_linked, "EFBIG", ("prlimit", "--fsize=512")),
