@@ -117,6 +117,10 @@ TEST(Reading, FindsTheElementsOrSaysWhyNot) {
       {"deep groups", "<!DOCTYPE a [<!ELEMENT a " + std::string(1001, '(') + "]><a/>", TOO_DEEP},
       {"UTF-16", QTextCodec::codecForName("UTF-16")->fromUnicode(nested(1001)).toStdString(),
        TOO_DEEP},
+      {"UTF-7 behind a long declaration",
+       "<?xml version='1.0'" + std::string(300, ' ') + "encoding='UTF-7'?>" +
+           nested(1001).replace("<"_s, "+ADw-"_s).toStdString(),
+       TOO_DEEP},
   };
   for (const auto &row : rows)
     EXPECT_EQ(outcomeOf(row.bytes), row.outcome) << row.name;
