@@ -5,8 +5,8 @@ import xml.etree.ElementTree as ET
 
 import pytest
 
-from conftest import (ONE_PROOF, candidate, canonical, concluded, obligations, po, replayed,
-                      rows)
+from conftest import (ONE_PROOF, SLOWNESS, candidate, canonical, concluded, goal, mech,
+                      obligations, po, replayed, rows)
 
 
 @pytest.fixture
@@ -82,3 +82,11 @@ def test_files_without_goals(proving, content):
     path = proving.write("comp.pos", content)
     proving.replay(out=replayed(("d1", 0)))
     assert path.read_bytes() == content
+
+
+def test_text_in_a_goal_does_not_make_its_whole_obligation_be_written_anew(proving):
+    goals = [candidate() if i < 200 else goal(mech(d1="Unknown")) for i in range(20000)]
+    for part in goals:
+        part.text = "x"
+    proving.pos(po("T0", *goals))
+    proving.replay(out=None, under=("prlimit", f"--cpu={int(4 * SLOWNESS)}"))

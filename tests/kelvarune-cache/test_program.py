@@ -199,7 +199,6 @@ def test_clean_up(cache):
 
 @rows("words, status", {
     "nothing": ([], 125), "mode": (["--mode", "often", "true"], 125),
-    "size": (["--max-size", "big", "true"], 125), "pattern": (["--definite", "(", "true"], 125),
     "missing": (["./missing"], 127), "no program": (["./comp.pog"], 127)})
 def test_refuses_what_it_cannot_do(cache, words, status):
     assert cache.run(*words) == (status, b"")

@@ -38,7 +38,6 @@ ONE_OF_BOTH = "Either --mechanism or --mechanism-directory is needed, and not bo
     "no mechanism": ("", ONE_OF_BOTH), "both": ("-M . -m m.xml", ONE_OF_BOTH),
     "nothing in there": ("-M work", "No mechanism description (*.xml) in work."),
     "no POS file": ("-m m.xml -s ''", "The options --pos, --pog and --directory are needed."),
-    "no job": ("-m m.xml -c 0", "The concurrency must be a number from 1."),
     # As of an unset variable: it must not play everything.
     "empty": ("-m m.xml --goal ''",
               "The options --driver and --goal need a value that is not empty.")})
@@ -54,7 +53,6 @@ NO_TAG_N = "must be TAG.N, with N counted from 1 and one dot only."
     "-s no.pos -d no": ["no.pos: no such file; --pos names the status file.", NO_DIRECTORY],
     "-p no.pog": ["no.pog: no readable file; --pog names the obligations."],
     "-m no.xml": ["no.xml: cannot be read; --mechanism names a description file."],
-    "-r no.res": ["no.res: no readable file; --resources names resource files."],
     "--driver d3": ["--driver d3: no such driver; there are d1, d2."],
     "--goal T1.1": ["--goal T1.1: no obligation of comp.pos has the tag T1."],
     "--goal T0.3": ["--goal T0.3: obligation T0 of comp.pos has 2 goal(s)."],
