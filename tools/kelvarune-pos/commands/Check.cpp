@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "commands/Reading.h"
+#include "output/Json.h"
 #include "output/Output.h"
 #include "output/Words.h"
 #include "text/Literals.h"

@@ -2,11 +2,16 @@
 
 #include "output/Json.h"
 
+#include "front/Utils.h"
 #include "text/Literals.h"
+
+#include <QJsonDocument>
 
 using namespace kelvarune;
 
 namespace {
+
+constexpr int FORMAT_VERSION = 1;
 
 QJsonObject jsonOfDriver(const pos::driver_metrics_t &driver) {
   return {{"proved"_s, driver.proved},
@@ -65,4 +70,13 @@ QJsonObject jsonOf(const stats_t &stats) {
     mechanisms.append(object);
   }
   return {{"totals"_s, jsonOfTotals(stats)}, {"mechanisms"_s, mechanisms}};
+}
+
+int finishJson(const char *kind, const QString &path, QJsonObject content, int status) {
+  content["format"_s] = "kelvarune-pos"_s;
+  content["version"_s] = FORMAT_VERSION;
+  content["kind"_s] = QLatin1String(kind);
+  content["file"_s] = path;
+  content["component"_s] = QString::fromStdString(baseNameOfPath(path.toStdString()));
+  return finish(QJsonDocument(content).toJson(), status);
 }

@@ -1,19 +1,18 @@
-#ifndef KELVARUNE_TOOLS_POS_OUTPUT_OUTPUT_H
-#define KELVARUNE_TOOLS_POS_OUTPUT_OUTPUT_H
+#ifndef KELVARUNE_TOOLS_COMMON_OUTPUT_OUTPUT_H
+#define KELVARUNE_TOOLS_COMMON_OUTPUT_OUTPUT_H
 
 #include "pos/pos.h"
 
 #include <QByteArray>
-#include <QJsonObject>
 #include <QString>
 #include <QStringList>
 
 #include <vector>
 
-/// The exit statuses of the program.
+/// The exit statuses of programs that look at files.
 enum exit_t : int { EXIT_DONE = 0, EXIT_FOUND = 1, EXIT_REFUSED = 2 };
 
-/// Writes "kelvarune-pos: ", `what` and a line break to standard error.
+/// Writes the program's name, ": ", `what` and a line break to standard error.
 void complain(const QString &what);
 
 /// Writes all of `bytes` to standard output. False, with a complaint, when they cannot be written.
@@ -22,9 +21,6 @@ bool printOut(const QByteArray &bytes);
 
 /// Writes `bytes` to standard output and gives the exit status: `status` when that went well.
 int finish(const QByteArray &bytes, int status = EXIT_DONE);
-
-/// As finish, for a JSON document: `content` with what all documents share (see schema.json).
-int finishJson(const char *kind, const QString &path, QJsonObject content, int status = EXIT_DONE);
 
 /// A name as people can read it on one line: control characters replaced, "(no name)" when empty.
 QString shown(const QString &name);

@@ -1,14 +1,12 @@
-// The program's voices. Standard output is written at the end of a command, in one piece: a command
-// that fails half-way has then printed nothing that could be taken for its result.
+// The voices of a program. Standard output is written at the end of a command, in one piece: a
+// command that fails half-way has then printed nothing that could be taken for its result.
 
 #include "output/Output.h"
 
 #include "file/Io.h"
-#include "front/Utils.h"
 #include "text/Literals.h"
 
 #include <QCoreApplication>
-#include <QJsonDocument>
 
 #include <algorithm>
 #include <cerrno>
@@ -21,8 +19,6 @@
 using namespace kelvarune;
 
 namespace {
-
-constexpr int FORMAT_VERSION = 1;
 
 bool useColours() {
   static const bool use = ::isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR") &&
@@ -43,7 +39,8 @@ QString quotedField(const QString &field) {
 } // namespace
 
 void complain(const QString &what) {
-  const QString line = "kelvarune-pos: "_s + shown(what) + QLatin1Char('\n');
+  const QString line =
+      QCoreApplication::applicationName() + ": "_s + shown(what) + QLatin1Char('\n');
   std::cerr << line.toStdString() << std::flush;
 }
 
@@ -56,15 +53,6 @@ bool printOut(const QByteArray &bytes) {
 
 int finish(const QByteArray &bytes, int status) {
   return printOut(bytes) ? status : EXIT_REFUSED;
-}
-
-int finishJson(const char *kind, const QString &path, QJsonObject content, int status) {
-  content["format"_s] = "kelvarune-pos"_s;
-  content["version"_s] = FORMAT_VERSION;
-  content["kind"_s] = QLatin1String(kind);
-  content["file"_s] = path;
-  content["component"_s] = QString::fromStdString(baseNameOfPath(path.toStdString()));
-  return finish(QJsonDocument(content).toJson(), status);
 }
 
 QString shown(const QString &name) {
