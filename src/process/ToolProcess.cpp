@@ -30,6 +30,7 @@ namespace {
 
 constexpr int ASK_AGAIN_MS = 5;
 constexpr int LAST_CLASSIC_SIGNAL = 31;
+constexpr std::uint64_t BYTES_PER_KIB = 1024;
 
 /// All that the child needs, made ready before it exists: it must not allocate.
 struct child_t {
@@ -122,6 +123,19 @@ int errorFrom(int errorPipe) {
   return file::readSome(errorPipe, reinterpret_cast<char *>(&error), sizeof error) > 0 ? error : 0;
 }
 
+bool isLackOfRoom(int error) {
+  return error == EAGAIN || error == ENOMEM || error == EMFILE || error == ENFILE;
+}
+
+std::chrono::microseconds durationOf(const timeval &time) {
+  return std::chrono::seconds(time.tv_sec) + std::chrono::microseconds(time.tv_usec);
+}
+
+// As waitid of the library, which leaves out the system's last argument.
+int waitFor(pid_t pid, siginfo_t &info, int options, rusage *usage) {
+  return static_cast<int>(::syscall(SYS_waitid, P_PID, pid, &info, options, usage));
+}
+
 } // namespace
 
 ToolProcess::~ToolProcess() {
@@ -130,7 +144,7 @@ ToolProcess::~ToolProcess() {
 }
 
 bool ToolProcess::start(const std::filesystem::path &program, const QStringList &arguments,
-                        int standardInput, int standardOutput) {
+                        int standardInput, int standardOutput, int standardError) {
   start_t how;
   how.program = program.native();
   how.words.reserve(static_cast<std::size_t>(arguments.size()) + 1);
@@ -139,6 +153,7 @@ bool ToolProcess::start(const std::filesystem::path &program, const QStringList 
     how.words.push_back(argument.toStdString());
   how.standardInput = standardInput;
   how.standardOutput = standardOutput;
+  how.standardError = standardError;
   return start(std::move(how));
 }
 
@@ -151,7 +166,8 @@ bool ToolProcess::start(start_t how) {
 
   errorOfRun = 0;
   file::pipe_t errors = file::makePipe();
-  if (!errors.readEnd.isOpen())
+  hadNoRoom = !errors.readEnd.isOpen();
+  if (hadNoRoom)
     return false;
   const bool leads = how.place == place_t::OWN_SESSION;
   slot = leads ? sessions::claim(owner) : nullptr;
@@ -167,6 +183,7 @@ bool ToolProcess::start(start_t how) {
                          ::getpid(),
                          slot};
   const pid_t started = startChild(child);
+  hadNoRoom = started < 0 && isLackOfRoom(errno);
   {
     const std::lock_guard lock(endMutex);
     pid = started;
@@ -183,9 +200,10 @@ bool ToolProcess::start(start_t how) {
   return true;
 }
 
-bool ToolProcess::waitForEnd(PipeReader *output, int limitMs) {
+bool ToolProcess::waitForEnd(const std::vector<PipeReader *> &outputs, int limitMs) {
   using std::chrono::steady_clock;
   const auto deadline = steady_clock::now() + std::chrono::milliseconds(limitMs);
+  std::vector<pollfd> watched(outputs.size() + 1);
   while (pid > 0) {
     const auto rest =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
@@ -194,11 +212,15 @@ bool ToolProcess::waitForEnd(PipeReader *output, int limitMs) {
     long waitMs = limitMs < 0 ? -1 : rest.count() + 1;
     if (!pidfd.isOpen())
       waitMs = ASK_AGAIN_MS;
-    pollfd watched[] = {{pidfd.get(), POLLIN, 0}, {output ? output->descriptor() : -1, POLLIN, 0}};
-    const int ready = ::poll(watched, 2, static_cast<int>(waitMs));
-    if (output && ready > 0 && watched[1].revents)
-      output->readSome();
-    if (!pidfd.isOpen() || (ready > 0 && watched[0].revents))
+    for (std::size_t i = 0; i < outputs.size(); ++i)
+      watched[i] = {outputs[i] ? outputs[i]->descriptor() : -1, POLLIN, 0};
+    watched.back() = {pidfd.get(), POLLIN, 0};
+    const int ready = ::poll(watched.data(), watched.size(), static_cast<int>(waitMs));
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+      if (ready > 0 && watched[i].revents)
+        outputs[i]->readSome();
+    }
+    if (!pidfd.isOpen() || (ready > 0 && watched.back().revents))
       reap(pidfd.isOpen());
   }
   return true;
@@ -221,14 +243,17 @@ void ToolProcess::reap(bool block) {
   const int when = WEXITED | (block ? 0 : WNOHANG);
   int result = 0;
   do
-    result = pid > 0 ? ::waitid(P_PID, static_cast<id_t>(pid), &info, when | WNOWAIT) : -1;
+    result = pid > 0 ? waitFor(pid, info, when | WNOWAIT, nullptr) : -1;
   while (pid > 0 && result != 0 && errno == EINTR);
   if (result == 0 && info.si_pid == 0)
     return; // it runs on
   // Any other failure means that somebody else has reaped it; nobody knows then how it ended.
   const std::lock_guard lock(endMutex);
+  rusage usage = {};
   if (pid > 0)
-    ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG);
+    waitFor(pid, info, WEXITED | WNOHANG, &usage);
+  used = {durationOf(usage.ru_utime), durationOf(usage.ru_stime),
+          static_cast<std::uint64_t>(usage.ru_maxrss) * BYTES_PER_KIB};
   const bool bySignal = info.si_code != CLD_EXITED;
   endedBy = info.si_pid != 0 && bySignal ? info.si_status : 0;
   status = info.si_pid != 0 && !bySignal ? info.si_status : 0;

@@ -6,6 +6,8 @@
 
 #include <QStringList>
 
+#include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <mutex>
 #include <string>
@@ -35,6 +37,15 @@ struct start_t {
   place_t place = place_t::OWN_SESSION;
 };
 
+/// What a tool that has ended took, with what it has started and waited for.
+struct usage_t {
+  std::chrono::microseconds user = {};   ///< processor time
+  std::chrono::microseconds system = {}; ///< processor time
+  /// The most resident memory of one process in bytes. The system counts from the moment before the
+  /// program is run, so it is never less than what this program had resident then.
+  std::uint64_t peakMemory = 0;
+};
+
 /// One run of an external tool, from its start to its end.
 ///
 /// The tool gets its arguments as they are (no shell) and the program's environment and working
@@ -59,19 +70,22 @@ public:
   /// everywhere.
   bool start(start_t how);
 
-  /// Starts `program` with `arguments` (in UTF-8) in a session of its own. What it writes on
-  /// standard error goes nowhere.
+  /// Starts `program` with `arguments` (in UTF-8) in a session of its own.
   bool start(const std::filesystem::path &program, const QStringList &arguments, int standardInput,
-             int standardOutput);
+             int standardOutput, int standardError = -1);
 
   /// Why the program could not be run by the last start, an errno value; 0 when it was run, and
   /// when there was not even a process to run it in.
   int runError() const { return errorOfRun; }
 
-  /// Waits until the tool has ended, and meanwhile keeps `output` (may be null) read, so that
-  /// nobody who writes into it is blocked. With a limit in milliseconds (negative: none) returns
+  /// Whether the last start failed because the system had no room for another process or no
+  /// descriptors for it, so that it may go well once others have ended.
+  bool lacksRoom() const { return hadNoRoom; }
+
+  /// Waits until the tool has ended, and meanwhile keeps `outputs` (each may be null) read, so that
+  /// nobody who writes into them is blocked. With a limit in milliseconds (negative: none) returns
   /// false when that time passes without the end. True at once when no tool runs.
-  bool waitForEnd(PipeReader *output = nullptr, int limitMs = -1);
+  bool waitForEnd(const std::vector<PipeReader *> &outputs = {}, int limitMs = -1);
 
   /// Kills the tool, if it runs, without waiting.
   void kill();
@@ -82,6 +96,9 @@ public:
 
   /// The exit status of a tool that ended by itself.
   int exitStatus() const { return status; }
+
+  /// What the tool took; zeros before its end, and where somebody else has reaped it.
+  usage_t usage() const { return used; }
 
   /// The session that the tool leads, 0 when it leads none or does not run. Any thread.
   pid_t session() const;
@@ -96,6 +113,8 @@ private:
   sessions::slot_t *slot = nullptr;
   bool leadsSession = false; // as pid
   int errorOfRun = 0;
+  bool hadNoRoom = false;
+  usage_t used;
   int endedBy = 0;
   int status = 0;
 };

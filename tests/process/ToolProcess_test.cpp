@@ -33,7 +33,7 @@ std::string outputOf(process::start_t how) {
   process::PipeReader reader(std::move(pipe.readEnd), [&](const char *bytes, std::size_t size) {
     output.append(bytes, size);
   });
-  tool.waitForEnd(&reader);
+  tool.waitForEnd({&reader});
   reader.readRest();
   return output;
 }
@@ -132,7 +132,7 @@ TEST(ToolProcess, EndsWithItsOwner) {
     ToolProcess tool;
     ASSERT_TRUE(tool.start("/bin/sleep", {"60"_s}, -1, -1));
     pid = tool.session();
-    EXPECT_FALSE(tool.waitForEnd(nullptr, 10)) << "still running";
+    EXPECT_FALSE(tool.waitForEnd({}, 10)) << "still running";
   }
   EXPECT_NE(::kill(pid, 0), 0) << "killed and reaped";
 }

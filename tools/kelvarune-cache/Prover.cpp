@@ -65,7 +65,7 @@ end_t runProver(const std::string &program, const std::vector<std::string> &word
     end.status = statusOfError(prover.runError());
     return end;
   }
-  prover.waitForEnd(&output);
+  prover.waitForEnd({&output});
   pollfd readable = {output.descriptor(), POLLIN, 0};
   while (output.descriptor() >= 0 && ::poll(&readable, 1, LINGER_MS) != 0)
     output.readSome();
