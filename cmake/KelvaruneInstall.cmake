@@ -20,6 +20,7 @@ set(libraries director report mechanism utils resource pos xml process file)
 # What other programs may include, by paths relative to src and then to include/kelvarune. Each of
 # them compiles alone, and after Qt's headers with Qt's keywords.
 set(public_headers
+    director/Observation.h
     director/ProofData.h
     director/ProofDirector.h
     director/StopOnSignals.h
@@ -31,6 +32,7 @@ set(public_headers
     pos/Faults.h
     pos/Goals.h
     pos/pos.h
+    process/Excerpt.h
     process/Guardian.h
     process/StartUp.h
     process/StopSignals.h

@@ -7,6 +7,8 @@
 #include "director/StatusRules.h"
 #include "xml/XmlFile.h"
 
+#include <map>
+
 using namespace kelvarune;
 
 using mechanism::trust_t;
@@ -73,23 +75,81 @@ bool ProofDirector::acceptRegistering() {
       const bool improvable = mayImprove(data.status, mechanism.trust);
       unprovedCount += data.status == pos::UNPROVED ? 1 : 0;
       data.element = mechanismElement(goal);
+      QStringList added;
       if (data.element.isNull()) {
         data.element = registerMechanism(goal);
         documentChanged = true;
         if (data.status == pos::UNKNOWN)
           goal.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+      } else if (parts->choice.addDrivers) {
+        added = addMissingDrivers(data.element);
       }
       if (improvable && statusOf(data.element) == pos::ATTR_VALUE_UNPROVED) {
         // Whatever the driver's own status is (wanted).
         for (const QDomElement &driver : xml::children(data.element, pos::TAG_DRIVER))
           data.drivers.append(driver.attribute(pos::ATTR_NAME));
         data.status = pos::UNPROVED;
+      } else if (improvable) {
+        offerBeyondRules(goal, added, {poData.size(), goals.size()}, data);
       }
       goals.push_back(std::move(data));
     }
     poData.emplace_back(tagOf(obligation), std::move(goals));
   }
   return true;
+}
+
+// Adds the drivers of the description that the element lacks, each before the next one of the
+// description that it has, and gives their names.
+QStringList ProofDirector::addMissingDrivers(QDomElement element) {
+  std::map<QString, QDomElement> present;
+  for (const QDomElement &driver : xml::children(element, pos::TAG_DRIVER))
+    present.insert({driver.attribute(pos::ATTR_NAME), driver});
+  QStringList added;
+  QDomElement next;
+  for (auto name = mechanism.driver_names.rbegin(); name != mechanism.driver_names.rend(); ++name) {
+    const auto found = present.find(*name);
+    if (found != present.end()) {
+      next = found->second;
+      continue;
+    }
+    QDomElement driver = posDocument.createElement(pos::TAG_DRIVER);
+    driver.setAttribute(pos::ATTR_NAME, *name);
+    driver.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+    if (next.isNull())
+      element.appendChild(driver);
+    else
+      element.insertBefore(driver, next);
+    next = driver;
+    present.insert({*name, driver});
+    added.prepend(*name);
+  }
+  documentChanged = documentChanged || !added.isEmpty();
+  return added;
+}
+
+// Offers an open goal on which the mechanism has given up, or which it has proved unreliably, to
+// drivers that are new, and on request to those that have said "Unknown". What the mechanism has
+// reached stays until one of them says more, see updateStatus.
+void ProofDirector::offerBeyondRules(QDomElement goal, const QStringList &added,
+                                     const address_t &address, po_data_t &data) {
+  const pos::status_t reached = pos::proofStatusOfAttrValue(statusOf(data.element));
+  if (reached != pos::UNKNOWN && reached != pos::UNRELIABLY_PROVED)
+    return;
+  for (const QDomElement &driver : xml::children(data.element, pos::TAG_DRIVER)) {
+    const QString name = driver.attribute(pos::ATTR_NAME);
+    const bool again = parts->choice.retry && statusOf(driver) == pos::ATTR_VALUE_UNKNOWN;
+    if (again || added.contains(name))
+      data.drivers.append(name);
+  }
+  if (data.drivers.isEmpty())
+    return;
+  data.status = reached;
+  parts->beyondRules.insert(address);
+  if (statusOf(goal) == pos::ATTR_VALUE_UNKNOWN) { // as when a mechanism is registered
+    goal.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+    documentChanged = true;
+  }
 }
 
 bool ProofDirector::reloadPosFile() {
@@ -143,8 +203,9 @@ void ProofDirector::updateStatus(const address_t &address, const QString &verdic
   else
     data.drivers.removeOne(currentDriver.name);
 
-  const mechanism_update_t update =
-      nextMechanismStatus(verdict, last, mechanism.trust, data.status);
+  mechanism_update_t update = nextMechanismStatus(verdict, last, mechanism.trust, data.status);
+  if (verdict == pos::ATTR_VALUE_UNKNOWN && parts->beyondRules.count(address) > 0)
+    update = {data.status, false};
   if (update.write)
     data.element.setAttribute(pos::ATTR_STATUS, pos::strOfProofStatus(update.status));
 

@@ -6,6 +6,8 @@
 #include "director/ProofDirector.h"
 #include "process/SignalMask.h"
 
+#include <algorithm>
+#include <system_error>
 #include <thread>
 
 using namespace kelvarune;
@@ -39,7 +41,7 @@ void ProofDirector::play() {
   parts->traces.line("Loading POS file completed.");
   parts->traces.line(changed ? "Registering mechanism in POS file."
                              : "Mechanism already registered in POS file.");
-  if (changed && !parts->tools.areClosed())
+  if (changed && parts->choice.record && !parts->tools.areClosed())
     savePosFile();
   playDrivers();
 }
@@ -58,7 +60,7 @@ void ProofDirector::playDrivers() {
                                               std::to_string(unprovedCount) + " unproved PO") +
                                    '\n');
     parts->traces.line("Playing ", i, "-th driver (", name, ")"); // a second time (wanted)
-    if (poFilter.isEmpty() && !hasWork()) {
+    if (!isDesignated() && !hasWork()) {
       parts->traces.line("Driver cannot improve proof status.");
       continue;
     }
@@ -76,6 +78,7 @@ void ProofDirector::playCurrentDriver() {
   produceProverData();
   parts->results.startPass();
   parts->progress.startPass(currentDriver.name, writerData.size());
+  parts->observers.startPass(writerData.size());
   parts->posFile.prepare(resultMutex);
   if (concurrency == 1)
     runEntries();
@@ -93,14 +96,26 @@ void ProofDirector::runEntries() {
   }
 }
 
+// Where the system has no room for so many threads the work is done by those there are.
 void ProofDirector::runWorkers() {
   nextIndex = 0;
   std::vector<std::thread> workers;
+  bool alone = false;
   {
     const process::AllSignalsBlocked blocked; // workers never run a handler of the program
-    for (std::uint32_t i = 0; i < concurrency; ++i)
-      workers.emplace_back([this] { writeAndProveJob(); });
+    const std::size_t wanted = std::min<std::size_t>(concurrency, writerData.size());
+    for (std::size_t i = 0; i < wanted && !alone; ++i) {
+      parts->crew.join();
+      try {
+        workers.emplace_back([this] { writeAndProveJob(); });
+      } catch (const std::system_error &) {
+        alone = !parts->crew.takeBack();
+        break;
+      }
+    }
   }
+  if (alone)
+    writeAndProveJob();
   for (std::thread &worker : workers)
     worker.join();
 }

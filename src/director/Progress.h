@@ -20,6 +20,12 @@ public:
     ++(counts.*counter);
   }
 
+  /// Takes one count back: what was counted will be done again.
+  void takeBack(unsigned long kelvarune::progress_t::*counter) {
+    const std::lock_guard lock(mutex);
+    --(counts.*counter);
+  }
+
   /// Nothing in the snapshot is shared with this object.
   kelvarune::progress_t now() const {
     const std::lock_guard lock(mutex);

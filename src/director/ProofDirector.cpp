@@ -8,6 +8,7 @@
 #include "director/DirectorParts.h"
 
 #include <chrono>
+#include <utility>
 
 using namespace kelvarune;
 
@@ -27,7 +28,7 @@ ProofDirector::ProofDirector(const std::string &componentName, const std::string
       pos(QString::fromStdString(posPath)), pog(QString::fromStdString(pogPath)),
       dir(QString::fromStdString(directory)), xml(xmlOutput), concurrency(jobs), trace(traceLevel),
       markedDriversOnly(markedOnly), installDirs(directories), component(componentName),
-      parts(std::make_unique<director_parts_t>(pos, xml, trace)) {
+      parts(std::make_unique<director_parts_t>(pos, xml, trace, jobs)) {
   loaded = mechanism::ofFile(QString::fromStdString(mechanismFile), mechanism, installDirs);
   parts->traces.line("Created a ProofDirector for ", component, " from ", mechanismFile,
                      "\nxml: ", xml, " concurrency: ", concurrency, " loaded: ", loaded,
@@ -36,6 +37,26 @@ ProofDirector::ProofDirector(const std::string &componentName, const std::string
 
 ProofDirector::~ProofDirector() {
   parts->traces.line("Destroyed ProofDirector for component ", component);
+}
+
+void ProofDirector::choose(const play_choice_t &choice) {
+  parts->choice = choice;
+  if (!choice.record)
+    parts->posFile.leaveAsItIs();
+  if (choice.keepSecondaryFiles)
+    parts->secondaryFiles.keep();
+}
+
+void ProofDirector::setObserver(observer_t observer, watch_t watch) {
+  parts->observers.set(std::move(observer), watch);
+}
+
+unsigned int ProofDirector::leastConcurrency() const {
+  return parts->crew.leastWorkers();
+}
+
+bool ProofDirector::isDesignated() const {
+  return !poFilter.isEmpty() || (!parts->choice.goals.empty() && !parts->choice.record);
 }
 
 QStringList ProofDirector::errorMessages() const {

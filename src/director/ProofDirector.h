@@ -1,18 +1,28 @@
 #ifndef KELVARUNE_DIRECTOR_PROOFDIRECTOR_H
 #define KELVARUNE_DIRECTOR_PROOFDIRECTOR_H
 
+#include "director/Observation.h"
 #include "director/ProofData.h"
 #include "mechanism/Mechanism.h"
 
 #include <QDomDocument>
 #include <QObject>
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <set>
+
+namespace kelvarune::file {
+class Descriptor;
+struct pipe_t;
+} // namespace kelvarune::file
 
 class LineCursor;
 class ReaderOutput;
+class RunningTool;
+class ToolWatch;
 struct director_parts_t;
 
 /// Replays one proof mechanism over one component.
@@ -50,6 +60,18 @@ public:
   ~ProofDirector() override;
   ProofDirector(const ProofDirector &) = delete;
   ProofDirector &operator=(const ProofDirector &) = delete;
+
+  /// What to do beyond the rules above. Before the load; by the owner.
+  void choose(const kelvarune::play_choice_t &choice);
+
+  /// From now on `observer` gets a record of each entry that ends, but for those that a stop cuts
+  /// short. Without an observer nothing is measured. Before the load; by the owner.
+  void setObserver(kelvarune::observer_t observer,
+                   kelvarune::watch_t watch = kelvarune::watch_t::TOOLS);
+
+  /// With how many workers the play went on at least: fewer than were asked for when the system has
+  /// no more threads or processes. Any thread.
+  unsigned int leastConcurrency() const;
 
   /// Whether the mechanism description was read and all its tools were found.
   bool isLoaded() const { return loaded; }
@@ -150,8 +172,18 @@ private:
   enum class job_t { WRITING, PROVING };
   bool claimEntry(job_t first, unsigned long &index);
   void traceProving(unsigned long index) const;
-  bool runChain(const prover_data_t &entry, ReaderOutput &output);
+  bool runEntry(unsigned long index);
+  bool startTool(ToolWatch &watch, RunningTool &tool, const std::filesystem::path &program,
+                 const QStringList &arguments, int standardInput, int standardOutput) const;
+  bool waitForRoom(std::chrono::steady_clock::time_point since) const;
+  kelvarune::file::pipe_t makePipe() const;
+  kelvarune::file::Descriptor openInput(const QString &path) const;
+  kelvarune::entry_record_t *describeEntry(unsigned long index) const;
+  bool runChain(const prover_data_t &entry, ReaderOutput &output,
+                kelvarune::entry_record_t *record);
   void addCrash(const std::string &line, const QString &message);
+  void conclude(const prover_data_t &entry, const ReaderOutput &output);
+  void addOutcome(kelvarune::entry_record_t &record, bool ended, const ReaderOutput &output) const;
   bool publish(const prover_data_t &entry, const ReaderOutput &output);
   std::string publishVerdict(const kelvarune::address_t &address, const QString &verdict,
                              LineCursor &lines); // expects resultMutex held
@@ -159,6 +191,11 @@ private:
   // Document.cpp
   bool acceptRegistering();
   bool acceptRegistered();
+  bool isDesignated() const;
+  std::set<kelvarune::address_t> chosenGoals() const;
+  QStringList addMissingDrivers(QDomElement element);
+  void offerBeyondRules(QDomElement goal, const QStringList &added,
+                        const kelvarune::address_t &address, po_data_t &data);
   QDomElement mechanismElement(const QDomElement &goal) const;
   QDomElement registerMechanism(const QDomElement &goal);
 

@@ -8,9 +8,12 @@
 #include "director/DirectorParts.h"
 #include "director/ProofDirector.h"
 #include "director/ReaderOutput.h"
+#include "director/ToolWatch.h"
 #include "process/PipeReader.h"
+#include "process/Relay.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 
 #include <fcntl.h>
@@ -23,6 +26,7 @@ using mechanism::input_t;
 
 namespace {
 
+constexpr std::size_t KEPT_OF_OUTPUT = 4096;
 constexpr std::size_t READ_WITHOUT_READER = std::size_t(1) << 20;
 constexpr int FIRST_LOOK_MS = 1000;
 constexpr int RAREST_LOOK_MS = 60000;
@@ -38,13 +42,9 @@ std::optional<QString> verdictOf(std::string_view line) {
   return std::nullopt;
 }
 
-// A secondary file for a prover's standard input. Nobody waits here for the writer of a FIFO.
-file::Descriptor openInput(const QString &path) {
-  file::Descriptor input(
+file::Descriptor openWithoutWaiting(const QString &path) {
+  return file::Descriptor(
       ::open(path.toUtf8().constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-  if (input.isOpen())
-    ::fcntl(input.get(), F_SETFL, 0);
-  return input;
 }
 
 ino_t inodeOf(const file::Descriptor &descriptor) {
@@ -54,11 +54,11 @@ ino_t inodeOf(const file::Descriptor &descriptor) {
 
 // The prover has ended, so the reader gets the end of file and ends too, unless something that the
 // prover started holds their pipe open; that is ended when the reader takes suspiciously long.
-void awaitReader(process::ToolProcess &reader, process::PipeReader &results, ino_t chainPipe) {
-  for (int limitMs = FIRST_LOOK_MS; !reader.waitForEnd(&results, limitMs);
+void awaitReader(process::ToolProcess &reader, const std::vector<process::PipeReader *> &outputs,
+                 ino_t chainPipe) {
+  for (int limitMs = FIRST_LOOK_MS; !reader.waitForEnd(outputs, limitMs);
        limitMs = std::min(2 * limitMs, RAREST_LOOK_MS))
     process::sessions::endPipeWriters(chainPipe);
-  results.readRest();
 }
 
 } // namespace
@@ -68,12 +68,22 @@ void ProofDirector::proveEntry(const unsigned long &index) {
   if (parts->tools.areClosed())
     return;
   ReaderOutput output;
-  const bool ended = runChain(entry, output);
+  entry_record_t *const record = describeEntry(index);
+  const bool ended = runChain(entry, output, record);
   parts->progress.count(&progress_t::finished);
-  if (!ended || parts->tools.areClosed())
+  if (parts->tools.areClosed())
     return;
+  if (record)
+    addOutcome(*record, ended, output);
+  if (ended)
+    conclude(entry, output);
+  parts->observers.conclude(index);
+}
+
+// Records what the reader said, if it is one line for each goal.
+void ProofDirector::conclude(const prover_data_t &entry, const ReaderOutput &output) {
   parts->traces.line("processing command output ", output.text());
-  if (poFilter.isEmpty() && output.lineCount() != entry.addresses.size()) {
+  if (!isDesignated() && output.lineCount() != entry.addresses.size()) {
     addError("Unexpected number of results. Expected: " + std::to_string(entry.addresses.size()) +
                  " Found: " + std::to_string(output.lineCount()),
              tr("Unexpected number of results from driver %1 reader.").arg(currentDriver.name));
@@ -81,50 +91,114 @@ void ProofDirector::proveEntry(const unsigned long &index) {
   }
   const bool changed = publish(entry, output);
   parts->results.print();
-  if (changed) {
+  if (changed && parts->choice.record) {
     parts->traces.line("Saving new DOM in POS file ", pos.toStdString());
     savePosFile();
   }
 }
 
-bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output) {
-  file::pipe_t chain = file::makePipe();
-  file::pipe_t results = file::makePipe();
+entry_record_t *ProofDirector::describeEntry(unsigned long index) const {
+  entry_record_t *const record = parts->observers.record(index);
+  if (!record || !record->driver.isNull())
+    return record;
+  record->mechanism = QString::fromStdString(mechanism.name);
+  record->driver = currentDriver.name;
+  record->input = currentDriver.prover.input;
+  record->secondaryFile = proverData.at(index).inpath;
+  record->addresses = proverData.at(index).addresses;
+  for (const address_t &address : record->addresses)
+    record->goals.push_back({QString::fromStdString(poData.at(address.first).first),
+                             static_cast<int>(address.second) + 1});
+  return record;
+}
+
+void ProofDirector::addOutcome(entry_record_t &record, bool ended,
+                               const ReaderOutput &output) const {
+  record.resultCount = output.lineCount();
+  if (!ended)
+    record.loss = loss_t::CRASH;
+  else if (!isDesignated() && output.lineCount() != record.addresses.size())
+    record.loss = loss_t::RESULT_COUNT;
+  if (record.loss != loss_t::NONE)
+    return;
+  LineCursor lines(output.text());
+  for (std::size_t i = 0; i < record.addresses.size(); ++i)
+    record.verdicts << verdictOf(lines.next()).value_or(QString());
+}
+
+// A secondary file for a prover's standard input. Nobody waits here for the writer of a FIFO.
+file::Descriptor ProofDirector::openInput(const QString &path) const {
+  const auto since = std::chrono::steady_clock::now();
+  file::Descriptor input = openWithoutWaiting(path);
+  while (!input.isOpen() && (errno == EMFILE || errno == ENFILE) && waitForRoom(since))
+    input = openWithoutWaiting(path);
+  if (input.isOpen())
+    ::fcntl(input.get(), F_SETFL, 0);
+  return input;
+}
+
+bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output,
+                             entry_record_t *record) {
+  file::pipe_t chain = makePipe();
+  file::pipe_t results = makePipe();
   const ino_t chainPipe = inodeOf(chain.readEnd);
   parts->traces.line("Issuing proving command ", entry.cmdp.native(), " ",
                      entry.argsp.join(QLatin1Char(' ')).toStdString(), "\n and reading command ",
                      entry.cmdr.native(), " ", entry.argsr.join(QLatin1Char(' ')).toStdString());
 
   const bool fromFile = currentDriver.prover.input == input_t::STDIN;
-  file::pipe_t silence = fromFile ? file::pipe_t() : file::makePipe(); // stays open and empty
+  file::pipe_t silence = fromFile ? file::pipe_t() : makePipe(); // stays open and empty
   const file::Descriptor input = fromFile ? openInput(entry.inpath) : std::move(silence.readEnd);
 
   RunningTool prover(parts->tools, RunningTool::kind_t::KILLED_BY_STOP);
   RunningTool reader(parts->tools, RunningTool::kind_t::KILLED_BY_STOP);
+  ToolWatch proverWatch(record ? &record->prover : nullptr);
+  ToolWatch readerWatch(record ? &record->reader : nullptr);
   if (input.isOpen())
-    prover.start(entry.cmdp, entry.argsp, input.get(), chain.writeEnd.get());
+    startTool(proverWatch, prover, entry.cmdp, entry.argsp, input.get(), chain.writeEnd.get());
   chain.writeEnd.reset();
-  const auto takeResults = [&](const char *bytes, std::size_t size) { output.append(bytes, size); };
-  const auto takeNothing = [](const char *, std::size_t) {};
-  const bool reading =
-      reader.start(entry.cmdr, entry.argsr, chain.readEnd.get(), results.writeEnd.get());
+
+  std::optional<process::Relay> relay;
+  const auto takeInput = [record](const char *bytes, std::size_t size) {
+    if (record)
+      record->proverOutput.append(bytes, size);
+  };
+  if (record && parts->observers.wantProverOutput()) {
+    record->proverOutput = process::Excerpt(KEPT_OF_OUTPUT, KEPT_OF_OUTPUT);
+    file::pipe_t second = makePipe();
+    relay.emplace(std::move(chain.readEnd), std::move(second.writeEnd), takeInput);
+    chain.readEnd = std::move(second.readEnd);
+  }
+  const auto takeResults = [&output, record](const char *bytes, std::size_t size) {
+    output.append(bytes, size);
+    if (record)
+      record->readerOutput.append(bytes, size);
+  };
+  if (record)
+    record->readerOutput = process::Excerpt(KEPT_OF_OUTPUT, KEPT_OF_OUTPUT);
+  const bool reading = startTool(readerWatch, reader, entry.cmdr, entry.argsr, chain.readEnd.get(),
+                                 results.writeEnd.get());
   results.writeEnd.reset();
 
   // Without a reader its part is taken here for a while, so that a prover does not die of a broken
   // pipe for what it usually writes, but one that writes without end does.
+  const auto takeNothing = [](const char *, std::size_t) {};
   process::PipeReader pipe =
       reading ? process::PipeReader(std::move(results.readEnd), takeResults)
               : process::PipeReader(std::move(chain.readEnd), takeNothing, READ_WITHOUT_READER);
   chain.readEnd.reset();
 
-  prover->waitForEnd(&pipe);
+  prover->waitForEnd({&pipe, proverWatch.errors(), readerWatch.errors()});
   prover.unregister();
+  proverWatch.end(*prover);
   if (prover->crashed()) {
     addCrash("Driver prover crashed.", tr("Driver %1 prover crashed."));
     return false;
   }
-  awaitReader(*reader, pipe, chainPipe);
+  awaitReader(*reader, {&pipe, readerWatch.errors()}, chainPipe);
+  pipe.readRest();
   reader.unregister();
+  readerWatch.end(*reader);
   if (reader->crashed())
     addCrash("Driver reader crashed.", tr("Driver %1 reader crashed."));
   return !reader->crashed();
@@ -165,12 +239,12 @@ std::string ProofDirector::publishVerdict(const address_t &address, const QStrin
   std::string update = parts->traces.text(
       "updating proof status of proof obligation ", address.first, ",", address.second, " to ",
       verdict.toStdString(), " for driver ", currentDriver.name.toStdString());
-  if (poFilter.isEmpty())
+  if (!isDesignated())
     updateStatus(address, verdict);
   if (verdict == pos::ATTR_VALUE_PROVED)
     parts->progress.count(&progress_t::proved);
   parts->results.addMark(poData.at(address.first).second.at(address.second).status);
-  if (!poFilter.isEmpty())
+  if (isDesignated())
     parts->results.addModel(lines);
   return update;
 }
@@ -183,10 +257,26 @@ void ProofDirector::proveJob() {
 
 void ProofDirector::writeAndProveJob() {
   unsigned long index = 0;
-  while (claimEntry(job_t::WRITING, index)) {
-    writeEntry(index);
-    traceProving(index);
-    proveEntry(index);
+  while (claimEntry(job_t::WRITING, index) || parts->crew.takeOver(index)) {
+    if (!runEntry(index))
+      return;
+  }
+}
+
+// False when the worker has left and given the entry back.
+bool ProofDirector::runEntry(unsigned long index) {
+  while (true) {
+    try {
+      writeEntry(index);
+      traceProving(index);
+      proveEntry(index);
+      return true;
+    } catch (const no_room_t &) {
+      parts->observers.drop(index);
+      parts->progress.takeBack(&progress_t::started);
+      if (parts->crew.leave(index))
+        return false;
+    }
   }
 }
 

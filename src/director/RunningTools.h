@@ -60,9 +60,10 @@ public:
 
   /// As ToolProcess::start; false also after a stop.
   bool start(const std::filesystem::path &program, const QStringList &arguments, int standardInput,
-             int standardOutput) {
+             int standardOutput, int standardError = -1) {
     const std::shared_lock gate(tools.gate);
-    return !tools.closed && process.start(program, arguments, standardInput, standardOutput);
+    return !tools.closed &&
+           process.start(program, arguments, standardInput, standardOutput, standardError);
   }
 
   /// Takes the tool out of the reach of a stop: it has ended.

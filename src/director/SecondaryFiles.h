@@ -3,6 +3,7 @@
 
 #include "director/ProofData.h"
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -20,14 +21,20 @@ public:
       paths.push_back(entry.po2filename.toStdString());
   }
 
+  /// From now on none is removed.
+  void keep() { kept = true; }
+
   /// Removes those that exist.
   void remove() const {
     const std::lock_guard lock(mutex);
+    if (kept)
+      return;
     for (const std::string &path : paths)
       ::unlink(path.c_str());
   }
 
 private:
+  std::atomic<bool> kept = false;
   mutable std::mutex mutex;
   std::vector<std::string> paths; // guarded by mutex
 };

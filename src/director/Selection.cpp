@@ -9,6 +9,8 @@
 #include <QDir>
 
 #include <algorithm>
+#include <map>
+#include <set>
 
 using namespace kelvarune;
 
@@ -48,14 +50,33 @@ void ProofDirector::selectForDriver(selection_t &selection) const {
     }
     return;
   }
+  const std::set<address_t> chosen = chosenGoals();
+  const bool all = parts->choice.goals.empty();
   for (std::size_t i = 0; i < poData.size(); ++i) {
     const std::vector<po_data_t> &goals = poData[i].second;
     selection.emplace_back();
     for (std::size_t j = 0; j < goals.size(); ++j) {
-      if (goals[j].drivers.contains(currentDriver.name))
+      const bool isWanted = isDesignated() || goals[j].drivers.contains(currentDriver.name);
+      if (isWanted && (all || chosen.count({i, j}) > 0))
         selection.back().emplace_back(i, j);
     }
   }
+}
+
+// A name means the first goal that has it.
+std::set<address_t> ProofDirector::chosenGoals() const {
+  std::map<std::pair<std::string, std::size_t>, address_t> byName;
+  for (std::size_t i = 0; i < poData.size() && !parts->choice.goals.empty(); ++i) {
+    for (std::size_t j = 0; j < poData[i].second.size(); ++j)
+      byName.insert({{poData[i].first, j + 1}, {i, j}});
+  }
+  std::set<address_t> chosen;
+  for (const pos::goal_name_t &name : parts->choice.goals) {
+    const auto found = byName.find({name.tag.toStdString(), static_cast<std::size_t>(name.number)});
+    if (found != byName.end())
+      chosen.insert(found->second);
+  }
+  return chosen;
 }
 
 void ProofDirector::produceWriterData(const QString &directory, const QString &pogPath,
@@ -73,13 +94,15 @@ void ProofDirector::produceWriterData(const QString &directory, const QString &p
     entry.positions = bundle.addresses;
     entry.args = bundle.arguments;
     entry.args << "-i"_s << pogPath << "-o"_s << entry.po2filename;
-    if (!poFilter.isEmpty())
+    if (isDesignated())
       entry.args << "-m"_s;
     addParametersBits(entry.args, currentDriver.writer);
     writerData.push_back(std::move(entry));
   };
 
-  if (currentDriver.group == group_t::NONE) {
+  const bool eachAlone = !parts->choice.goals.empty();
+  const group_t group = eachAlone ? group_t::NONE : currentDriver.group;
+  if (group == group_t::NONE) {
     for (const std::vector<address_t> &addresses : selection) {
       for (const address_t &address : addresses) {
         bundle_t bundle = {{address}, {}, fileName({address.first, address.second})};
@@ -87,7 +110,7 @@ void ProofDirector::produceWriterData(const QString &directory, const QString &p
         addEntry(bundle);
       }
     }
-  } else if (currentDriver.group == group_t::RELATED) {
+  } else if (group == group_t::RELATED) {
     for (std::size_t k = 0; k < selection.size(); ++k) {
       bundle_t bundle = {selection[k], {}, fileName({k})};
       // The place in the selection, not the address's own first member (wanted); they only differ
@@ -97,7 +120,7 @@ void ProofDirector::produceWriterData(const QString &directory, const QString &p
       if (!selection[k].empty())
         addEntry(bundle);
     }
-  } else if (currentDriver.group == group_t::FULL) {
+  } else if (group == group_t::FULL) {
     bundle_t bundle = {{}, {}, fileName({})};
     for (const std::vector<address_t> &addresses : selection) {
       for (const address_t &address : addresses) {

@@ -61,7 +61,8 @@ PosFile::PosFile(QString filePath) : path(std::move(filePath)), replacer(path.to
 bool PosFile::load(QDomDocument &document, const std::function<bool()> &accept) {
   if (loading.exchange(true))
     return false;
-  replacer.begin();
+  if (!readOnly)
+    replacer.begin();
   const xml::read_result_t result = xml::readDocument(path, document);
   wellFormed = result.wellFormed;
   bytes = GoalBytes(document);
@@ -74,7 +75,7 @@ bool PosFile::load(QDomDocument &document, const std::function<bool()> &accept) 
 
 void PosFile::prepare(std::mutex &documentMutex) {
   const std::lock_guard lock(documentMutex);
-  if (state == state_t::LOADED)
+  if (state == state_t::LOADED && !readOnly)
     bytes.prepare();
 }
 
@@ -84,6 +85,8 @@ bool PosFile::saveUpTo(quint64 ticket, std::mutex &documentMutex) {
     return true; // the write of another thread held it
   if (ended || state != state_t::LOADED)
     return false;
+  if (readOnly)
+    return true;
   documentMutex.lock();
   return save(documentMutex);
 }
@@ -93,6 +96,8 @@ bool PosFile::saveBefore(std::chrono::steady_clock::time_point deadline,
   if (state != state_t::LOADED || !lockBefore(writeMutex, deadline))
     return false;
   const std::lock_guard writing(writeMutex, std::adopt_lock);
+  if (readOnly)
+    return true;
   if (!std::exchange(ended, true)) {
     endedWell = lockBefore(documentMutex, deadline) && save(documentMutex);
     replacer.removeSpare(); // the program is likely to end without destroying anything

@@ -40,6 +40,9 @@ public:
   /// gives false and does nothing.
   bool load(QDomDocument &document, const std::function<bool()> &accept);
 
+  /// From now on nothing is written and every save is one that went well. Before the load.
+  void leaveAsItIs() { readOnly = true; }
+
   /// Whether a load has been tried.
   bool hasBeenLoaded() const { return loading; }
 
@@ -83,6 +86,7 @@ private:
   const QString path;
   std::atomic<state_t> state = state_t::NOT_LOADED;
   std::atomic<bool> loading = false; // stays true
+  bool readOnly = false;
   bool wellFormed = true;
   GoalBytes bytes; // guarded by the document's mutex
   std::atomic<quint64> issued = 0;
