@@ -104,6 +104,9 @@ std::vector<fault_t> readFaults(const QString &path, use_t use, QDomDocument &do
     return {{fault_kind_t::UNREADABLE}};
   if (!read.wellFormed)
     return {{fault_kind_t::MALFORMED, read.line, read.column, read.message}};
+  const QDomElement root = document.documentElement();
+  if (root.tagName() != TAG_PROOF_OBLIGATIONS)
+    return {{fault_kind_t::NO_STATUSES, root.lineNumber(), root.columnNumber(), root.tagName()}};
   return faultsOf(document, use);
 }
 

@@ -22,11 +22,12 @@ enum class use_t {
 };
 
 enum class fault_kind_t {
-  UNREADABLE, ///< the file; when it nests too deeply the reader has said so on standard error
-  MALFORMED,  ///< the file: `text` is the XML library's complaint
-  MISSING,    ///< an element lacks the attribute that must have a status
-  UNKNOWN,    ///< `text` in an attribute stands for no status there
-  UNFOUNDED   ///< a goal's status `text` is not `expected`, which follows from its parts
+  UNREADABLE,  ///< the file; when it nests too deeply the reader has said so on standard error
+  MALFORMED,   ///< the file: `text` is the XML library's complaint
+  NO_STATUSES, ///< the file is another document: its root element is a `text`
+  MISSING,     ///< an element lacks the attribute that must have a status
+  UNKNOWN,     ///< `text` in an attribute stands for no status there
+  UNFOUNDED    ///< a goal's status `text` is not `expected`, which follows from its parts
 };
 
 /// The element that a fault is in.
@@ -51,8 +52,12 @@ struct fault_t {
 /// raise no error in this use. Lines and columns are known of documents that were read from text.
 std::vector<fault_t> faultsOf(const QDomDocument &document, use_t use);
 
-/// Reads the POS file at `path` into `document` and gives its faults. One that cannot be read or is
-/// not well-formed has no other; the document is then not to be used.
+/// Reads the POS file at `path` into `document` and gives its faults. One that cannot be read, is
+/// not well-formed or has another root element than TAG_PROOF_OBLIGATIONS has no other; the
+/// document is then not to be used.
+///
+/// What reads statuses elsewhere takes any root element, and finds no goals in another document.
+/// Whoever named a wrong file would take that for an empty component.
 std::vector<fault_t> readFaults(const QString &path, use_t use, QDomDocument &document);
 
 } // namespace pos

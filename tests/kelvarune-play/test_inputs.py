@@ -84,11 +84,13 @@ CUT_OFF = "2:1: not well-formed XML (unexpected end of file)"
 @rows("name, content, lines", {
     "POS cut off": ("comp.pos", "<Proof_Obligations>\n", [
         f"{CUT_OFF}; restore the file, perhaps from comp.pos~."]),
-    "statuses": ("comp.pos", """<r><Proof_Obligation><Tag>T0</Tag><Simple_Goal/>
+    "statuses": ("comp.pos", """<Proof_Obligations><Proof_Obligation><Tag>T0</Tag><Simple_Goal/>
 <Simple_Goal status="a">
-<Mechanism name="m" status="b"/></Simple_Goal></Proof_Obligation></r>""", [
+<Mechanism name="m" status="b"/></Simple_Goal></Proof_Obligation></Proof_Obligations>""", [
         "2:24: unknown status 'a' in goal 2 of obligation T0; correct it.",
         "3:31: unknown status 'b' in goal 2 of obligation T0; correct it."]),
+    "no POS": ("comp.pos", "<mechanism/>", [
+        "1:11: no status file, its root element is mechanism; --pos names the status file."]),
     "mechanism cut off": ("m.xml", "<mechanism>\n", [f"{CUT_OFF}; correct it."]),
     "words": ("m.xml", '<mechanism trust="often">\n<driver name="d" group="all">'
               + TOOLS.format("") + "</driver></mechanism>", [

@@ -131,13 +131,13 @@ def test_goals_that_hang_on_one_driver(case, parts, state, count):
 
 
 def test_check_lists_every_violation_with_its_place(case):
-    case.write("comp.pos", """<r><Proof_Obligation><Tag>t</Tag>
+    case.write("comp.pos", """<Proof_Obligations><Proof_Obligation><Tag>t</Tag>
   <Simple_Goal status="Proved"><Proof_State proofState="Proved(0)"/></Simple_Goal>
   <Simple_Goal status="Proved"><Proof_State proofState="Proved"/></Simple_Goal>
 </Proof_Obligation><Proof_Obligation><Tag>u</Tag>
   <Simple_Goal><iapa><status value="Maybe"/></iapa><Mechanism name="m"/></Simple_Goal>
   <Simple_Goal status="proved"><Mechanism name="m" status="Proved(1)">
-    <Driver name="d" status=""/></Mechanism></Simple_Goal></Proof_Obligation></r>""")
+    <Driver name="d" status=""/></Mechanism></Simple_Goal></Proof_Obligation></Proof_Obligations>""")
     case.run("check", "comp.pos", status=1, out="""\
 comp.pos:3:31: t.2: the goal has status "Proved", from its parts follows "Unproved"
 comp.pos:5:43: u.1: iapa has the unknown value "Maybe"
@@ -178,6 +178,7 @@ def test_remove(comp):
 
 @rows("content, line", {
     "not well-formed": ("<r>\n  <a></b></r>", "comp.pos:2:9: not well-formed: tag mismatch; "),
+    "another document": ("<pog/>", "comp.pos:1:5: no status file: its root element is pog, not "),
     "unknown": (ET.tostring(obligations(po("t", goal(), goal(mech("m", "Huh", d="What"))))),
                 'goal t.2: mechanism "m" has the unknown status "Huh" (and 1 place more); ')})
 def test_refuses_what_it_does_not_understand(case, content, line):
@@ -238,8 +239,9 @@ def test_what_is_refused(comp, args, line):
 
 
 def test_control_characters_of_a_file_do_not_reach_a_terminal(case):
-    case.write("comp.pos", "<r><Proof_Obligation><Tag>a&#27;[2Jb\nc</Tag><Simple_Goal/>"
-                           "</Proof_Obligation></r>")
+    case.pos(po("a&#27;[2Jb\nc", goal()))
+    comp = case.path("comp.pos")
+    comp.write_text(comp.read_text().replace("&amp;", "&"))
     case.run("goals", "comp.pos", out="a\ufffd[2Jb\ufffdc.1  Unproved\n")
 
 
@@ -261,7 +263,8 @@ def test_output_that_nobody_takes(case):
 def test_a_large_file(case):
     """Work that grows faster than the file does not come to its end within the processor time."""
     thousand = ET.tostring(large(1000)).decode()[len("<Proof_Obligations>"):]
-    case.write("comp.pos", "<r>" + 30 * thousand.replace("</Proof_Obligations>", "") + "</r>")
+    case.write("comp.pos", "<Proof_Obligations>" + 30 * thousand.replace("</Proof_Obligations>", "")
+               + "</Proof_Obligations>")
     for args in (["list"], ["goals", "--json"], ["check"], ["report", "--html"],
                  ["report", "--junit"], ["remove", "smt"], ["unprove"]):
         case.run(*args, "comp.pos", limit_s=20 * LIMIT_S,

@@ -50,6 +50,9 @@ QString textOf(const pos::fault_t &fault, const QString &file) {
   if (fault.kind == pos::fault_kind_t::MALFORMED)
     return placed(file, fault.line, fault.column) +
            "not well-formed XML (%1); restore the file, perhaps from %2~."_s.arg(fault.text, file);
+  if (fault.kind == pos::fault_kind_t::NO_STATUSES)
+    return placed(file, fault.line, fault.column) +
+           "no status file, its root element is %1; --pos names the status file."_s.arg(fault.text);
   return placed(file, fault.line, fault.column) +
          "unknown status '%1' in goal %2 of obligation %3; correct it."_s.arg(
              fault.text, QString::number(fault.place.number), fault.place.tag);

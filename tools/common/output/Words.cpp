@@ -59,6 +59,9 @@ QString proofsOf(const goal_t &goal) {
 
 QString textOf(const pos::fault_t &fault) {
   switch (fault.kind) {
+  case pos::fault_kind_t::NO_STATUSES:
+    return "no status file: its root element is "_s + shown(fault.text) + ", not "_s +
+           pos::TAG_PROOF_OBLIGATIONS;
   case pos::fault_kind_t::MISSING:
     return elementOf(fault) + " has no "_s + fault.attribute;
   case pos::fault_kind_t::UNFOUNDED:

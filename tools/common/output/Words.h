@@ -21,7 +21,7 @@ QString namesOf(const std::vector<driver_name_t> &drivers, const QString &separa
 /// parentheses.
 QString proofsOf(const goal_t &goal);
 
-/// What is wrong with which element of a goal: one sentence without its end.
+/// What is wrong with which element of a goal, or with the document: one sentence without its end.
 QString textOf(const pos::fault_t &fault);
 
 #endif

@@ -39,6 +39,10 @@ void refuse(const QString &path, const std::vector<pos::fault_t> &faults) {
     complain(place + "not well-formed: "_s + first.text + "; correct it or restore a saved copy"_s);
     return;
   }
+  if (first.kind == pos::fault_kind_t::NO_STATUSES) {
+    complain(place + textOf(first) + ", give the path of a POS file"_s);
+    return;
+  }
   const int others = static_cast<int>(faults.size()) - 1;
   const QString more = others == 0 ? QString() : " (and %1 more)"_s.arg(counted(others, "place"));
   complain(place + "goal "_s + textOf(first.place) + ": "_s + textOf(first) + more +
@@ -46,8 +50,12 @@ void refuse(const QString &path, const std::vector<pos::fault_t> &faults) {
 }
 
 bool isUnusable(const std::vector<pos::fault_t> &faults) {
-  return !faults.empty() && (faults.front().kind == pos::fault_kind_t::UNREADABLE ||
-                             faults.front().kind == pos::fault_kind_t::MALFORMED);
+  using pos::fault_kind_t;
+  const auto isOfFile = [](fault_kind_t kind) {
+    return kind == fault_kind_t::UNREADABLE || kind == fault_kind_t::MALFORMED ||
+           kind == fault_kind_t::NO_STATUSES;
+  };
+  return !faults.empty() && isOfFile(faults.front().kind);
 }
 
 bool readSound(const QString &path, pos::use_t use, QDomDocument &document) {
