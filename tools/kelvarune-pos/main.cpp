@@ -43,6 +43,7 @@ int main(int argc, char **argv) {
   QCoreApplication::setApplicationName("kelvarune-pos"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 
+  using commandline::parse_t;
   options_t options;
   switch (parseOptions(arguments, options)) {
   case parse_t::DONE:

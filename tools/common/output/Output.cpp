@@ -20,10 +20,20 @@ using namespace kelvarune;
 
 namespace {
 
+colour_t &colourSetting() {
+  static colour_t setting = colour_t::AUTO;
+  return setting;
+}
+
+bool isColourTerminal() {
+  static const bool is = ::isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR") &&
+                         qgetenv("TERM") != "dumb";
+  return is;
+}
+
 bool useColours() {
-  static const bool use = ::isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR") &&
-                          qgetenv("TERM") != "dumb";
-  return use;
+  return colourSetting() == colour_t::AUTO ? isColourTerminal()
+                                           : colourSetting() == colour_t::ALWAYS;
 }
 
 QString quotedField(const QString &field) {
@@ -80,6 +90,10 @@ QByteArray csvRecord(const QStringList &fields) {
   for (const QString &field : fields)
     quoted.append(quotedField(field));
   return quoted.join(QLatin1Char(',')).toUtf8() + "\r\n";
+}
+
+void setColour(colour_t when) {
+  colourSetting() = when;
 }
 
 cell_t statusCell(pos::status_t status) {

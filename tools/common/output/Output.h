@@ -34,7 +34,14 @@ QString counted(int number, const char *noun);
 /// One record of RFC 4180: fields quoted where they must be, CR LF at the end.
 QByteArray csvRecord(const QStringList &fields);
 
-/// Text that is coloured where standard output is a terminal and NO_COLOR is not set.
+/// When texts are coloured: by itself where standard output is a terminal that knows colours and
+/// NO_COLOR is not set.
+enum class colour_t { AUTO, ALWAYS, NEVER };
+
+/// Decides that for the texts made from here on; before it is AUTO. For the main thread.
+void setColour(colour_t when);
+
+/// Text that is coloured where colours are used.
 struct cell_t {
   QString text;
   const char *colour = ""; ///< an SGR parameter such as "32"; empty for none

@@ -1,6 +1,7 @@
 #ifndef KELVARUNE_TOOLS_POS_COMMANDS_OPTIONS_H
 #define KELVARUNE_TOOLS_POS_COMMANDS_OPTIONS_H
 
+#include "commandline/CommandTable.h"
 #include "pos/pos.h"
 
 #include <QString>
@@ -26,13 +27,7 @@ struct options_t {
   const QString &file() const { return files.first(); }
 };
 
-enum class parse_t {
-  RUN,    ///< the options are complete
-  DONE,   ///< help or the version was asked for and printed
-  REFUSED ///< one line on standard error said what is wrong
-};
-
 /// Reads the command line. `arguments` starts with the program's name.
-parse_t parseOptions(const QStringList &arguments, options_t &options);
+kelvarune::commandline::parse_t parseOptions(const QStringList &arguments, options_t &options);
 
 #endif
