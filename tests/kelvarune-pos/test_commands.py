@@ -63,7 +63,7 @@ init.1.1  Proved            own Proved(1)
 init.1.2  Proved            smt/z3
 open.2.1  Proved            smt/z3, smt/cvc5
 open.2.2  UnreliablyProved  rules/fast, (not counted: smt/z3)
-open.2.3  Disproved         (not counted: smt/cvc5)
+open.2.3  Disproved         disproved by smt/z3, (not counted: smt/cvc5)
 open.2.4  Unproved
 """),
     "check": ("check", "comp.pos: 6 goals, 0 violations\n")})
@@ -100,6 +100,7 @@ def test_json_is_as_documented(comp):
     z3 = seen["stats"]["mechanisms"][1]["drivers"][1]
     assert (z3["name"], z3["proved"], z3["provedAlone"]) == ("z3", 3, 1)
     assert seen["goals"]["goals"][3]["uncountedProofs"] == [{"mechanism": "smt", "driver": "z3"}]
+    assert seen["goals"]["goals"][4]["disprovedBy"] == [{"mechanism": "smt", "driver": "z3"}]
     assert "Huh" in seen["check"]["violations"][0]["message"]
     assert [len(seen["diff"][kind]) for kind in (
         "lost", "gained", "changed", "disappeared", "appeared")] == [2, 0, 0, 4, 1]

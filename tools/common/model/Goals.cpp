@@ -24,10 +24,12 @@ void addMechanism(const QDomElement &mechanism, goal_t &goal,
   const std::size_t before = provers.size();
   for (const QDomElement &driver : xml::children(mechanism, pos::TAG_DRIVER)) {
     const pos::status_t status = pos::statusOf(driver);
-    if (!isProof(status))
-      continue;
     const driver_name_t name = {mechanism.attribute(pos::ATTR_NAME),
                                 driver.attribute(pos::ATTR_NAME)};
+    if (status == pos::DISPROVED && verdict == pos::DISPROVED)
+      goal.disprovedBy.push_back(name);
+    if (!isProof(status))
+      continue;
     (isProof(verdict) ? goal.provedBy : goal.uncountedProofs).push_back(name);
     if (verdict == pos::PROVED && status == pos::PROVED)
       provers.push_back(name);

@@ -32,6 +32,8 @@ struct goal_t {
   /// The drivers that found a proof on which no verdict rests: the results were reset since (a
   /// replay plays these drivers again), or another driver of the mechanism has disproved the goal.
   std::vector<driver_name_t> uncountedProofs;
+  /// The drivers that found a disproof on which their mechanism's verdict rests now.
+  std::vector<driver_name_t> disprovedBy;
   /// The driver without whose proof the goal, which is proved, would not be.
   std::optional<driver_name_t> onlyProver;
 };

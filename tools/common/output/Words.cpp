@@ -52,6 +52,8 @@ QString proofsOf(const goal_t &goal) {
     parts.append("own "_s + goal.proofState);
   if (!goal.provedBy.empty())
     parts.append(namesOf(goal.provedBy, separator));
+  if (!goal.disprovedBy.empty())
+    parts.append("disproved by "_s + namesOf(goal.disprovedBy, separator));
   if (!goal.uncountedProofs.empty())
     parts.append("(not counted: "_s + namesOf(goal.uncountedProofs, separator) + QLatin1Char(')'));
   return parts.join(separator);

@@ -17,8 +17,8 @@ QString textOf(const driver_name_t &driver);
 /// The names as people read them, with `separator` between.
 QString namesOf(const std::vector<driver_name_t> &drivers, const QString &separator);
 
-/// How the goal was proved, for people: its own proof, the drivers, those that do not count in
-/// parentheses.
+/// How the goal was proved, for people: its own proof, the drivers, those that disproved it, those
+/// that do not count in parentheses.
 QString proofsOf(const goal_t &goal);
 
 /// What is wrong with which element of a goal, or with the document: one sentence without its end.

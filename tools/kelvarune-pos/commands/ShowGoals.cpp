@@ -29,13 +29,15 @@ std::vector<goal_t> selected(std::vector<goal_t> goals, const options_t &options
 
 QByteArray csvOf(const std::vector<goal_t> &goals) {
   const QString separator = "; "_s;
-  QByteArray bytes = csvRecord("tag,number,obligation,status,proof_state,proved_by,"
-                               "uncounted_proofs,proved_by_one_driver"_s.split(QLatin1Char(',')));
+  QByteArray bytes =
+      csvRecord("tag,number,obligation,status,proof_state,proved_by,"
+                "uncounted_proofs,proved_by_one_driver,disproved_by"_s.split(QLatin1Char(',')));
   for (const goal_t &goal : goals)
     bytes += csvRecord({goal.place.tag, QString::number(goal.place.number),
                         QString::number(goal.place.obligation), pos::strOfProofStatus(goal.status),
                         goal.proofState, namesOf(goal.provedBy, separator),
-                        namesOf(goal.uncountedProofs, separator), goal.onlyProver ? "1"_s : "0"_s});
+                        namesOf(goal.uncountedProofs, separator), goal.onlyProver ? "1"_s : "0"_s,
+                        namesOf(goal.disprovedBy, separator)});
   return bytes;
 }
 
@@ -47,6 +49,7 @@ QJsonArray jsonRows(const std::vector<goal_t> &goals) {
     object["proofState"_s] = goal.proofState;
     object["provedBy"_s] = jsonOf(goal.provedBy);
     object["uncountedProofs"_s] = jsonOf(goal.uncountedProofs);
+    object["disprovedBy"_s] = jsonOf(goal.disprovedBy);
     object["provedByOneDriver"_s] = goal.onlyProver.has_value();
     array.append(object);
   }
