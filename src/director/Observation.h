@@ -105,6 +105,9 @@ struct play_choice_t {
   bool retry = false;
   /// Secondary files stay.
   bool keepSecondaryFiles = false;
+  /// Failures of tools are not reported on standard error one by one; the records and errorMessages
+  /// have them all.
+  bool quiet = false;
 };
 
 } // namespace kelvarune

@@ -64,7 +64,8 @@ QStringList ProofDirector::errorMessages() const {
 }
 
 void ProofDirector::addError(const std::string &line, const QString &message) {
-  process::writeToStandardError(line + '\n');
+  if (!parts->choice.quiet)
+    process::writeToStandardError(line + '\n');
   parts->failures.add(message);
 }
 
