@@ -23,7 +23,9 @@ set(public_headers
     director/Observation.h
     director/ProofData.h
     director/ProofDirector.h
+    director/SecondaryFileSubjects.h
     director/StopOnSignals.h
+    file/RunLock.h
     file/Descriptor.h
     front/Report.h
     front/Utils.h

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <set>
 #include <vector>
 
 /// The workers of a pass, and the entries of those who had to leave because the system has no room
@@ -60,6 +61,18 @@ public:
     return working == 1;
   }
 
+  /// Notes that there was no room for the tools of an entry, so that it comes to nothing.
+  void giveUp(unsigned long entry) {
+    const std::lock_guard lock(mutex);
+    givenUp.insert(entry);
+  }
+
+  /// Whether that was noted; forgets it.
+  bool hasGivenUp(unsigned long entry) {
+    const std::lock_guard lock(mutex);
+    return givenUp.erase(entry) > 0;
+  }
+
   /// How many workers the system had room for at least.
   unsigned int leastWorkers() const {
     const std::lock_guard lock(mutex);
@@ -71,6 +84,7 @@ private:
   unsigned int working = 0;
   unsigned int least;
   std::vector<unsigned long> returned;
+  std::set<unsigned long> givenUp;
 };
 
 #endif

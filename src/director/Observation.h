@@ -53,6 +53,7 @@ enum class loss_t {
   NONE,         ///< they count
   CRASH,        ///< the prover or the reader was ended by a signal
   RESULT_COUNT, ///< the reader did not print one line for each goal
+  NO_ROOM,      ///< the system had no room for another process or no descriptors
 };
 
 /// One entry: a writer, prover and reader that ran for a driver, and what came of it.

@@ -179,11 +179,13 @@ private:
   kelvarune::file::pipe_t makePipe() const;
   kelvarune::file::Descriptor openInput(const QString &path) const;
   kelvarune::entry_record_t *describeEntry(unsigned long index) const;
-  bool runChain(const prover_data_t &entry, ReaderOutput &output,
-                kelvarune::entry_record_t *record);
+  kelvarune::loss_t runChain(const prover_data_t &entry, ReaderOutput &output,
+                             kelvarune::entry_record_t *record);
+  kelvarune::loss_t addNoRoom();
   void addCrash(const std::string &line, const QString &message);
   void conclude(const prover_data_t &entry, const ReaderOutput &output);
-  void addOutcome(kelvarune::entry_record_t &record, bool ended, const ReaderOutput &output) const;
+  void addOutcome(kelvarune::entry_record_t &record, kelvarune::loss_t loss,
+                  const ReaderOutput &output) const;
   bool publish(const prover_data_t &entry, const ReaderOutput &output);
   std::string publishVerdict(const kelvarune::address_t &address, const QString &verdict,
                              LineCursor &lines); // expects resultMutex held

@@ -9,6 +9,7 @@
 #include "director/ProofDirector.h"
 #include "director/ReaderOutput.h"
 #include "director/ToolWatch.h"
+#include "file/Io.h"
 #include "process/PipeReader.h"
 #include "process/Relay.h"
 
@@ -28,7 +29,7 @@ namespace {
 
 constexpr std::size_t KEPT_OF_OUTPUT = 4096;
 constexpr std::size_t READ_WITHOUT_READER = std::size_t(1) << 20;
-constexpr int FIRST_LOOK_MS = 1000;
+constexpr int GRACE_OF_CHILDREN_MS = 10000;
 constexpr int RAREST_LOOK_MS = 60000;
 
 // The POS value that a whole line of a reader stands for.
@@ -42,9 +43,12 @@ std::optional<QString> verdictOf(std::string_view line) {
   return std::nullopt;
 }
 
+bool isLackOfRoom(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
 file::Descriptor openWithoutWaiting(const QString &path) {
-  return file::Descriptor(
-      ::open(path.toUtf8().constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  return file::openFile(path.toStdString(), O_RDONLY | O_NONBLOCK | O_NOCTTY);
 }
 
 ino_t inodeOf(const file::Descriptor &descriptor) {
@@ -53,10 +57,11 @@ ino_t inodeOf(const file::Descriptor &descriptor) {
 }
 
 // The prover has ended, so the reader gets the end of file and ends too, unless something that the
-// prover started holds their pipe open; that is ended when the reader takes suspiciously long.
+// prover started holds their pipe open. That may be the one that does the work, so it has a while
+// to end; more of it would let one that never ends hold the run up.
 void awaitReader(process::ToolProcess &reader, const std::vector<process::PipeReader *> &outputs,
                  ino_t chainPipe) {
-  for (int limitMs = FIRST_LOOK_MS; !reader.waitForEnd(outputs, limitMs);
+  for (int limitMs = GRACE_OF_CHILDREN_MS; !reader.waitForEnd(outputs, limitMs);
        limitMs = std::min(2 * limitMs, RAREST_LOOK_MS))
     process::sessions::endPipeWriters(chainPipe);
 }
@@ -69,13 +74,14 @@ void ProofDirector::proveEntry(const unsigned long &index) {
     return;
   ReaderOutput output;
   entry_record_t *const record = describeEntry(index);
-  const bool ended = runChain(entry, output, record);
+  const loss_t loss =
+      parts->crew.hasGivenUp(index) ? loss_t::NO_ROOM : runChain(entry, output, record);
   parts->progress.count(&progress_t::finished);
   if (parts->tools.areClosed())
     return;
   if (record)
-    addOutcome(*record, ended, output);
-  if (ended)
+    addOutcome(*record, loss, output);
+  if (loss == loss_t::NONE)
     conclude(entry, output);
   parts->observers.conclude(index);
 }
@@ -112,12 +118,11 @@ entry_record_t *ProofDirector::describeEntry(unsigned long index) const {
   return record;
 }
 
-void ProofDirector::addOutcome(entry_record_t &record, bool ended,
+void ProofDirector::addOutcome(entry_record_t &record, loss_t loss,
                                const ReaderOutput &output) const {
   record.resultCount = output.lineCount();
-  if (!ended)
-    record.loss = loss_t::CRASH;
-  else if (!isDesignated() && output.lineCount() != record.addresses.size())
+  record.loss = loss;
+  if (loss == loss_t::NONE && !isDesignated() && output.lineCount() != record.addresses.size())
     record.loss = loss_t::RESULT_COUNT;
   if (record.loss != loss_t::NONE)
     return;
@@ -130,15 +135,15 @@ void ProofDirector::addOutcome(entry_record_t &record, bool ended,
 file::Descriptor ProofDirector::openInput(const QString &path) const {
   const auto since = std::chrono::steady_clock::now();
   file::Descriptor input = openWithoutWaiting(path);
-  while (!input.isOpen() && (errno == EMFILE || errno == ENFILE) && waitForRoom(since))
+  while (!input.isOpen() && isLackOfRoom(errno) && waitForRoom(since))
     input = openWithoutWaiting(path);
   if (input.isOpen())
     ::fcntl(input.get(), F_SETFL, 0);
   return input;
 }
 
-bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output,
-                             entry_record_t *record) {
+loss_t ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output,
+                               entry_record_t *record) {
   file::pipe_t chain = makePipe();
   file::pipe_t results = makePipe();
   const ino_t chainPipe = inodeOf(chain.readEnd);
@@ -146,16 +151,20 @@ bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output,
                      entry.argsp.join(QLatin1Char(' ')).toStdString(), "\n and reading command ",
                      entry.cmdr.native(), " ", entry.argsr.join(QLatin1Char(' ')).toStdString());
 
-  const bool fromFile = currentDriver.prover.input == input_t::STDIN;
-  file::pipe_t silence = fromFile ? file::pipe_t() : makePipe(); // stays open and empty
-  const file::Descriptor input = fromFile ? openInput(entry.inpath) : std::move(silence.readEnd);
-
   RunningTool prover(parts->tools, RunningTool::kind_t::KILLED_BY_STOP);
   RunningTool reader(parts->tools, RunningTool::kind_t::KILLED_BY_STOP);
   ToolWatch proverWatch(record ? &record->prover : nullptr);
   ToolWatch readerWatch(record ? &record->reader : nullptr);
+  const bool fromFile = currentDriver.prover.input == input_t::STDIN;
+  file::pipe_t silence = fromFile ? file::pipe_t() : makePipe(); // stays open and empty
+  const file::Descriptor input = fromFile ? openInput(entry.inpath) : std::move(silence.readEnd);
+  const bool hasInput = input.isOpen() || (fromFile && !isLackOfRoom(errno));
+  if (!chain.readEnd.isOpen() || !results.readEnd.isOpen() || !hasInput)
+    return addNoRoom();
   if (input.isOpen())
     startTool(proverWatch, prover, entry.cmdp, entry.argsp, input.get(), chain.writeEnd.get());
+  if (prover->lacksRoom())
+    return addNoRoom();
   chain.writeEnd.reset();
 
   std::optional<process::Relay> relay;
@@ -166,6 +175,8 @@ bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output,
   if (record && parts->observers.wantProverOutput()) {
     record->proverOutput = process::Excerpt(KEPT_OF_OUTPUT, KEPT_OF_OUTPUT);
     file::pipe_t second = makePipe();
+    if (!second.readEnd.isOpen())
+      return addNoRoom();
     relay.emplace(std::move(chain.readEnd), std::move(second.writeEnd), takeInput);
     chain.readEnd = std::move(second.readEnd);
   }
@@ -178,6 +189,8 @@ bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output,
     record->readerOutput = process::Excerpt(KEPT_OF_OUTPUT, KEPT_OF_OUTPUT);
   const bool reading = startTool(readerWatch, reader, entry.cmdr, entry.argsr, chain.readEnd.get(),
                                  results.writeEnd.get());
+  if (reader->lacksRoom())
+    return addNoRoom();
   results.writeEnd.reset();
 
   // Without a reader its part is taken here for a while, so that a prover does not die of a broken
@@ -193,7 +206,7 @@ bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output,
   proverWatch.end(*prover);
   if (prover->crashed()) {
     addCrash("Driver prover crashed.", tr("Driver %1 prover crashed."));
-    return false;
+    return loss_t::CRASH;
   }
   awaitReader(*reader, {&pipe, readerWatch.errors()}, chainPipe);
   pipe.readRest();
@@ -201,7 +214,15 @@ bool ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output,
   readerWatch.end(*reader);
   if (reader->crashed())
     addCrash("Driver reader crashed.", tr("Driver %1 reader crashed."));
-  return !reader->crashed();
+  return reader->crashed() ? loss_t::CRASH : loss_t::NONE;
+}
+
+// The reader must not answer for a prover that nobody hears: the goal stays as it is.
+loss_t ProofDirector::addNoRoom() {
+  if (!parts->tools.areClosed())
+    addError("No room to run driver " + currentDriver.name.toStdString() + ".",
+             tr("The system has no room to run the tools of driver %1.").arg(currentDriver.name));
+  return loss_t::NO_ROOM;
 }
 
 void ProofDirector::addCrash(const std::string &line, const QString &message) {

@@ -46,6 +46,11 @@ void ProofDirector::writeEntry(const unsigned long &index) {
     return;
   if (record)
     record->secondaryFileWritten = exists(entry.po2filename);
+  if (!started && writer->lacksRoom()) {
+    addNoRoom();
+    parts->crew.giveUp(index);
+    return;
+  }
   if (!started) {
     addError("-- ProofDirector -- Writer had an error.",
              tr("Error starting secondary proof obligation generation for driver %1.")

@@ -33,11 +33,6 @@ result_t failed(int error) {
   return {outcome_t::FAILED, error};
 }
 
-// A file that is not there, or not for us to write, is the caller's affair; a broken disk is not.
-result_t notWritable(int error) {
-  return {isDiskError(error) ? outcome_t::FAILED : outcome_t::NOT_WRITABLE, error};
-}
-
 // The path without symbolic links; empty when there is none.
 std::string resolvedPath(const std::string &path) {
   const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr),
@@ -90,6 +85,13 @@ int copyContent(int from, int to) {
 
 FileReplacer::FileReplacer(std::string path) : target(std::move(path)) {}
 
+// A file that is not there, or never was for us to write, is the caller's affair; a broken disk, or
+// one that has become read-only, is not.
+result_t FileReplacer::notWritable(int error) const {
+  const bool isNew = wasWritable && error != ENOENT;
+  return {isDiskError(error) || isNew ? outcome_t::FAILED : outcome_t::NOT_WRITABLE, error};
+}
+
 void FileReplacer::removeSpare() {
   turns.end();
 }
@@ -99,6 +101,7 @@ void FileReplacer::begin() {
   known.reset();
   if (::stat(target.c_str(), &status) == 0)
     known = status;
+  wasWritable = ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) == 0;
   const std::string resolved = resolvedPath(target);
   removeLeftovers(target); // of copies beside a link
   if (!resolved.empty() && resolved != target)

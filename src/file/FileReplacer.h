@@ -15,9 +15,10 @@ namespace kelvarune::file {
 /// What a replacement came to.
 enum class outcome_t {
   DONE,         ///< the path names the new content, and both are on the disk
-  NOT_WRITABLE, ///< there is no file of that name or it cannot be written; nothing was changed
+  NOT_WRITABLE, ///< there is no file of that name or it never could be written; nothing was changed
   GONE,         ///< the file was there when it was begun with; nothing was created
-  FAILED        ///< the system refused half-way (no space, I/O error, ...); see the error number
+  FAILED        ///< the system refused (no space, I/O error, no more permission, a file system that
+                ///< has become read-only, ...); see the error number
 };
 
 /// Whether the path named content that another program had put there since it was begun with or
@@ -74,6 +75,7 @@ public:
   void removeSpare();
 
 private:
+  result_t notWritable(int error) const;
   int keep(const std::string &source);
   foreign_t keepForeign(const std::string &source, int &error);
   result_t replaceContent(const pieces_t &pieces, Descriptor old, const struct stat &status,
@@ -85,6 +87,7 @@ private:
   std::string target;
   std::optional<struct stat> known; ///< the file as it was begun with or last replaced
   bool begun = false;
+  bool wasWritable = false; ///< when it was begun with
   bool hasBackup = false;
   TurnTaking turns;
 };

@@ -6,6 +6,7 @@
 #include "front/Options.h"
 #include "front/Report.h"
 #include "front/Utils.h"
+#include "front/Waiting.h"
 #include "pos/pos.h"
 #include "process/Guardian.h"
 #include "process/StandardStreams.h"
@@ -47,6 +48,8 @@ bool replayMechanism(const options_t &options, const std::string &component,
                                "", false);
   if (!director->isLoaded())
     return false;
+  const auto locks =
+      waitForSecondaryFiles(options.directory, options.pogPath, director->getMechanism());
   print_proving(component, director->getMechanismName(), options.xml);
   stopOnSignals.setDirector(director);
   director->replay();
@@ -71,7 +74,10 @@ std::vector<std::string> mechanismFiles(const options_t &options) {
 int main(int argc, char **argv) {
   process::startUp();
   const process::Guardian guardian;
-  StopOnSignals stopOnSignals({SIGTERM}, [](int) { return EXIT_FAILURE; });
+  StopOnSignals stopOnSignals({SIGTERM}, [](int) {
+    file::RunLock::releaseAll();
+    return EXIT_FAILURE;
+  });
   init_resource_manager();
 
   options_t options;
@@ -82,6 +88,7 @@ int main(int argc, char **argv) {
   if (!isUsable(options))
     return print_help();
 
+  const file::RunLock lock = waitForFile(options.posPath);
   const std::string component = baseNameOfPath(options.posPath);
   if (options.xml)
     process::writeToStandardOutput("<proof>\n");

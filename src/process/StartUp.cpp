@@ -5,6 +5,8 @@
 #include <QHash>
 #include <QTextCodec>
 
+#include <algorithm>
+
 #include <fcntl.h>
 #include <malloc.h>
 #include <signal.h>
@@ -14,6 +16,8 @@ namespace kelvarune::process {
 
 namespace {
 
+constexpr rlim_t ENOUGH_DESCRIPTORS = 1 << 16;
+
 void openStandardDescriptors() {
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
     if (::fcntl(fd, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) < 0)
@@ -21,9 +25,25 @@ void openStandardDescriptors() {
   }
 }
 
+rlimit limitOfCaller = {};
+
+// A run needs some ten descriptors per job.
+void raiseDescriptorLimit() {
+  if (::getrlimit(RLIMIT_NOFILE, &limitOfCaller) != 0)
+    return;
+  rlimit raised = limitOfCaller;
+  raised.rlim_cur = std::max(raised.rlim_cur, std::min(raised.rlim_max, ENOUGH_DESCRIPTORS));
+  ::setrlimit(RLIMIT_NOFILE, &raised);
+}
+
 } // namespace
 
+const rlimit *descriptorLimitForTools() {
+  return limitOfCaller.rlim_max == 0 ? nullptr : &limitOfCaller;
+}
+
 void startUp() {
+  raiseDescriptorLimit();
   openStandardDescriptors();
   ::signal(SIGCHLD, SIG_DFL);
   ::signal(SIGXFSZ, SIG_IGN);

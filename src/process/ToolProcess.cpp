@@ -11,6 +11,7 @@
 #include "file/Io.h"
 #include "process/PipeReader.h"
 #include "process/SignalMask.h"
+#include "process/StartUp.h"
 
 #include <cerrno>
 #include <chrono>
@@ -44,11 +45,17 @@ struct child_t {
   int errorPipe;
   pid_t parent;
   sessions::slot_t *slot;
+  const rlimit *descriptorLimit;
 };
 
+// Opened once for all; -1 as long as that fails.
 int nullDevice() {
-  static const int fd = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-  return fd;
+  static std::mutex mutex;
+  static file::Descriptor device;
+  const std::lock_guard lock(mutex);
+  if (!device.isOpen())
+    device = file::openFile("/dev/null", O_RDWR);
+  return device.get();
 }
 
 // Everything above standard error is closed when the program starts, whoever opened it.
@@ -90,6 +97,8 @@ void resetSignals(const child_t &child) {
   ::dup2(child.standardError, STDERR_FILENO);
   if (child.leadsSession)
     keepStandardDescriptorsOnly();
+  if (child.descriptorLimit)
+    ::setrlimit(RLIMIT_NOFILE, child.descriptorLimit);
   resetSignals(child);
   ::execvp(child.program, child.words);
   const int error = errno;
@@ -166,7 +175,7 @@ bool ToolProcess::start(start_t how) {
 
   errorOfRun = 0;
   file::pipe_t errors = file::makePipe();
-  hadNoRoom = !errors.readEnd.isOpen();
+  hadNoRoom = !errors.readEnd.isOpen() || nullDevice() < 0;
   if (hadNoRoom)
     return false;
   const bool leads = how.place == place_t::OWN_SESSION;
@@ -181,7 +190,8 @@ bool ToolProcess::start(start_t how) {
                          orNull(how.standardError),
                          errors.writeEnd.get(),
                          ::getpid(),
-                         slot};
+                         slot,
+                         descriptorLimitForTools()};
   const pid_t started = startChild(child);
   hadNoRoom = started < 0 && isLackOfRoom(errno);
   {

@@ -1,0 +1,28 @@
+#include "front/Waiting.h"
+
+#include "director/SecondaryFileSubjects.h"
+#include "process/StandardStreams.h"
+
+#include <cstring>
+
+using namespace kelvarune;
+
+file::RunLock waitForFile(const std::string &path) {
+  file::RunLock lock;
+  const auto tell = [&path](const file::lock_owner_t &owner) {
+    process::writeToStandardError("Waiting for " + owner.text() + ", which uses " + path + ".\n");
+  };
+  if (lock.take(path, tell) == file::RunLock::outcome_t::UNAVAILABLE && lock.isWorthAMessage())
+    process::writeToStandardError("Cannot lock " + path + ": " + std::strerror(lock.error()) +
+                                  "; no other run is kept away.\n");
+  return lock;
+}
+
+std::vector<file::RunLock> waitForSecondaryFiles(const std::string &directory,
+                                                 const std::string &pogPath,
+                                                 const mechanism::mechanism_t &mechanism) {
+  std::vector<file::RunLock> locks;
+  for (const std::string &subject : secondaryFileSubjects(directory, pogPath, mechanism))
+    locks.push_back(waitForFile(subject));
+  return locks;
+}
