@@ -16,7 +16,7 @@ using namespace kelvarune;
 namespace {
 
 constexpr std::chrono::seconds PATIENCE_OF_LAST(1);
-constexpr std::chrono::milliseconds RETRY_INTERVAL(10);
+constexpr std::chrono::milliseconds ROOM_INTERVAL(10);
 
 bool exists(const QString &path) {
   struct stat status;
@@ -79,7 +79,7 @@ bool ProofDirector::waitForRoom(std::chrono::steady_clock::time_point since) con
     throw no_room_t();
   if (!parts->crew.isLastOfMany() || std::chrono::steady_clock::now() - since >= PATIENCE_OF_LAST)
     return false;
-  std::this_thread::sleep_for(RETRY_INTERVAL);
+  std::this_thread::sleep_for(ROOM_INTERVAL);
   return true;
 }
 
