@@ -31,6 +31,7 @@ set(public_headers
     front/Utils.h
     mechanism/Faults.h
     mechanism/Mechanism.h
+    mechanism/Remarks.h
     pos/Faults.h
     pos/Goals.h
     pos/pos.h
