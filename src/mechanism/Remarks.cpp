@@ -400,9 +400,10 @@ void lookAtOrder(const std::vector<description_t> &all, std::size_t index, Remar
   if (!stronger.isEmpty())
     remarker.remark(
         description.root,
-        "trust '%1' comes before %2, which is relied upon more: a replay takes up only goals that "
-        "are still 'Unproved', so what this mechanism leaves 'UnreliablyProved' is lost to it. Let "
-        "this one come last; in a directory the names of the files decide."_s.arg(
+        "trust '%1' comes before %2, with more trust: a replay takes up only goals that are still "
+        "'Unproved', so it skips what this mechanism has left 'UnreliablyProved'. Let this one "
+        "come "
+        "last; in a directory the names of the files decide."_s.arg(
             qstringOfTrust.at(*description.trust), stronger.join(", "_s)));
 }
 
