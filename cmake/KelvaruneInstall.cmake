@@ -199,8 +199,9 @@ development and keeps their verdicts in the component's status file. Which
 provers, and how they are called, is described in small XML files.
 
 The package also holds kelvarune-play, which makes first proofs, kelvarune-pos,
-which looks at status files and edits them, kelvarune-cache, which repeats the
-answers of provers, and a complete example for the SMT solvers z3 and cvc5.")
+which looks at status files and edits them, kelvarune-mech, which checks and
+writes descriptions of provers, kelvarune-cache, which repeats the answers of
+provers, and a complete example for the SMT solvers z3 and cvc5.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkelvarune-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
