@@ -2,13 +2,14 @@
 
 #include "output/MechanismWords.h"
 
+#include "output/Output.h"
 #include "text/Literals.h"
 
 using namespace kelvarune;
 
 QString textOf(const mechanism::fault_t &fault) {
   using mechanism::fault_kind_t;
-  const QString tool = "%1 of driver %2"_s.arg(fault.role, fault.driver);
+  const QString tool = "%1 of driver %2"_s.arg(fault.role, shown(fault.driver));
   switch (fault.kind) {
   case fault_kind_t::UNREADABLE:
     return "cannot be read; give a description file."_s;
@@ -19,6 +20,8 @@ QString textOf(const mechanism::fault_t &fault) {
   case fault_kind_t::MISSING_TOOL:
     return tool + " is missing; describe it."_s;
   case fault_kind_t::TOOL_NOT_FOUND:
+    if (fault.text.isEmpty())
+      return tool + " has no 'path', nor a 'resource' with a value; give it a path."_s;
     return tool + " not found; looked for the executable "_s + fault.text +
            (fault.places.isEmpty() ? QString() : " in "_s + fault.places.join(", "_s)) +
            "; install it, or name its place with --installdir or a resource file."_s;
