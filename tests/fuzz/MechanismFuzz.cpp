@@ -1,7 +1,8 @@
-// Mechanism descriptions: the reader and the dump of what it read.
+// Mechanism descriptions: the reader, the dump of what it read, and the remarks.
 
 #include "FuzzSupport.h"
 #include "mechanism/Mechanism.h"
+#include "mechanism/Remarks.h"
 
 #include <sstream>
 
@@ -17,4 +18,6 @@ void fuzz(const FuzzDirectory &directory, std::string_view input, std::mt19937 &
   });
   std::ostringstream dump;
   endsOrThrows([&] { dump << mechanism; });
+  for (const mechanism::remark_t &remark : mechanism::readRemarks({path}))
+    require(remark.line > 0 && !remark.text.isEmpty(), "a remark says what is where");
 }
