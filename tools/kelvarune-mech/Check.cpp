@@ -42,22 +42,22 @@ QString inSeconds(qint64 ms) {
 }
 
 QString howItEnded(const ending_t &ending, int limitS) {
-  const QString last = ending.lastLines.isEmpty() ? QString() : ": '%1'"_s.arg(ending.lastLines);
+  const QString said = ending.complaint.isEmpty() ? QString() : ": '%1'"_s.arg(ending.complaint);
   switch (ending.kind) {
   case ending_t::kind_t::NOT_STARTED:
     return "could not be started: "_s + QString::fromLocal8Bit(std::strerror(ending.number));
   case ending_t::kind_t::TIMED_OUT:
-    return "did not end within %1 s"_s.arg(limitS) + last;
+    return "did not end within %1 s"_s.arg(limitS) + said;
   case ending_t::kind_t::SIGNALLED:
     return "was ended by signal %1 (%2)"_s.arg(QString::number(ending.number),
                                                QLatin1String(::strsignal(ending.number))) +
-           last;
+           said;
   case ending_t::kind_t::EXITED:
     break;
   }
   return "exited with status %1 after %2"_s.arg(QString::number(ending.number),
                                                 inSeconds(ending.ms)) +
-         last;
+         said;
 }
 
 /// What is wrong with the reader's answer for one goal; empty when it is a verdict.
@@ -114,10 +114,10 @@ QString linesOf(const findings_t &findings, const QString &file) {
     const cell_t severity =
         finding.isError ? cell_t("error: "_s, "1;31") : cell_t("warning: "_s, "35");
     text += (finding.line > 0 ? placed(file, finding.line, finding.column) : file + ": "_s) +
-            coloured(severity) + finding.text + QLatin1Char('\n');
+            coloured(severity) + shown(finding.text) + QLatin1Char('\n');
   }
   for (const QString &note : findings.notes)
-    text += file + ": "_s + note + QLatin1Char('\n');
+    text += file + ": "_s + shown(note) + QLatin1Char('\n');
   return text + "%1: %2, %3, %4\n"_s.arg(
                     file, counted(findings.drivers, "driver"), counted(errors, "error"),
                     counted(static_cast<int>(findings.list.size()) - errors, "warning"));

@@ -26,21 +26,29 @@ namespace {
 
 constexpr int EXIT_SIGNALLED = 128;
 constexpr qint64 KEPT_OF_STANDARD_ERROR = 4096;
-constexpr int LAST_LINES = 3;
-constexpr int SHOWN_OF_LINES = 300;
+constexpr int SHOWN_OF_A_LINE = 200;
 
 std::atomic<bool> isStopping = false;
 
-QString lastLinesOf(const QString &path) {
+QStringList linesOf(const QByteArray &text) {
+  QStringList lines;
+  for (const QByteArray &line : text.split('\n'))
+    lines << QString::fromUtf8(line).simplified().left(SHOWN_OF_A_LINE);
+  lines.removeAll(QString());
+  return lines;
+}
+
+// Some tools say first what is wrong, others say it last, and only those two lines are of use.
+QString complaintIn(const QString &path) {
   QFile file(path);
   if (!file.open(QIODevice::ReadOnly))
     return {};
+  const QStringList first = linesOf(file.read(KEPT_OF_STANDARD_ERROR));
+  if (first.size() < 2)
+    return first.join(QString());
   file.seek(std::max<qint64>(0, file.size() - KEPT_OF_STANDARD_ERROR));
-  QStringList lines;
-  for (const QByteArray &line : file.read(KEPT_OF_STANDARD_ERROR).split('\n'))
-    lines << QString::fromUtf8(line).simplified();
-  lines.removeAll(QString());
-  return lines.mid(std::max(0, lines.size() - LAST_LINES)).join(" / "_s).right(SHOWN_OF_LINES);
+  const QStringList last = linesOf(file.read(KEPT_OF_STANDARD_ERROR));
+  return first.first() + (first.size() == 2 ? " / "_s : " ... "_s) + last.value(last.size() - 1);
 }
 
 /// One run of a tool, and all that it has left running ends with it.
@@ -94,7 +102,7 @@ ending_t TriedTool::finish(int limitMs, process::PipeReader *output) {
                 : process.crashed() ? ending_t::kind_t::SIGNALLED
                                     : ending_t::kind_t::EXITED;
   ending.number = process.crashed() ? process.endSignal() : process.exitStatus();
-  ending.lastLines = lastLinesOf(errors);
+  ending.complaint = complaintIn(errors);
   return ending;
 }
 

@@ -19,7 +19,7 @@ struct ending_t {
   kind_t kind = kind_t::NOT_STARTED;
   int number = 0;         ///< the error number, the signal or the exit status
   qint64 ms = 0;          ///< wall time
-  QString lastLines = {}; ///< the last ones on its standard error that are not blank
+  QString complaint = {}; ///< the first and the last line on its standard error
 };
 
 /// What one run of a driver's tools came to.
