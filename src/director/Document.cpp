@@ -96,6 +96,7 @@ bool ProofDirector::acceptRegistering() {
     }
     poData.emplace_back(tagOf(obligation), std::move(goals));
   }
+  dropOtherShards();
   return true;
 }
 
@@ -177,7 +178,19 @@ bool ProofDirector::acceptRegistered() {
     }
     poData.emplace_back(tagOf(obligation), std::move(goals));
   }
+  dropOtherShards();
   return true;
+}
+
+// No driver gets the goals of the other shards.
+void ProofDirector::dropOtherShards() {
+  unsigned long number = 0;
+  for (auto &[tag, goals] : poData) {
+    for (po_data_t &goal : goals) {
+      if (number++ % parts->choice.shards != parts->choice.shard)
+        goal.drivers.clear();
+    }
+  }
 }
 
 bool ProofDirector::savePosFile() {

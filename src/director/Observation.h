@@ -98,6 +98,10 @@ struct play_choice_t {
   /// then played as one designated goal is: by all drivers whatever their statuses, the writer is
   /// asked for a model (-m), and lines after the verdict are printed as one.
   bool record = true;
+  /// Only the part number `shard`, from 0, of `shards` equal ones is played: each takes every
+  /// `shards`-th goal of the file. The same goals for every mechanism and driver.
+  unsigned int shard = 0;
+  unsigned int shards = 1;
   /// Drivers of the mechanism that a goal's element lacks are added to it, unproved, at their place
   /// in the description, and also play goals that the others have left open. Not in a replay.
   bool addDrivers = false;

@@ -193,6 +193,7 @@ private:
   // Document.cpp
   bool acceptRegistering();
   bool acceptRegistered();
+  void dropOtherShards();
   bool isDesignated() const;
   std::set<kelvarune::address_t> chosenGoals() const;
   QStringList addMissingDrivers(QDomElement element);

@@ -12,6 +12,9 @@
 /// none. The lock is given back when the result is destroyed.
 kelvarune::file::RunLock waitForFile(const std::string &path);
 
+/// As waitForFile, but without waiting: false when another run has the lock, see lock.owner().
+bool takeFile(const std::string &path, kelvarune::file::RunLock &lock);
+
 /// The same for all secondary files that playing `mechanism` may make in `directory`.
 std::vector<kelvarune::file::RunLock>
 waitForSecondaryFiles(const std::string &directory, const std::string &pogPath,

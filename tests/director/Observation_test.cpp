@@ -111,7 +111,11 @@ TEST_F(Observation, GoalsOfAChoiceArePlayedAloneAndOnlyRecordedOnDemand) {
     const std::string before = directory.read("c.pos");
     directory.write("verdicts", record ? "Proved\n" : "Proved\nx = 1\n");
     ProofDirector &chosen = make(driver("d", "group=\"full\""));
-    chosen.choose({{{"B"_s, 1}, {"A"_s, 2}, {"A"_s, 7}, {"C"_s, 1}}, record, true, true, true});
+    play_choice_t choice;
+    choice.goals = {{"B"_s, 1}, {"A"_s, 2}, {"A"_s, 7}, {"C"_s, 1}};
+    choice.record = record;
+    choice.addDrivers = choice.retry = choice.keepSecondaryFiles = true;
+    chosen.choose(choice);
     const auto records = observed(chosen);
     // The goal of B is proved already, so there is nothing to record.
     EXPECT_EQ(records.size(), record ? 1U : 2U);
@@ -171,10 +175,31 @@ TEST_F(Observation, NewAndGivenUpDriversPlayWhatIsOpen) {
                      "</Mechanism></Simple_Goal></Proof_Obligation></Proof_Obligations>");
     directory.write("verdicts", row.verdict + std::string("\n"));
     ProofDirector &played = make(driver("a") + driver("b"), row.trust);
-    played.choose({{}, true, true, row.retry, false});
+    play_choice_t choice;
+    choice.addDrivers = true;
+    choice.retry = row.retry;
+    played.choose(choice);
     play(played);
     EXPECT_EQ(savedStatuses(), row.after);
   }
+}
+
+TEST_F(Observation, ShardsShareTheGoals) {
+  directory.write("c.pos", "<r><Proof_Obligation><Tag>A</Tag><Simple_Goal/><Simple_Goal/>"
+                           "</Proof_Obligation><Proof_Obligation><Tag>B</Tag><Simple_Goal/>"
+                           "<Simple_Goal/><Simple_Goal/></Proof_Obligation></r>");
+  std::vector<address_t> played;
+  for (unsigned shard = 0; shard < 3; ++shard) {
+    ProofDirector &part = make(driver("d"));
+    play_choice_t choice;
+    choice.record = false;
+    choice.shard = shard;
+    choice.shards = 3;
+    part.choose(choice);
+    for (const entry_record_t &record : observed(part))
+      played.push_back(record.addresses.at(0));
+  }
+  EXPECT_EQ(played, (std::vector<address_t>{{0, 0}, {1, 1}, {0, 1}, {1, 2}, {1, 0}}));
 }
 
 TEST(ExcerptOfOutput, KeepsBothEnds) {
