@@ -45,9 +45,9 @@ def write(case, tool):
 
 def test_one_goal(write):
     assert write("-a", "0", "0") == [
-        ";; smt-writer goals 1 model no", ";; goal 0 0", "(set-logic QF_LIA)", '(echo "goal 0 0")',
-        "(declare-const x Int)", "(assert (> x 2))", "(assert (> x 3))", "(assert (not (= x 1)))",
-        "(check-sat)", '(echo "end 0 0")']
+        ";; smt-writer goals 1 model no", ";; goal 0 0 A.1", "(set-logic QF_LIA)",
+        '(echo "goal 0 0")', "(declare-const x Int)", "(assert (> x 2))", "(assert (> x 3))",
+        "(assert (not (= x 1)))", "(check-sat)", '(echo "end 0 0")']
     # Quotes hide parentheses.
     quoted = ["(declare-const |a ) b| Bool)", '(assert (not (or |a ) b| (= "a"") ;" "x"))))']
     assert set(quoted) < set(write("-a", "0", "1"))
@@ -60,13 +60,20 @@ def test_several_goals_are_kept_apart(write):
     goals = ("-a", "1", "0", "-a", "0", "0")
     reset = write(*goals, "--option", ":random-seed 3", "--logic=ALL")
     setup = ["(set-option :random-seed 3)", "(set-logic ALL)"]
-    assert reset[:5] == [";; smt-writer goals 2 model no", ";; goal 1 0", ";; goal 0 0", *setup]
+    names = [";; goal 1 0 B.1", ";; goal 0 0 A.1"]
+    assert reset[:5] == [";; smt-writer goals 2 model no", *names, *setup]
     starts = [at for at, line in enumerate(reset) if line == "(reset)"]
     assert [reset[at + 1:at + 3] for at in starts] == [setup, setup]
     push = write(*goals, "--separate", "push")
     assert [line for line in push if line.split()[0] in ("(push", "(echo", "(pop", "(reset)")] == [
         "(push 1)", '(echo "goal 1 0")', '(echo "end 1 0")', "(pop 1)",
         "(push 1)", '(echo "goal 0 0")', '(echo "end 0 0")', "(pop 1)"]
+
+
+def test_what_the_prover_does_not_know_is_not_asked(write, tool):
+    lines = write("-a", "0", "0", "-a", "0", "1", "--skip", "foo,|a ) b|")
+    assert "; A.2 is skipped: it uses |a ) b|" in lines and '(echo "goal 0 1")' not in lines
+    assert tool("smt-reader", "--file", "out", stdin=A) == "Proved\nUnknown\n"
 
 
 def conclude(text):
@@ -85,9 +92,10 @@ def test_obligations_that_smt_writer_refuses(case, write, pog, line):
 
 
 @rows("args, line", {
-    "no such obligation": (["-a", "2", "0"], "no obligation 2"),
+    "no such obligation": (["-a", "2", "0"], "c.pog has only 2 obligations"),
     "negative": (["-a", "0", "-1"], '"-1" is not an index'),
-    "goal asked twice": (["-a", "0", "0"] * 2, "0 0 is asked for twice")})
+    "no such goal": (["-a", "0", "2"], "no goal A.3 in c.pog: A has 2 goals"),
+    "goal asked twice": (["-a", "0", "0"] * 2, "-a 0 0 is given twice")})
 def test_arguments_that_smt_writer_refuses(write, args, line):
     assert line in write(*args, fails=True)
 
@@ -141,6 +149,13 @@ def test_model_after_the_verdict(write, tool, answer, args, text, said):
 def test_what_smt_reader_refuses(case, tool, args, line):
     case.write("cut", ";; smt-writer goals 2 model no\n;; goal 0 0\n")
     assert line in tool("smt-reader", *args, stdin=A, fails=True)
+
+
+@rows("goals, missing", {"from 0": ("0,1", "A.0"), "too many": ("2,3", "A.3")})
+def test_goals_of_a_history_are_counted_from_1(case, tool, goals, missing):
+    case.write("h", f"mechanism m d\nA {goals} m d=Proved\n")
+    line = tool("smt-pos", "-i", "c.pog", "-o", "out", "--history", "h", fails=True)
+    assert f"h:2: there is no goal {missing}: A has 2 goals, from 1: A" in line
 
 
 @rows("name, history", {"fresh": ("fresh.pos", []),
