@@ -26,9 +26,17 @@ QByteArray resource(const char *name) {
   return file.readAll();
 }
 
-/// Numbers the drivers in the order in which they are met.
+/// Numbers the drivers: those of the statistics in their order, as the page's script counts them,
+/// then any others in the order in which they are met.
 class DriverIndex {
 public:
+  explicit DriverIndex(const stats_t &stats) {
+    for (const auto &[mechanismName, mechanism] : stats.metrics.mechanisms) {
+      for (const auto &[driverName, driver] : mechanism->drivers)
+        indexOf({QString::fromStdString(mechanismName), QString::fromStdString(driverName)});
+    }
+  }
+
   QJsonArray indexesOf(const std::vector<driver_name_t> &drivers) {
     QJsonArray result;
     for (const driver_name_t &driver : drivers)
@@ -49,22 +57,23 @@ private:
 };
 
 // Ten thousand objects with long keys would be most of the page, so a goal is an array: index of
-// the obligation, number, status, proofs that hold, uncounted ones, the own proof (or null), and
-// whether it hangs on one driver.
+// the obligation, number, status, proofs that hold, uncounted ones, disproofs, the own proof and
+// the driver without which it is not proved (or null).
 QJsonArray rowOf(const goal_t &goal, DriverIndex &drivers) {
   return {goal.place.obligation - 1,
           goal.place.number,
           static_cast<int>(goal.status),
           drivers.indexesOf(goal.provedBy),
           drivers.indexesOf(goal.uncountedProofs),
+          drivers.indexesOf(goal.disprovedBy),
           goal.provedByItself ? QJsonValue(goal.proofState) : QJsonValue(),
-          goal.onlyProver ? 1 : 0};
+          goal.onlyProver ? QJsonValue(drivers.indexOf(*goal.onlyProver)) : QJsonValue()};
 }
 
 QJsonObject dataOf(const QString &path, const std::vector<goal_t> &goals, const stats_t &stats) {
   QJsonArray tags;
   QJsonArray rows;
-  DriverIndex drivers;
+  DriverIndex drivers(stats);
   for (const goal_t &goal : goals) {
     if (goal.place.obligation > tags.size())
       tags.append(shown(goal.place.tag));

@@ -33,39 +33,46 @@
     return node;
   }
 
-  // Never 100 before the last one, never 0 after the first.
+  // Rounded, but never 100.0 before the last one and never 0.0 after the first.
   function percent(part, total) {
-    if (total === 0) return "0";
-    if (part === total) return "100";
-    const tenths = Math.floor((part * 1000) / total) / 10;
-    return (part > 0 && tenths === 0 ? 0.1 : tenths).toFixed(1);
+    if (part === 0 || part === total) return part === 0 ? "0.0" : "100.0";
+    return (Math.min(999, Math.max(1, Math.round((part * 1000) / total))) / 10).toFixed(1);
   }
 
-  const goals = data.goals.map(([obligation, n, status, proofs, uncounted, own, only], index) => ({
-    index, obligation, n, status, proofs, uncounted, own, only: only === 1,
+  const goals = data.goals.map(([obligation, n, status, proofs, uncounted, disproofs, own, only], index) => ({
+    index, obligation, n, status, proofs, uncounted, disproofs, own, only,
     name: `${data.obligations[obligation]}.${n}`,
   }));
   const driverNames = (indexes) => indexes.map((i) => data.drivers[i]).join(", ");
   for (const goal of goals) {
     goal.by = driverNames(goal.proofs);
     goal.rest = driverNames(goal.uncounted);
-    goal.words = `${goal.name} ${goal.by} ${goal.rest} ${goal.own || ""}`.toLowerCase();
+    goal.against = goal.disproofs.length ? `disproved by ${driverNames(goal.disproofs)}` : "";
+    goal.words = `${goal.name} ${goal.by} ${goal.against} ${goal.rest} ${goal.own || ""}`.toLowerCase();
   }
+
+  // What a driver is to a goal: what the panel counts, and the filter selects.
+  const ROLES = {
+    proved: { label: "Proved by", is: (goal, driver) => goal.proofs.includes(driver) },
+    alone: { label: "Proved only by", is: (goal, driver) => goal.only === driver },
+    disproved: { label: "Disproved by", is: (goal, driver) => goal.disproofs.includes(driver) },
+  };
+  const ROLE_NAMES = Object.keys(ROLES);
+  const countOf = data.drivers.map((_, driver) => Object.fromEntries(
+    ROLE_NAMES.map((role) => [role, goals.filter((goal) => ROLES[role].is(goal, driver)).length])));
 
   // ---- Totals
 
-  function describe(counts) {
-    return STATUSES.filter((s) => counts[s.key]).map((s) => `${s.name} ${counts[s.key]}`).join(", ") || "none";
-  }
+  // A bar has a part per kind of result: [class, name, count].
+  const partsOf = (counts) => STATUSES.map((s) => [`s${s.id}`, s.name, counts[s.key] || 0]);
 
-  function fillBar(bar, counts) {
+  function fillBar(bar, parts) {
+    const present = parts.filter(([, , count]) => count);
+    const words = present.map(([, name, count]) => `${name} ${count}`).join(", ") || "none";
     bar.setAttribute("role", "img");
-    bar.setAttribute("aria-label", describe(counts));
-    bar.title = describe(counts);
-    for (const status of STATUSES) {
-      if (counts[status.key])
-        bar.append(element("span", { class: `s${status.id}`, style: `flex:${counts[status.key]} 0 0` }));
-    }
+    bar.setAttribute("aria-label", words);
+    bar.title = words;
+    for (const [kind, , count] of present) bar.append(element("span", { class: kind, style: `flex:${count} 0 0` }));
     return bar;
   }
 
@@ -84,7 +91,7 @@
     verdict.classList.add(totals.disproved ? "bad" : open || !totals.total ? "open" : "good");
 
     byId("share").textContent = `${percent(totals.proved, totals.total)} %`;
-    fillBar(byId("totals"), totals);
+    fillBar(byId("totals"), partsOf(totals));
     for (const status of STATUSES) {
       byId("legend").append(element("li", {}, element("span", { class: `dot s${status.id}` }),
         status.name, " ", element("b", {}, number(totals[status.key]))));
@@ -100,26 +107,64 @@
     ];
     for (const [name, value] of figures)
       byId("figures").append(element("div", {}, element("dt", {}, name), element("dd", {}, number(value))));
+    if (totals.total === 0) {
+      byId("empty").textContent = `${data.file} is empty: it has no goals, so there is nothing to prove.`;
+      byId("empty").hidden = false;
+      document.querySelectorAll(".part").forEach((part) => { part.hidden = true; });
+    }
   }
 
   // ---- Mechanisms and drivers
 
-  function judgeRow(kind, judge, alone) {
-    const total = STATUSES.reduce((sum, status) => sum + (judge[status.key] || 0), 0);
-    const share = element("span", { class: "number" }, number(judge.proved), " ",
-      element("small", {}, `of ${number(total)} · ${percent(judge.proved, total)} %`));
-    const only = element("span", { class: "number" });
-    if (alone !== undefined) only.append(number(alone), " ", element("small", {}, "alone"));
-    return element("div", { class: `judge ${kind}` },
-      element("span", { class: "name" }, judge.name || "(no name)"),
-      fillBar(element("div", { class: kind === "driver" ? "bar thin" : "bar" }), judge), share, only);
+  const small = (text) => element("small", {}, text);
+  const cell = (...content) => element("span", { class: "number" }, ...content);
+
+  function judgeRow(kind, name, parts, ...cells) {
+    return element("div", { class: `judge ${kind}` }, element("span", { class: "name" }, name || "(no name)"),
+      fillBar(element("div", { class: kind === "driver" ? "bar thin" : "bar" }), parts), ...cells);
+  }
+
+  function ofTotal(parts, proved) {
+    const total = parts.reduce((sum, [, , count]) => sum + count, 0);
+    return small(` of ${number(total)} · ${percent(proved, total)} %`);
+  }
+
+  function mechanismRow(mechanism) {
+    const parts = partsOf(mechanism);
+    return judgeRow("mechanism", mechanism.name, parts,
+      cell(number(mechanism.proved), ofTotal(parts, mechanism.proved)), cell(), cell());
+  }
+
+  // The number of goals to which a driver is this; it leads to them.
+  function goalsLink(driver, role) {
+    const count = countOf[driver][role];
+    if (count === 0) return "0";
+    const link = element("button", { type: "button", title: `${ROLES[role].label} ${data.drivers[driver]}` }, number(count));
+    link.addEventListener("click", () => {
+      Object.assign(filter, unfiltered(), { by: `${role}:${driver}` });
+      update();
+      byId("goals").scrollIntoView();
+    });
+    return link;
+  }
+
+  function driverRow(judge, driver) {
+    const { proved, disproved } = countOf[driver];
+    const notCounted = goals.filter((goal) => goal.uncounted.includes(driver)).length + judge.disproved - disproved;
+    const parts = partsOf({ ...judge, proved, disproved });
+    parts.splice(1, 0, ["rest", "Not counted", notCounted]);
+    return judgeRow("driver", judge.name, parts,
+      cell(goalsLink(driver, "proved"), ofTotal(parts, proved)),
+      cell(goalsLink(driver, "alone"), small(" alone")),
+      disproved ? cell(goalsLink(driver, "disproved"), small(" disproved")) : cell());
   }
 
   function showMechanisms() {
     const place = byId("mechanisms");
+    let driver = 0; // they are numbered in this order
     for (const mechanism of data.mechanisms) {
-      place.append(judgeRow("mechanism", mechanism));
-      for (const driver of mechanism.drivers) place.append(judgeRow("driver", driver, driver.provedAlone));
+      place.append(mechanismRow(mechanism));
+      for (const judge of mechanism.drivers) place.append(driverRow(judge, driver++));
     }
     if (data.mechanisms.length === 0)
       place.append(element("p", { class: "note" }, "No mechanism is registered yet."));
@@ -163,53 +208,60 @@
     }, element("span", { class: "head" }, element("span", { class: "tag" }, tile.tag),
       element("span", { class: "of" }, of)), strip(tile.goals));
     tile.node.addEventListener("click", () => {
-      chooseObligation(filter.obligation === tile.index ? null : tile.index);
+      filter.obligation = filter.obligation === tile.index ? null : tile.index;
+      update();
       byId("goals").scrollIntoView();
     });
   }
 
+  const ORDERS = {
+    open: (a, b) => (b.goals.length - b.proved) - (a.goals.length - a.proved) || a.index - b.index,
+    document: (a, b) => a.index - b.index,
+    name: (a, b) => a.rank - b.rank,
+  };
+
   function showTiles() {
-    const orders = {
-      document: (a, b) => a.index - b.index,
-      open: (a, b) => (b.goals.length - b.proved) - (a.goals.length - a.proved) || a.index - b.index,
-      name: (a, b) => a.rank - b.rank,
-    };
-    const sorted = [...tiles].sort(orders[byId("obligation-order").value]);
+    const sorted = [...tiles].sort(ORDERS[filter.order]);
     byId("obligations").replaceChildren(...sorted.map((tile) => tile.node));
   }
 
   // ---- Filters
 
-  const filter = { words: [], statuses: new Set(), driver: "", alone: false, obligation: null };
-  const sorting = { by: "", down: false };
+  const unfiltered = () => ({ text: "", statuses: new Set(), by: "", single: false, obligation: null });
+  // What is to be done stands first.
+  const filter = { ...unfiltered(), sort: "status", down: true, order: "open" };
   let shown = goals;
 
-  function matches(goal) {
-    if (filter.statuses.size && !filter.statuses.has(goal.status)) return false;
-    if (filter.obligation !== null && goal.obligation !== filter.obligation) return false;
-    if (filter.alone && !goal.only) return false;
-    if (filter.driver !== "" && !goal.proofs.includes(Number(filter.driver))) return false;
-    return filter.words.every((word) => goal.words.includes(word));
+  function matching() {
+    const words = filter.text.toLowerCase().split(/\s+/).filter(Boolean);
+    const [role, driver] = filter.by.split(":");
+    return goals.filter((goal) =>
+      (!filter.statuses.size || filter.statuses.has(goal.status)) &&
+      (filter.obligation === null || goal.obligation === filter.obligation) &&
+      (!filter.single || goal.only !== null) &&
+      (!filter.by || ROLES[role].is(goal, Number(driver))) &&
+      words.every((word) => goal.words.includes(word)));
   }
 
   const COMPARE = {
     goal: (a, b) => tiles[a.obligation].rank - tiles[b.obligation].rank || a.n - b.n,
     status: (a, b) => RANK[a.status] - RANK[b.status],
-    proof: (a, b) => collator.compare(a.by || a.own || "\uffff", b.by || b.own || "\uffff"),
+    proof: (a, b) => collator.compare(a.by || a.own || a.against || "\uffff", b.by || b.own || b.against || "\uffff"),
   };
 
   function update() {
-    shown = goals.filter(matches);
-    if (sorting.by) {
-      const compare = COMPARE[sorting.by];
-      const sign = sorting.down ? -1 : 1;
-      shown.sort((a, b) => sign * compare(a, b) || a.index - b.index);
+    shown = matching();
+    if (filter.sort !== "file") {
+      const sign = filter.down ? -1 : 1;
+      shown.sort((a, b) => sign * COMPARE[filter.sort](a, b) || a.index - b.index);
     }
     byId("count").textContent = shown.length === goals.length ? plural(goals.length, "goal")
       : `${number(shown.length)} of ${plural(goals.length, "goal")}`;
     byId("reset").hidden = shown.length === goals.length;
     byId("scroller").scrollTop = 0;
     byId("table").setAttribute("aria-rowcount", shown.length + 1);
+    showFilter();
+    writeAddress();
     draw(true);
   }
 
@@ -217,69 +269,129 @@
     button.setAttribute("aria-pressed", on ? "true" : "false");
   }
 
-  function chooseObligation(index) {
-    if (filter.obligation !== null) press(tiles[filter.obligation].node, false);
-    filter.obligation = index;
+  // The controls say what the filter is, however it came about.
+  function showFilter() {
+    if (byId("search").value !== filter.text) byId("search").value = filter.text;
+    byId("driver").value = filter.by;
+    document.querySelectorAll("[data-status]").forEach((chip) => press(chip, filter.statuses.has(Number(chip.dataset.status))));
+    press(byId("alone"), filter.single);
+    document.querySelectorAll(".tile[aria-pressed=true]").forEach((tile) => press(tile, false));
     const chip = byId("obligation");
-    chip.hidden = index === null;
-    press(chip, true);
-    if (index !== null) {
-      chip.textContent = `${tiles[index].tag} ×`;
-      chip.setAttribute("aria-label", `Only ${tiles[index].tag}: remove this filter`);
-      press(tiles[index].node, true);
+    chip.hidden = filter.obligation === null;
+    press(chip, !chip.hidden);
+    if (!chip.hidden) {
+      const tile = tiles[filter.obligation];
+      chip.textContent = `${tile.tag} ×`;
+      chip.setAttribute("aria-label", `Only ${tile.tag}: remove this filter`);
+      press(tile.node, true);
     }
-    update();
+    for (const head of document.querySelectorAll("th[data-sort]")) {
+      head.removeAttribute("aria-sort");
+      if (head.dataset.sort === filter.sort) head.setAttribute("aria-sort", filter.down ? "descending" : "ascending");
+    }
+    byId("obligation-order").value = filter.order;
+  }
+
+  function makeDriverFilter() {
+    const drivers = byId("driver");
+    drivers.append(element("option", { value: "" }, "Any driver"));
+    for (const role of ROLE_NAMES) {
+      data.drivers.forEach((name, driver) => drivers.append(element("option", { value: `${role}:${driver}` },
+        `${ROLES[role].label} ${name} (${number(countOf[driver][role])})`)));
+    }
   }
 
   function makeStatusChips() {
     for (const status of STATUSES) {
-      const count = data.totals[status.key];
-      if (!count) continue;
+      if (!data.totals[status.key]) continue;
       const chip = element("button", { type: "button", class: "chip", "aria-pressed": "false", "data-status": status.id },
         element("span", { class: `dot s${status.id}` }), status.name);
       chip.addEventListener("click", () => {
-        const on = !filter.statuses.has(status.id);
-        if (on) filter.statuses.add(status.id); else filter.statuses.delete(status.id);
-        press(chip, on);
+        if (!filter.statuses.delete(status.id)) filter.statuses.add(status.id);
         update();
       });
       byId("statuses").append(chip);
     }
   }
 
+  // A control changes the filter, and the page follows.
+  function bind(id, event, change) {
+    byId(id).addEventListener(event, () => { change(byId(id).value); update(); });
+  }
+
+  // A column sorts upwards, then downwards, then no more.
+  function sortBy(column) {
+    const order = filter.sort !== column ? [column, false] : filter.down ? ["file", false] : [column, true];
+    [filter.sort, filter.down] = order;
+    update();
+  }
+
   function makeFilters() {
     makeStatusChips();
-    const drivers = byId("driver");
-    drivers.append(element("option", { value: "" }, "Any driver"));
-    data.drivers.forEach((name, i) => drivers.append(element("option", { value: i }, name)));
-    drivers.addEventListener("change", () => { filter.driver = drivers.value; update(); });
-    byId("search").addEventListener("input", () => {
-      filter.words = byId("search").value.toLowerCase().split(/\s+/).filter(Boolean);
-      update();
-    });
-    byId("alone").addEventListener("click", () => {
-      filter.alone = !filter.alone;
-      press(byId("alone"), filter.alone);
-      update();
-    });
-    byId("obligation").addEventListener("click", () => chooseObligation(null));
-    byId("reset").addEventListener("click", () => {
-      Object.assign(filter, { words: [], driver: "", alone: false });
-      filter.statuses.clear();
-      byId("search").value = "";
-      drivers.value = "";
-      document.querySelectorAll(".filters [aria-pressed]").forEach((chip) => press(chip, false));
-      chooseObligation(null);
-    });
-    for (const head of document.querySelectorAll("th[data-sort]")) {
-      head.firstChild.addEventListener("click", () => {
-        sorting.down = sorting.by === head.dataset.sort && !sorting.down;
-        sorting.by = head.dataset.sort;
-        document.querySelectorAll("th[aria-sort]").forEach((other) => other.removeAttribute("aria-sort"));
-        head.setAttribute("aria-sort", sorting.down ? "descending" : "ascending");
-        update();
-      });
+    makeDriverFilter();
+    bind("driver", "change", (value) => { filter.by = value; });
+    bind("search", "input", (value) => { filter.text = value; });
+    bind("alone", "click", () => { filter.single = !filter.single; });
+    bind("obligation", "click", () => { filter.obligation = null; });
+    bind("reset", "click", () => Object.assign(filter, unfiltered()));
+    bind("obligation-order", "change", (value) => { filter.order = value; showTiles(); });
+    for (const head of document.querySelectorAll("th[data-sort]"))
+      head.firstChild.addEventListener("click", () => sortBy(head.dataset.sort));
+  }
+
+  // ---- The address holds the filter, so that a view can be linked. Drivers and obligations stand
+  // there by name: a later page of the same component may number them differently.
+
+  function addressOfFilter() {
+    const params = new URLSearchParams();
+    const set = (name, value) => { if (value) params.set(name, value); };
+    set("q", filter.text);
+    set("status", STATUSES.filter((s) => filter.statuses.has(s.id)).map((s) => s.key).join());
+    const [role, driver] = filter.by.split(":");
+    set("by", filter.by && `${role}:${data.drivers[driver]}`);
+    set("single", filter.single && "1");
+    if (filter.obligation !== null) {
+      const { tag, index } = tiles[filter.obligation];
+      params.set("obligation", tag);
+      set("nth", tiles.filter((tile) => tile.tag === tag && tile.index < index).length); // of those with this tag
     }
+    set("sort", (filter.sort !== "status" || !filter.down) && (filter.down ? "-" : "") + filter.sort);
+    set("order", filter.order !== "open" && filter.order);
+    return params.toString();
+  }
+
+  function writeAddress() {
+    const address = addressOfFilter();
+    if (address === location.hash.slice(1)) return;
+    try {
+      history.replaceState(null, "", `#${address}`);
+    } catch (error) {
+      // Some browsers allow only so many changes in a time; the next one writes this one, too.
+    }
+  }
+
+  // Takes the filter from the address. What is not known there any more is left out.
+  function readAddress() {
+    const params = new URLSearchParams(location.hash.slice(1));
+    const get = (name) => params.get(name) || "";
+    const [, role, name] = get("by").match(/^(\w+):(.*)$/s) || [];
+    const driver = data.drivers.indexOf(name);
+    const tagged = tiles.filter((tile) => tile.tag === params.get("obligation"));
+    const tile = tagged[Number(get("nth"))];
+    const [, down, column] = get("sort").match(/^(-?)(goal|status|proof|file)$/) || ["", "-", "status"];
+    const keys = get("status").split(",");
+    Object.assign(filter, {
+      text: get("q"),
+      statuses: new Set(STATUSES.filter((s) => keys.includes(s.key)).map((s) => s.id)),
+      by: ROLE_NAMES.includes(role) && driver >= 0 ? `${role}:${driver}` : "",
+      single: get("single") === "1",
+      obligation: tile ? tile.index : null,
+      sort: column, down: down === "-",
+      order: Object.keys(ORDERS).includes(get("order")) ? get("order") : "open",
+    });
+    showTiles();
+    update();
+    if (shown.length < goals.length) byId("goals").scrollIntoView();
   }
 
   // ---- The table: only the rows in view are in the document, but all of them on paper.
@@ -291,8 +403,9 @@
     const cell = element("td", { class: "c-proof", role: "cell" });
     if (goal.own) cell.append(element("span", { class: "own" }, `own ${goal.own}`), goal.by ? ", " : "");
     cell.append(goal.by);
+    if (goal.against) cell.append(goal.by || goal.own ? ", " : "", element("span", { class: "against" }, goal.against));
     if (goal.rest) cell.append(" ", element("span", { class: "uncounted" }, `(not counted: ${goal.rest})`));
-    if (goal.only) cell.append(element("span", { class: "only", title: "No other driver has proved this goal" }, "alone"));
+    if (goal.only !== null) cell.append(element("span", { class: "only", title: "No other driver has proved this goal" }, "alone"));
     cell.title = cell.textContent;
     return cell;
   }
@@ -333,12 +446,12 @@
   tiles.forEach(makeTile);
   showTotals();
   showMechanisms();
-  showTiles();
   makeFilters();
-  byId("obligation-order").addEventListener("change", showTiles);
   byId("scroller").addEventListener("scroll", () => draw(false), { passive: true });
   window.addEventListener("resize", () => draw(true));
   window.addEventListener("beforeprint", () => draw(true, true));
   window.addEventListener("afterprint", () => draw(true));
-  update();
+  // The link that skips to the table changes the address as well.
+  window.addEventListener("hashchange", () => { if (location.hash !== "#goals") readAddress(); });
+  readAddress();
 })();
