@@ -215,21 +215,6 @@ appeared     new.1              ->  Proved
     case.run("diff", "old.pos", "less.pos")  # a goal that is no more is no proof lost
 
 
-@rows("args, open", {"usually": ([], "skipped"), "failing": (["--unproved=failed"], "failure")})
-def test_junit(comp, args, open):
-    comp.run("report", "--junit", *args, "-o", "out.xml", "comp.pos", out="")
-    text = comp.run("report", "--junit", *args, "comp.pos").out.decode()
-    assert comp.path("out.xml").read_text() == text
-    root = ET.fromstring(text)
-    for node in [root, *root.iter("testsuite")]:
-        assert [len(list(node.iter(tag))) for tag in ("testcase", "failure", "skipped")] == [
-            int(node.get(name)) for name in ("tests", "failures", "skipped")]
-    assert {c.get("name"): next((o.tag for o in c if o.tag != "system-out"), "passed")
-            for c in root.iter("testcase")} == {
-        "init.1.1": "passed", "init.1.2": "passed", "open.2.1": "passed", "open.2.2": open,
-        "open.2.3": "failure", "open.2.4": open}
-
-
 @rows("args, line", {line: (args.split(), line) for args, line in {
     "": "command is missing",
     "stats --json --csv comp.pos": "either --json or --csv",

@@ -42,5 +42,5 @@ int commands::report(const options_t &options) {
   const std::vector<goal_t> goals = goalsOf(document);
   if (options.html)
     return finishReport(options, htmlPage(options.file(), goals, statsOf(document, goals)));
-  return finishReport(options, junitReport(options.file(), goals, options.unprovedFails));
+  return finishReport(options, junitReport(options.file(), document, goals, options.unprovedFails));
 }

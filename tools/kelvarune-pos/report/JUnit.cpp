@@ -1,11 +1,14 @@
 // The goals as a test run, for CI servers that know nothing else: an obligation is a suite, a goal
-// a case. An unreliable proof is no pass; it shows as an unproved goal does, and says why.
+// a case. An unreliable proof is no pass; it shows as an unproved goal does. What did not pass says
+// which driver concluded what. Servers check reports against a schema, so there is nothing in them
+// that its strictest version does not know.
 
 #include "report/JUnit.h"
 
 #include "front/Utils.h"
 #include "output/Words.h"
 #include "text/Literals.h"
+#include "xml/XmlFile.h"
 
 #include <QXmlStreamWriter>
 
@@ -15,7 +18,13 @@ using namespace kelvarune;
 
 namespace {
 
-using goals_t = std::vector<goal_t>;
+/// A goal as the model and as the document have it.
+struct case_t {
+  goal_t goal;
+  QDomElement element;
+};
+
+using cases_t = std::vector<case_t>;
 
 // XML has no place for control characters, not even escaped.
 QString xmlText(QString text) {
@@ -27,6 +36,50 @@ QString xmlText(QString text) {
   return text;
 }
 
+bool disproves(const goal_t &goal, const driver_name_t &name) {
+  return std::any_of(
+      goal.disprovedBy.begin(), goal.disprovedBy.end(),
+      [&name](const driver_name_t &driver) { return !(driver < name) && !(name < driver); });
+}
+
+/// The drivers that left this status and no verdict on which the goal's rests.
+std::vector<driver_name_t> driversWith(pos::status_t status, const case_t &testCase) {
+  std::vector<driver_name_t> found;
+  for (const QDomElement &mechanism : xml::children(testCase.element, pos::TAG_MECHANISM)) {
+    for (const QDomElement &driver : xml::children(mechanism, pos::TAG_DRIVER)) {
+      const driver_name_t name = {mechanism.attribute(pos::ATTR_NAME),
+                                  driver.attribute(pos::ATTR_NAME)};
+      if (pos::statusOf(driver) == status && !disproves(testCase.goal, name))
+        found.push_back(name);
+    }
+  }
+  return found;
+}
+
+/// What was concluded on a goal, and by whom: a line for each verdict.
+QString verdictsOf(const case_t &testCase) {
+  const auto &[goal, element] = testCase;
+  QStringList lines;
+  const auto add = [&lines](const QString &verdict, const std::vector<driver_name_t> &drivers) {
+    if (!drivers.empty())
+      lines.append(verdict + namesOf(drivers, ", "_s));
+  };
+  if (goal.provedByItself)
+    lines.append("Proved by own "_s + goal.proofState);
+  const QString iapa = element.firstChildElement(pos::TAG_IAPA)
+                           .firstChildElement(pos::TAG_STATUS)
+                           .attribute(pos::ATTR_VALUE);
+  if (!iapa.isEmpty())
+    lines.append("iapa: "_s + iapa);
+  add("Disproved by "_s, goal.disprovedBy);
+  add("Proved by "_s, goal.provedBy);
+  add("Proved, but not counted: "_s, goal.uncountedProofs);
+  add("Disproved, but not counted: "_s, driversWith(pos::DISPROVED, testCase));
+  add("Unknown: "_s, driversWith(pos::UNKNOWN, testCase));
+  add("Unproved: "_s, driversWith(pos::UNPROVED, testCase));
+  return lines.join(QLatin1Char('\n'));
+}
+
 /// Writes one report.
 class JUnitWriter {
 public:
@@ -34,15 +87,15 @@ public:
       : xml(&bytes), unprovedFails(unprovedFails),
         component(xmlText(QString::fromStdString(baseNameOfPath(path.toStdString())))) {}
 
-  void write(const goals_t &goals) {
+  void write(const cases_t &cases) {
     xml.setAutoFormatting(true);
     xml.writeStartDocument();
     xml.writeStartElement("testsuites"_s);
     xml.writeAttribute("name"_s, component);
-    writeCounts(goals.begin(), goals.end());
-    for (auto first = goals.begin(); first != goals.end();) {
-      const auto last = std::find_if(first, goals.end(), [first](const goal_t &goal) {
-        return goal.place.obligation != first->place.obligation;
+    writeCounts(cases.begin(), cases.end());
+    for (auto first = cases.begin(); first != cases.end();) {
+      const auto last = std::find_if(first, cases.end(), [first](const case_t &other) {
+        return other.goal.place.obligation != first->goal.place.obligation;
       });
       writeSuite(first, last);
       first = last;
@@ -51,51 +104,51 @@ public:
   }
 
 private:
-  bool isFailed(const goal_t &goal) const {
-    return goal.status == pos::DISPROVED || (unprovedFails && goal.status != pos::PROVED);
+  bool isFailed(const case_t &c) const {
+    return c.goal.status == pos::DISPROVED || (unprovedFails && c.goal.status != pos::PROVED);
   }
-  bool isSkipped(const goal_t &goal) const { return goal.status != pos::PROVED && !isFailed(goal); }
+  bool isSkipped(const case_t &c) const { return c.goal.status != pos::PROVED && !isFailed(c); }
 
-  void writeCounts(goals_t::const_iterator first, goals_t::const_iterator last) {
-    const auto failed = std::count_if(first, last, [this](const goal_t &g) { return isFailed(g); });
-    const auto skipped =
-        std::count_if(first, last, [this](const goal_t &g) { return isSkipped(g); });
+  void writeCounts(cases_t::const_iterator first, cases_t::const_iterator last) {
+    const auto failed = std::count_if(first, last, [this](const case_t &c) { return isFailed(c); });
     xml.writeAttribute("tests"_s, QString::number(last - first));
     xml.writeAttribute("failures"_s, QString::number(failed));
     xml.writeAttribute("errors"_s, "0"_s);
-    xml.writeAttribute("skipped"_s, QString::number(skipped));
     xml.writeAttribute("time"_s, "0"_s);
   }
 
-  void writeSuite(goals_t::const_iterator first, goals_t::const_iterator last) {
+  void writeSuite(cases_t::const_iterator first, cases_t::const_iterator last) {
+    const auto skipped =
+        std::count_if(first, last, [this](const case_t &c) { return isSkipped(c); });
     xml.writeStartElement("testsuite"_s);
-    xml.writeAttribute("name"_s, xmlText(first->place.tag));
+    xml.writeAttribute("name"_s, xmlText(first->goal.place.tag));
     writeCounts(first, last);
-    std::for_each(first, last, [this](const goal_t &goal) { writeCase(goal); });
+    xml.writeAttribute("skipped"_s, QString::number(skipped)); // not known of the whole: wanted
+    std::for_each(first, last, [this](const case_t &c) { writeCase(c); });
     xml.writeEndElement();
   }
 
-  void writeCase(const goal_t &goal) {
+  void writeCase(const case_t &c) {
     xml.writeStartElement("testcase"_s);
-    xml.writeAttribute("classname"_s, component + QLatin1Char('.') + xmlText(goal.place.tag));
-    xml.writeAttribute("name"_s, textOf(goal.place));
+    xml.writeAttribute("classname"_s, component + QLatin1Char('.') + xmlText(c.goal.place.tag));
+    xml.writeAttribute("name"_s, textOf(c.goal.place));
     xml.writeAttribute("time"_s, "0"_s);
-    if (isSkipped(goal))
-      writeOutcome("skipped"_s, goal);
-    if (isFailed(goal))
-      writeOutcome("failure"_s, goal);
-    const QString proofs = proofsOf(goal);
-    if (!proofs.isEmpty())
+    const QString proofs = proofsOf(c.goal);
+    if (isSkipped(c))
+      writeOutcome("skipped"_s, c);
+    else if (isFailed(c))
+      writeOutcome("failure"_s, c);
+    else if (!proofs.isEmpty())
       xml.writeTextElement("system-out"_s, xmlText(proofs));
     xml.writeEndElement();
   }
 
-  void writeOutcome(const QString &element, const goal_t &goal) {
-    const QString status = pos::strOfProofStatus(goal.status);
+  void writeOutcome(const QString &element, const case_t &c) {
+    const QString status = pos::strOfProofStatus(c.goal.status);
     xml.writeStartElement(element);
-    xml.writeAttribute("message"_s, textOf(goal.place) + ": "_s + status);
-    if (element == "failure"_s)
-      xml.writeAttribute("type"_s, status);
+    xml.writeAttribute("type"_s, status);
+    xml.writeAttribute("message"_s, xmlText(textOf(c.goal.place)) + ": "_s + status);
+    xml.writeCharacters(xmlText(verdictsOf(c)));
     xml.writeEndElement();
   }
 
@@ -106,8 +159,13 @@ private:
 
 } // namespace
 
-QByteArray junitReport(const QString &path, const goals_t &goals, bool unprovedFails) {
+QByteArray junitReport(const QString &path, const QDomDocument &document,
+                       const std::vector<goal_t> &goals, bool unprovedFails) {
+  cases_t cases;
+  const std::vector<pos::goal_t> elements = pos::goalsOf(document);
+  for (std::size_t i = 0; i < goals.size(); ++i)
+    cases.push_back({goals[i], elements[i].element});
   QByteArray bytes;
-  JUnitWriter(bytes, path, unprovedFails).write(goals);
+  JUnitWriter(bytes, path, unprovedFails).write(cases);
   return bytes;
 }

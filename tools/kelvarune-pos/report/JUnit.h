@@ -5,8 +5,10 @@
 
 #include <QByteArray>
 
-/// The goals of the POS file at `path` as JUnit XML. A goal without a reliable proof is skipped, or
-/// failed when `unprovedFails`.
-QByteArray junitReport(const QString &path, const std::vector<goal_t> &goals, bool unprovedFails);
+/// The goals of the POS file at `path`, which is `document`, as JUnit XML. A goal without a
+/// reliable proof is skipped, or failed when `unprovedFails`; its case then says what each driver
+/// concluded.
+QByteArray junitReport(const QString &path, const QDomDocument &document,
+                       const std::vector<goal_t> &goals, bool unprovedFails);
 
 #endif
