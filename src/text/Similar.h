@@ -6,23 +6,30 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 namespace kelvarune {
 
-/// How many characters must be inserted, removed or replaced to make one text of the other
-/// (Levenshtein). Upper and lower case are the same.
+/// How many characters must be inserted, removed, replaced or exchanged with their neighbour to
+/// make one text of the other. Upper and lower case are the same.
 inline int editDistance(const QString &from, const QString &to) {
+  const auto same = [&](int i, int j) { return from[i].toLower() == to[j].toLower(); };
+  // Rows of the table of distances between beginnings: for i - 2, i - 1 and i characters of `from`.
+  std::vector<int> oldest;
+  std::vector<int> previous;
   std::vector<int> row(static_cast<std::size_t>(to.size()) + 1);
   std::iota(row.begin(), row.end(), 0);
   for (int i = 0; i < from.size(); ++i) {
-    int diagonal = row[0]++;
+    oldest = std::move(previous);
+    previous = row;
+    row[0] = i + 1;
     for (int j = 0; j < to.size(); ++j) {
-      int &cell = row[static_cast<std::size_t>(j) + 1];
-      const bool same = from[i].toLower() == to[j].toLower();
-      const int changed = diagonal + (same ? 0 : 1);
-      diagonal = cell;
-      cell = std::min({changed, cell + 1, row[static_cast<std::size_t>(j)] + 1});
+      const auto at = static_cast<std::size_t>(j);
+      row[at + 1] =
+          std::min({previous[at] + (same(i, j) ? 0 : 1), previous[at + 1] + 1, row[at] + 1});
+      if (i > 0 && j > 0 && same(i, j - 1) && same(i - 1, j))
+        row[at + 1] = std::min(row[at + 1], oldest[at - 1] + 1);
     }
   }
   return row.back();
