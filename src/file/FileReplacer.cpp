@@ -5,6 +5,7 @@
 
 #include "file/Identity.h"
 #include "file/Io.h"
+#include "file/NumberedBackups.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -79,6 +80,20 @@ int copyContent(int from, int to) {
             writePieces(to, {QByteArray::fromRawData(buffer.data(), static_cast<int>(length))}))
       return error;
   }
+}
+
+int giveAnyName(const std::string &path, const std::string &name) {
+  return ::rename(path.c_str(), name.c_str()) == 0 ? 0 : errno;
+}
+
+// As giveAnyName; EEXIST when something has that name.
+int giveNewName(const std::string &path, const std::string &name) {
+  if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE) == 0)
+    return 0;
+  if (errno != EINVAL && errno != ENOSYS)
+    return errno;
+  // This file system cannot tell. Nobody else gives such names but a second run at the same time.
+  return ::access(name.c_str(), F_OK) == 0 ? EEXIST : giveAnyName(path, name);
 }
 
 } // namespace
@@ -203,7 +218,7 @@ result_t FileReplacer::writeInPlace(const Descriptor &file, const struct stat &s
 foreign_t FileReplacer::keepForeign(const std::string &source, int &error) {
   if (std::exchange(hasBackup, true))
     return foreign_t::NONE;
-  error = keep(source);
+  error = keep(source, target + "~");
   hasBackup = !isDiskError(error); // the next replacement tries again
   return error == 0 ? foreign_t::KEPT : foreign_t::LOST;
 }
@@ -212,14 +227,25 @@ result_t FileReplacer::keepBackup() {
   const Descriptor source = openFile(target, O_RDONLY | O_NONBLOCK);
   if (!source.isOpen())
     return notWritable(errno);
-  const int error = keep(target);
+  const int error = keep(target, target + "~");
   hasBackup = hasBackup || error == 0;
   return error == 0 ? result_t{outcome_t::DONE, 0} : failed(error);
 }
 
-// Copies a file to the target's name followed by "~". 0, or the error number.
-int FileReplacer::keep(const std::string &source) {
-  const std::string backup = target + "~";
+result_t FileReplacer::keepNumberedBackup(std::string &backup) {
+  const std::vector<int> numbers = numbersOfBackups(target);
+  int number = numbers.empty() ? 0 : numbers.back();
+  int error = 0;
+  do { // again where another program has just taken the name
+    backup = numberedBackup(target, ++number);
+    error = keep(target, backup, true);
+  } while (error == EEXIST);
+  hasBackup = hasBackup || error == 0;
+  return error == 0 ? result_t{outcome_t::DONE, 0} : failed(error);
+}
+
+// Copies a file to the path `backup`. 0, or the error number.
+int FileReplacer::keep(const std::string &source, const std::string &backup, bool isNew) {
   const Descriptor from = openFile(source, O_RDONLY | O_NONBLOCK);
   struct stat status;
   if (!from.isOpen() || ::fstat(from.get(), &status) != 0)
@@ -230,8 +256,10 @@ int FileReplacer::keep(const std::string &source) {
   if (const int error = copyContent(from.get(), copy.file.get()))
     return error;
   copyIdentity(from.get(), status, copy.file.get()); // else it stays private
-  if (::fdatasync(copy.file.get()) != 0 || ::rename(copy.path.c_str(), backup.c_str()) != 0)
+  if (::fdatasync(copy.file.get()) != 0)
     return errno;
+  if (const int error = isNew ? giveNewName(copy.path, backup) : giveAnyName(copy.path, backup))
+    return error;
   copy.letGo();
   return flushName(backup, copy.file.get());
 }

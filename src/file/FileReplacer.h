@@ -71,12 +71,16 @@ public:
   /// can be read by its owner only.
   result_t keepBackup();
 
+  /// As keepBackup, but to a new name: of the numbered copies (see NumberedBackups.h) the one after
+  /// the latest. `backup` becomes its path. Nothing that is there is replaced.
+  result_t keepNumberedBackup(std::string &backup);
+
   /// Removes the spare, as destruction does, for programs that end without it.
   void removeSpare();
 
 private:
   result_t notWritable(int error) const;
-  int keep(const std::string &source);
+  int keep(const std::string &source, const std::string &backup, bool isNew = false);
   foreign_t keepForeign(const std::string &source, int &error);
   result_t replaceContent(const pieces_t &pieces, Descriptor old, const struct stat &status,
                           const std::string &resolved);
