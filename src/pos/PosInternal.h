@@ -47,6 +47,11 @@ kelvarune::xml::read_result_t visitPartsOfFile(
 /// read, without a root element (and not null) when it is not well-formed.
 QDomDocument domOfPath(const std::string &path);
 
+// ---- Edits.cpp
+
+/// Resets the verdict of `mechanism` when it rested on a driver that says `said` no longer.
+void followDriver(const QDomElement &mechanism, status_t said);
+
 // ---- pos.cpp
 
 /// As for a QDomElement; see Goals.h.
