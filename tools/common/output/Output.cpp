@@ -85,6 +85,16 @@ QString counted(int number, const char *noun) {
          (number == 1 ? QString() : "s"_s);
 }
 
+QString share(int number, int total) {
+  if (total == 0)
+    return QString();
+  const int nearest = static_cast<int>((qint64(2000) * number + total) / (qint64(2) * total));
+  const int least = number == 0 ? 0 : 1;
+  const int most = number == total ? 1000 : 999;
+  const int tenths = std::clamp(nearest, least, most);
+  return "%1.%2 %"_s.arg(tenths / 10).arg(tenths % 10);
+}
+
 QByteArray csvRecord(const QStringList &fields) {
   QStringList quoted;
   for (const QString &field : fields)

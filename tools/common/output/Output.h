@@ -31,6 +31,10 @@ QString placed(const QString &path, int line, int column);
 /// `number` and the noun, in the plural unless there is one: "3 goals".
 QString counted(int number, const char *noun);
 
+/// How much of `total` that is: "1.7 %". Rounded to the nearest tenth, but nothing is "100.0 %"
+/// before the last one nor "0.0 %" from the first one on; empty when `total` is 0.
+QString share(int number, int total);
+
 /// One record of RFC 4180: fields quoted where they must be, CR LF at the end.
 QByteArray csvRecord(const QStringList &fields);
 

@@ -37,6 +37,45 @@ QString linesOf(const std::vector<pos::fault_t> &findings, const QString &path) 
   return text;
 }
 
+/// A goal that is not proved. Its status may be a text without meaning.
+struct unproved_t {
+  pos::goal_t goal;
+  QString status;
+};
+
+std::vector<unproved_t> unprovedOf(const std::vector<pos::goal_t> &goals) {
+  const auto &known = pos::proofStatusOfAttrValue_dict();
+  std::vector<unproved_t> unproved;
+  for (const pos::goal_t &goal : goals) {
+    const QString text = goal.element.attribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+    const auto status = known.find(text);
+    if (status == known.end() || status->second != pos::PROVED)
+      unproved.push_back({goal, text});
+  }
+  return unproved;
+}
+
+QJsonArray jsonOfUnproved(const std::vector<unproved_t> &unproved) {
+  QJsonArray array;
+  for (const auto &[goal, status] : unproved) {
+    QJsonObject object = jsonOf(goal.place);
+    object["line"_s] = goal.element.lineNumber();
+    object["column"_s] = goal.element.columnNumber();
+    object["status"_s] = status;
+    array.append(object);
+  }
+  return array;
+}
+
+QString linesOf(const std::vector<unproved_t> &unproved, const QString &path) {
+  QString text;
+  for (const auto &[goal, status] : unproved)
+    text += placed(shown(path), goal.element.lineNumber(), goal.element.columnNumber()) +
+            coloured({textOf(goal.place), "33"}) + ": not proved: "_s + shown(status) +
+            QLatin1Char('\n');
+  return text;
+}
+
 } // namespace
 
 int commands::check(const options_t &options) {
@@ -47,13 +86,23 @@ int commands::check(const options_t &options) {
     refuse(options.file(), findings);
     return EXIT_REFUSED;
   }
-  const int total = static_cast<int>(pos::goalsOf(document).size());
-  const int status = findings.empty() ? EXIT_DONE : EXIT_FOUND;
-  if (options.json)
-    return finishJson("check", options.file(),
-                      {{"goals"_s, total}, {"violations"_s, violationsOf(findings)}}, status);
+  const std::vector<pos::goal_t> goals = pos::goalsOf(document);
+  const int total = static_cast<int>(goals.size());
+  const std::vector<unproved_t> unproved =
+      options.mustBeProved ? unprovedOf(goals) : std::vector<unproved_t>();
+  const int status = findings.empty() && unproved.empty() ? EXIT_DONE : EXIT_FOUND;
+  if (options.json) {
+    QJsonObject json = {{"goals"_s, total}, {"violations"_s, violationsOf(findings)}};
+    if (options.mustBeProved)
+      json["notProved"_s] = jsonOfUnproved(unproved);
+    return finishJson("check", options.file(), json, status);
+  }
+  const QString notProved =
+      options.mustBeProved ? ", %1 not proved"_s.arg(unproved.size()) : QString();
   const QString summary = shown(options.file()) + ": "_s + counted(total, "goal") + ", "_s +
-                          counted(static_cast<int>(findings.size()), "violation") +
+                          counted(static_cast<int>(findings.size()), "violation") + notProved +
                           QLatin1Char('\n');
-  return finish((linesOf(findings, options.file()) + summary).toUtf8(), status);
+  return finish(
+      (linesOf(findings, options.file()) + linesOf(unproved, options.file()) + summary).toUtf8(),
+      status);
 }

@@ -8,11 +8,14 @@ struct options_t;
 namespace commands {
 
 int list(const options_t &options);    // List.cpp
+int show(const options_t &options);    // ShowGoal.cpp
 int stats(const options_t &options);   // ShowStats.cpp
 int goals(const options_t &options);   // ShowGoals.cpp
 int check(const options_t &options);   // Check.cpp
 int unprove(const options_t &options); // Rewrite.cpp
 int remove(const options_t &options);  // Rewrite.cpp
+int restore(const options_t &options); // Restore.cpp
+int merge(const options_t &options);   // Merge.cpp
 int diff(const options_t &options);    // Diff.cpp
 int report(const options_t &options);  // Report.cpp
 

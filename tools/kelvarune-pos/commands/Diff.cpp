@@ -52,6 +52,21 @@ std::vector<cell_t> rowOf(const difference_t &difference, const kind_name_t &kin
           status(difference.after)};
 }
 
+bool isProved(const goal_t &goal) {
+  return goal.status == pos::PROVED || goal.status == pos::UNRELIABLY_PROVED;
+}
+
+std::vector<difference_t> differencesFor(const options_t &options,
+                                         const std::vector<goal_t> &before,
+                                         const std::vector<goal_t> &after) {
+  std::vector<difference_t> found = differences(before, after);
+  for (difference_t &difference : found) {
+    if (options.missingIsLost && !difference.after && isProved(*difference.before))
+      difference.kind = difference_kind_t::LOST;
+  }
+  return found;
+}
+
 } // namespace
 
 int commands::diff(const options_t &options) {
@@ -59,7 +74,7 @@ int commands::diff(const options_t &options) {
   std::vector<goal_t> after;
   if (!readGoals(options.files[0], before) || !readGoals(options.files[1], after))
     return EXIT_REFUSED;
-  const std::vector<difference_t> found = differences(before, after);
+  const std::vector<difference_t> found = differencesFor(options, before, after);
 
   QJsonObject json = {{"oldFile"_s, options.files[0]}};
   Table table("lllll");

@@ -16,25 +16,65 @@ using commandline::refuse;
 const commandline::program_t &program() {
   static const commandline::program_t table = {
       "COMMAND [options] FILE",
-      "Shows, checks and resets proof obligation status files.",
+      "Shows, checks, resets and merges proof obligation status files.",
       {{"list", "FILE", {"json"}, "The registered mechanisms and their drivers."},
-       {"stats", "FILE", {"json", "csv"}, "Totals, then a row per mechanism and driver."},
+       {"show", "FILE TAG.N...", {"json"}, "All that is known of these goals."},
+       {"stats", "FILE...", {"json", "csv"}, "Totals, then a row per mechanism and driver."},
        {"goals", "FILE", {"status", "tag", "json", "csv"}, "A row per goal."},
-       {"check", "FILE", {"json"}, "Goals whose status does not follow from their parts."},
-       {"unprove", "FILE", {"dry-run"}, "Resets all results of mechanisms."},
-       {"remove", "NAME FILE", {"dry-run"}, "Drops the mechanism NAME and its results."},
-       {"diff", "OLD NEW", {"json"}, "Goals gained, lost, appeared, disappeared."},
+       {"check",
+        "FILE",
+        {"proved", "json"},
+        "Goals whose status does not follow from their parts.",
+        "Exits with 1 when there is one or, with --proved, a goal that is not proved."},
+       {"unprove",
+        "FILE",
+        {"status", "mechanism", "driver", "tag", "goal", "dry-run"},
+        "Resets results of mechanisms.",
+        "Without a selection all of them. With one only the verdicts that match all of it:\n"
+        "those of mechanisms or, with --driver, of drivers. The status of the goals follows.\n"
+        "The file as it was is kept as FILE.~N~; restore takes it back."},
+       {"remove",
+        "NAME FILE",
+        {"driver", "dry-run"},
+        "Drops the mechanism NAME, or one driver, and its results.",
+        "The file as it was is kept as FILE.~N~; restore takes it back."},
+       {"restore",
+        "FILE",
+        {"backup", "dry-run"},
+        "Takes back what unprove, remove and merge changed.",
+        "The file becomes as its latest copy FILE.~N~; as it was, it is kept as a new copy, so\n"
+        "that restoring again undoes that."},
+       {"merge",
+        "A B",
+        {"output", "force"},
+        "One file of two runs over the same goals.",
+        "Exits with 1 when a goal is proved in one and disproved in the other; the result has it\n"
+        "disproved."},
+       {"diff",
+        "OLD NEW",
+        {"missing-is-lost", "json"},
+        "Goals gained, lost, appeared, disappeared.",
+        "Exits with 1 when a proof was lost."},
        {"report", "FILE", {"html", "junit", "unproved", "output"}, "A page or a JUnit file."}},
       {{"json"_s, "Print JSON."_s},
        {"csv"_s, "Print CSV (RFC 4180)."_s},
-       {"status"_s, "Only goals of these statuses, with commas."_s, "LIST"_s},
+       {"status"_s,
+        "Only these statuses, with commas: proved, unreliablyproved, unproved, unknown, disproved."_s,
+        "LIST"_s},
        {"tag"_s, "Only obligations whose tag matches: * ? [...]."_s, "GLOB"_s},
+       {"goal"_s, "Only goal N of obligation TAG (may be repeated)."_s, "TAG.N"_s},
+       {"mechanism"_s, "Only this mechanism."_s, "NAME"_s},
+       {"driver"_s, "Only this driver."_s, "NAME"_s},
+       {"proved"_s, "Find what is not proved as well."_s},
+       {"missing-is-lost"_s, "A proved goal that disappeared is a proof lost."_s},
        {"dry-run"_s, "Say what would change, write nothing."_s},
+       {"backup"_s, "Take the copy FILE.~N~."_s, "N"_s},
+       {"force"_s, "Replace an output file that is there; it is kept as PATH.~N~."_s},
        {"html"_s, "One self-contained HTML page."_s},
        {"junit"_s, "JUnit XML."_s},
        {"unproved"_s, "JUnit: unproved goals are skipped or failed."_s, "AS"_s, "skipped"_s},
-       {{"o"_s, "output"_s}, "Write the report to this file."_s, "PATH"_s}},
-      "0 done; 1 check, diff: something was found; 2 usage, input or output."};
+       {{"o"_s, "output"_s}, "Write the result to this file."_s, "PATH"_s}},
+      "0 done; 1 check, diff, merge: something was found; 2 usage, input or output."};
   return table;
 }
 
@@ -69,9 +109,45 @@ parse_t checkReport(const given_t &given, options_t &options) {
   return parse_t::RUN;
 }
 
+parse_t readGoals(const QStringList &words, options_t &options) {
+  for (const QString &word : words) {
+    const std::optional<pos::goal_name_t> name = pos::goalNameOfStr(word);
+    if (!name)
+      return refuse("\""_s + word + "\" is no goal: give TAG.N, N counted from 1"_s,
+                    options.command);
+    options.goals.push_back(*name);
+  }
+  return parse_t::RUN;
+}
+
+parse_t readSelection(const given_t &given, options_t &options) {
+  options.tagGlob = given.value("tag");
+  if (given.has("tag") && options.tagGlob.isEmpty()) // perhaps of an unset variable
+    return refuse("--tag needs a pattern that is not empty"_s, options.command);
+  if (given.has("mechanism"))
+    options.mechanism = given.value("mechanism");
+  if (given.has("driver"))
+    options.driver = given.value("driver");
+  if (given.has("status") && readStatuses(given, options.statuses) != parse_t::RUN)
+    return parse_t::REFUSED;
+  return readGoals(given.values("goal"), options);
+}
+
+parse_t readBackup(const given_t &given, options_t &options) {
+  options.backup = given.value("backup").toInt(); // 0 for what is no number
+  if (given.has("backup") && options.backup < 1)
+    return refuse("--backup takes the number of a copy, from 1"_s, options.command);
+  return parse_t::RUN;
+}
+
 parse_t takeArguments(QStringList words, options_t &options) {
   if (options.command == "remove"_s)
-    options.name = words.takeFirst();
+    options.mechanism = words.takeFirst();
+  if (options.command == "show"_s) {
+    if (readGoals(words.mid(1), options) != parse_t::RUN)
+      return parse_t::REFUSED;
+    words = words.mid(0, 1);
+  }
   options.files = words;
   const QString dash = "-"_s;
   if (words.contains(dash) || options.outputPath == dash)
@@ -90,15 +166,19 @@ parse_t parseOptions(const QStringList &arguments, options_t &options) {
   options.json = given.has("json");
   options.csv = given.has("csv");
   options.dryRun = given.has("dry-run");
+  options.force = given.has("force");
+  options.mustBeProved = given.has("proved");
+  options.missingIsLost = given.has("missing-is-lost");
   options.html = given.has("html");
   options.junit = given.has("junit");
   options.outputPath = given.value("output");
-  options.tagGlob = given.value("tag");
   if (options.json && options.csv)
     return refuse("Give either --json or --csv"_s, options.command);
-  if (given.has("status") && readStatuses(given, options.statuses) != parse_t::RUN)
-    return parse_t::REFUSED;
+  if (options.command == "merge"_s && options.outputPath.isEmpty())
+    return refuse("Give the file of the result with --output"_s, options.command);
   if (options.command == "report"_s && checkReport(given, options) != parse_t::RUN)
+    return parse_t::REFUSED;
+  if (readSelection(given, options) != parse_t::RUN || readBackup(given, options) != parse_t::RUN)
     return parse_t::REFUSED;
   return takeArguments(given.arguments, options);
 }

@@ -2,24 +2,32 @@
 #define KELVARUNE_TOOLS_POS_COMMANDS_OPTIONS_H
 
 #include "commandline/CommandTable.h"
-#include "pos/pos.h"
+#include "pos/Goals.h"
 
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <set>
+#include <vector>
 
-/// What the command line asks for. Texts are as typed (UTF-8).
+/// What the command line asks for. Texts are as typed (UTF-8); what is empty sets no bounds.
 struct options_t {
   QString command;
-  QString name;                     ///< remove: the mechanism
-  QStringList files;                ///< one; for diff the old and the new one
-  QString outputPath;               ///< report: empty for standard output
-  QString tagGlob;                  ///< goals: empty for all
-  std::set<pos::status_t> statuses; ///< goals: empty for all
+  QStringList files;                     ///< one; for diff and merge two, for stats any number
+  QString outputPath;                    ///< report: empty for standard output; merge
+  QString tagGlob;                       ///< goals, unprove
+  std::set<pos::status_t> statuses;      ///< goals, unprove
+  std::vector<pos::goal_name_t> goals;   ///< show, unprove
+  std::optional<QString> mechanism = {}; ///< remove, unprove
+  std::optional<QString> driver = {};    ///< remove, unprove
+  int backup = 0;                        ///< restore: 0 for the latest
   bool json = false;
   bool csv = false;
   bool dryRun = false;
+  bool force = false;         ///< merge
+  bool mustBeProved = false;  ///< check
+  bool missingIsLost = false; ///< diff
   bool html = false;
   bool junit = false;
   bool unprovedFails = false; ///< report --junit

@@ -1,16 +1,13 @@
-// The reports, and where they go. Unlike the status file a report may be new, so it is written
-// through a temporary file that takes its name.
+// The reports, and where they go.
 
 #include "commands/Commands.h"
 #include "commands/Options.h"
 #include "commands/Reading.h"
+#include "commands/Saving.h"
 #include "output/Output.h"
 #include "report/HtmlPage.h"
 #include "report/JUnit.h"
 #include "text/Literals.h"
-
-#include <QFileInfo>
-#include <QSaveFile>
 
 using namespace kelvarune;
 
@@ -21,16 +18,11 @@ namespace {
 int finishReport(const options_t &options, const QByteArray &bytes) {
   if (options.outputPath.isEmpty())
     return finish(bytes);
-  const QString output = QFileInfo(options.outputPath).canonicalFilePath();
-  if (!output.isEmpty() && output == QFileInfo(options.file()).canonicalFilePath()) {
+  if (isSameFile(options.outputPath, options.file())) {
     complain(options.outputPath + ": is the status file itself, give another path"_s);
     return EXIT_REFUSED;
   }
-  QSaveFile file(options.outputPath);
-  if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
-    return EXIT_DONE;
-  complain(options.outputPath + ": cannot be written: "_s + file.errorString());
-  return EXIT_REFUSED;
+  return writeFile(options.outputPath, bytes) ? EXIT_DONE : EXIT_REFUSED;
 }
 
 } // namespace

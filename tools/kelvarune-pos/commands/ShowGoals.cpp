@@ -1,6 +1,7 @@
 // A row per goal, for people or for programs.
 
 #include "commands/Commands.h"
+#include "commands/Names.h"
 #include "commands/Options.h"
 #include "commands/Reading.h"
 #include "model/Goals.h"
@@ -9,8 +10,6 @@
 #include "output/Words.h"
 #include "text/Literals.h"
 
-#include <QRegExp>
-
 #include <algorithm>
 
 using namespace kelvarune;
@@ -18,10 +17,9 @@ using namespace kelvarune;
 namespace {
 
 std::vector<goal_t> selected(std::vector<goal_t> goals, const options_t &options) {
-  const QRegExp glob(options.tagGlob, Qt::CaseSensitive, QRegExp::WildcardUnix);
-  const auto isUnwanted = [&options, &glob](const goal_t &goal) {
+  const auto isUnwanted = [&options](const goal_t &goal) {
     return (!options.statuses.empty() && options.statuses.count(goal.status) == 0) ||
-           (!options.tagGlob.isEmpty() && !glob.exactMatch(goal.place.tag));
+           !matchesTag(goal.place, options.tagGlob);
   };
   goals.erase(std::remove_if(goals.begin(), goals.end(), isUnwanted), goals.end());
   return goals;
@@ -43,16 +41,8 @@ QByteArray csvOf(const std::vector<goal_t> &goals) {
 
 QJsonArray jsonRows(const std::vector<goal_t> &goals) {
   QJsonArray array;
-  for (const goal_t &goal : goals) {
-    QJsonObject object = jsonOf(goal.place);
-    object["status"_s] = pos::strOfProofStatus(goal.status);
-    object["proofState"_s] = goal.proofState;
-    object["provedBy"_s] = jsonOf(goal.provedBy);
-    object["uncountedProofs"_s] = jsonOf(goal.uncountedProofs);
-    object["disprovedBy"_s] = jsonOf(goal.disprovedBy);
-    object["provedByOneDriver"_s] = goal.onlyProver.has_value();
-    array.append(object);
-  }
+  for (const goal_t &goal : goals)
+    array.append(jsonOf(goal));
   return array;
 }
 

@@ -1,4 +1,4 @@
-// Totals, then a row per mechanism and driver.
+// Totals, then a row per mechanism and driver; of several files those of all together.
 
 #include "commands/Commands.h"
 #include "commands/Options.h"
@@ -7,6 +7,10 @@
 #include "output/Json.h"
 #include "output/Output.h"
 #include "text/Literals.h"
+
+#include <QJsonArray>
+
+#include <vector>
 
 using namespace kelvarune;
 
@@ -33,32 +37,28 @@ void forEachRow(const stats_t &stats, const QString &notCounted, Row row) {
   }
 }
 
-QByteArray csvOf(const stats_t &stats) {
+QByteArray csvHeader() {
+  return csvRecord(
+      "level,mechanism,driver,proved,unreliably_proved,unproved,unknown,disproved,"
+      "proved_alone,total,proved_externally,proved_by_proof_state,file"_s.split(QLatin1Char(',')));
+}
+
+// The rows of one file; of all of them when `path` is empty.
+QByteArray csvOf(const stats_t &stats, const QString &path) {
   const pos::metrics_t &metrics = stats.metrics;
-  QByteArray bytes = csvRecord("level,mechanism,driver,proved,unreliably_proved,"
-                               "unproved,unknown,disproved,proved_alone,total,"
-                               "proved_externally,proved_by_proof_state"_s.split(QLatin1Char(',')));
   QStringList totals = {"total"_s, QString(), QString()};
   for (const int number : {metrics.proved, metrics.unreliablyProved, metrics.unproved,
                            stats.unknown, metrics.disproved, stats.provedByOneDriver, metrics.total,
                            metrics.provedExternally, metrics.provedByProofState})
     totals.append(QString::number(number));
-  bytes += csvRecord(totals);
+  QByteArray bytes = csvRecord(totals + QStringList(path));
   forEachRow(stats, QString(),
-             [&bytes](const QString *mechanism, const QString *driver, const QStringList &numbers) {
+             [&](const QString *mechanism, const QString *driver, const QStringList &numbers) {
                const QString level = driver ? "driver"_s : "mechanism"_s;
                bytes += csvRecord(QStringList{level, *mechanism, driver ? *driver : QString()} +
-                                  numbers + QStringList{QString(), QString(), QString()});
+                                  numbers + QStringList{QString(), QString(), QString(), path});
              });
   return bytes;
-}
-
-// Rounded down, so that nothing is "100.0 %" before the last one.
-QString share(int number, int total) {
-  if (total == 0)
-    return QString();
-  const int tenths = static_cast<int>(qint64(1000) * number / total);
-  return "%1.%2 %"_s.arg(tenths / 10).arg(tenths % 10);
 }
 
 QString totalsText(const stats_t &stats) {
@@ -96,24 +96,71 @@ QString mechanismsText(const stats_t &stats) {
   return table.text();
 }
 
-QString tableOf(const stats_t &stats, const QString &path) {
-  QString text = shown(path) + ": "_s + counted(stats.metrics.total, "goal") + QLatin1Char('\n') +
-                 totalsText(stats);
-  if (!stats.metrics.mechanisms.empty())
-    text += QLatin1Char('\n') + mechanismsText(stats);
+/// One of several files.
+struct counted_file_t {
+  QString path;
+  stats_t stats;
+};
+
+QString filesText(const std::vector<counted_file_t> &files, const stats_t &total) {
+  Table table("lrrrrrrr");
+  table.add({"Files"_s, "Goals"_s, "Proved"_s, ""_s, "Unreliably"_s, "Unproved"_s, "Unknown"_s,
+             "Disproved"_s});
+  const auto add = [&table](const QString &name, const stats_t &stats) {
+    const pos::metrics_t &metrics = stats.metrics;
+    table.add({name, cell_t(metrics.total), cell_t(metrics.proved),
+               share(metrics.proved, metrics.total), cell_t(metrics.unreliablyProved),
+               cell_t(metrics.unproved), cell_t(stats.unknown), cell_t(metrics.disproved)});
+  };
+  for (const counted_file_t &file : files)
+    add(shown(file.path), file.stats);
+  add("Total"_s, total);
+  return table.text();
+}
+
+QString statsText(const std::vector<counted_file_t> &files, const stats_t &total) {
+  QString text = files.size() > 1
+                     ? filesText(files, total)
+                     : shown(files.front().path) + ": "_s + counted(total.metrics.total, "goal") +
+                           QLatin1Char('\n') + totalsText(total);
+  if (!total.metrics.mechanisms.empty())
+    text += QLatin1Char('\n') + mechanismsText(total);
   return text;
+}
+
+// With several files the document is that of their total, and has each of them besides.
+int finishJsonOf(const std::vector<counted_file_t> &files, const stats_t &total) {
+  QJsonObject json = jsonOf(total);
+  if (files.size() == 1)
+    return finishJson("stats", files.front().path, json);
+  QJsonArray array;
+  for (const counted_file_t &file : files) {
+    QJsonObject object = jsonOf(file.stats);
+    object["file"_s] = file.path;
+    array.append(object);
+  }
+  json["files"_s] = array;
+  return finishJson("stats", QString(), json);
 }
 
 } // namespace
 
 int commands::stats(const options_t &options) {
-  QDomDocument document;
-  if (!readSound(options.file(), pos::use_t::COUNTING, document))
-    return EXIT_REFUSED;
-  const stats_t stats = statsOf(document, goalsOf(document));
-  if (options.csv)
-    return finish(csvOf(stats));
+  std::vector<counted_file_t> files;
+  stats_t total;
+  for (const QString &path : options.files) {
+    QDomDocument document;
+    if (!readSound(path, pos::use_t::COUNTING, document))
+      return EXIT_REFUSED;
+    files.push_back({path, statsOf(document, goalsOf(document))});
+    add(files.back().stats, total);
+  }
   if (options.json)
-    return finishJson("stats", options.file(), jsonOf(stats));
-  return finish(tableOf(stats, options.file()).toUtf8());
+    return finishJsonOf(files, total);
+  if (!options.csv)
+    return finish(statsText(files, total).toUtf8());
+  QByteArray bytes = csvHeader();
+  for (const counted_file_t &file : files)
+    bytes += csvOf(file.stats, file.path);
+  return finish(files.size() > 1 ? bytes + csvOf(total, QString()) : bytes);
 }

@@ -19,8 +19,12 @@ std::vector<goal_state_t> statesOf(const QDomDocument &document) {
   std::vector<goal_state_t> states;
   for (const pos::goal_t &goal : pos::goalsOf(document)) {
     states.push_back({goal.place, statusTextOf(goal.element), {}});
-    for (const QDomElement &mechanism : xml::children(goal.element, pos::TAG_MECHANISM))
-      states.back().verdicts.append(statusTextOf(mechanism));
+    QStringList &verdicts = states.back().verdicts;
+    for (const QDomElement &mechanism : xml::children(goal.element, pos::TAG_MECHANISM)) {
+      verdicts.append(statusTextOf(mechanism));
+      for (const QDomElement &driver : xml::children(mechanism, pos::TAG_DRIVER))
+        verdicts.append(statusTextOf(driver));
+    }
   }
   return states;
 }

@@ -13,7 +13,7 @@
 struct goal_state_t {
   pos::goal_place_t place;
   QString status;
-  QStringList verdicts; ///< of its mechanisms
+  QStringList verdicts; ///< of its mechanisms, each followed by those of its drivers
 };
 
 std::vector<goal_state_t> statesOf(const QDomDocument &document);
@@ -26,7 +26,7 @@ struct status_change_t {
 
 struct changes_t {
   std::vector<status_change_t> statuses; ///< of goals
-  int verdicts = 0; ///< goals in which verdicts of mechanisms changed or went away
+  int verdicts = 0;                      ///< goals in which verdicts changed or went away
 
   bool none() const { return statuses.empty() && verdicts == 0; }
 };

@@ -17,6 +17,9 @@ struct stats_t {
   int provedAloneBy(const std::string &mechanism, const std::string &driver) const;
 };
 
+/// Adds the counts of another file to `total`.
+void add(const stats_t &stats, stats_t &total);
+
 /// Counts `document`, whose goals are `goals`.
 stats_t statsOf(const QDomDocument &document, const std::vector<goal_t> &goals);
 

@@ -54,6 +54,17 @@ QJsonArray jsonOf(const std::vector<driver_name_t> &drivers) {
   return array;
 }
 
+QJsonObject jsonOf(const goal_t &goal) {
+  QJsonObject object = jsonOf(goal.place);
+  object["status"_s] = pos::strOfProofStatus(goal.status);
+  object["proofState"_s] = goal.proofState;
+  object["provedBy"_s] = jsonOf(goal.provedBy);
+  object["uncountedProofs"_s] = jsonOf(goal.uncountedProofs);
+  object["disprovedBy"_s] = jsonOf(goal.disprovedBy);
+  object["provedByOneDriver"_s] = goal.onlyProver.has_value();
+  return object;
+}
+
 QJsonObject jsonOf(const stats_t &stats) {
   QJsonArray mechanisms;
   for (const auto &[mechanismName, mechanism] : stats.metrics.mechanisms) {

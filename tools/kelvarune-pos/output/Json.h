@@ -10,6 +10,7 @@
 /// The model as the documented JSON has it; see schema.json.
 QJsonObject jsonOf(const pos::goal_place_t &place);
 QJsonArray jsonOf(const std::vector<driver_name_t> &drivers);
+QJsonObject jsonOf(const goal_t &goal);
 QJsonObject jsonOf(const stats_t &stats); ///< "totals" and "mechanisms"
 
 /// As finish, for a JSON document: `content` with what all documents share.

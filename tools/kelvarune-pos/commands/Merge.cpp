@@ -1,0 +1,87 @@
+// Two runs over the same goals become one file.
+
+#include "pos/Merge.h"
+
+#include "commands/Commands.h"
+#include "commands/Options.h"
+#include "commands/Reading.h"
+#include "commands/Saving.h"
+#include "output/Output.h"
+#include "output/Words.h"
+#include "text/Literals.h"
+
+#include <QFileInfo>
+
+using namespace kelvarune;
+
+namespace {
+
+QString describe(const std::optional<pos::obligation_t> &obligation) {
+  return obligation
+             ? "%1 with %2"_s.arg(shown(obligation->tag),
+                                  counted(static_cast<int>(obligation->goals.size()), "goal"))
+             : "missing"_s;
+}
+
+bool haveSameGoals(const QDomDocument &first, const QDomDocument &second,
+                   const options_t &options) {
+  const auto difference = pos::differenceOfGoals(first, second);
+  if (!difference)
+    return true;
+  complain("the goals are not the same: obligation %1 is %2 in %3 and %4 in %5"_s.arg(
+      QString::number(difference->obligation), describe(difference->first), options.files[0],
+      describe(difference->second), options.files[1]));
+  return false;
+}
+
+bool mayWrite(const options_t &options) {
+  for (const QString &file : options.files) {
+    if (!isSameFile(options.outputPath, file))
+      continue;
+    complain(options.outputPath + ": is one of the files to merge, give another path"_s);
+    return false;
+  }
+  if (options.force || !QFileInfo::exists(options.outputPath))
+    return true;
+  complain(options.outputPath + ": is there already, give another path or --force"_s);
+  return false;
+}
+
+QString lineOf(const pos::contradiction_t &found, const options_t &options) {
+  QString who;
+  if (found.mechanism)
+    who = found.driver ? textOf(driver_name_t{*found.mechanism, *found.driver})
+                       : shown(*found.mechanism);
+  return textOf(found.place) + ": "_s + (who.isEmpty() ? who : who + ": "_s) +
+         "%1 in %2, %3 in %4\n"_s.arg(coloured(statusCell(found.first)), shown(options.files[0]),
+                                      coloured(statusCell(found.second)), shown(options.files[1]));
+}
+
+// A file that is there is replaced as any status file is: a copy of it is kept.
+bool writeMerged(const options_t &options, const QByteArray &bytes, QString &backup) {
+  return QFileInfo::exists(options.outputPath) ? replaceFile(options.outputPath, bytes, backup)
+                                               : writeFile(options.outputPath, bytes);
+}
+
+} // namespace
+
+int commands::merge(const options_t &options) {
+  QDomDocument document;
+  QDomDocument other;
+  if (!readSound(options.files[0], pos::use_t::DERIVING, document) ||
+      !readSound(options.files[1], pos::use_t::DERIVING, other) ||
+      !haveSameGoals(document, other, options) || !mayWrite(options))
+    return EXIT_REFUSED;
+  const std::vector<pos::contradiction_t> found = pos::merge(document, other);
+  QString backup;
+  if (!writeMerged(options, bytesOf(document), backup))
+    return EXIT_REFUSED;
+  QString text;
+  for (const pos::contradiction_t &contradiction : found)
+    text += lineOf(contradiction, options);
+  text += shown(options.outputPath) + ": "_s +
+          counted(static_cast<int>(pos::goalsOf(document).size()), "goal") + ", "_s +
+          counted(static_cast<int>(found.size()), "contradiction") +
+          (backup.isEmpty() ? backup : "; as it was: "_s + shown(backup)) + QLatin1Char('\n');
+  return finish(text.toUtf8(), found.empty() ? EXIT_DONE : EXIT_FOUND);
+}
