@@ -24,10 +24,6 @@ std::vector<QDomElement> namedChildren(const QDomElement &parent, const QString 
   return found;
 }
 
-bool isProof(status_t status) {
-  return status == PROVED || status == UNRELIABLY_PROVED;
-}
-
 bool saysTheSame(status_t driver, status_t mechanism) {
   return isProof(mechanism) ? isProof(driver) : driver == mechanism;
 }

@@ -59,6 +59,9 @@ std::vector<goal_t> goalsOf(const QDomDocument &document);
 /// std::out_of_range for an unknown text.
 status_t statusOf(const QDomElement &element);
 
+/// Whether `status` says that there is a proof, reliable or not.
+bool isProof(status_t status);
+
 /// The proofState of a goal, from its first Proof_State child; `absent` when the element or its
 /// attribute is missing.
 QString proofStateOf(const QDomElement &goal, const QString &absent);

@@ -19,9 +19,6 @@ int rankOf(status_t status) {
 }
 
 bool contradict(status_t first, status_t second) {
-  const auto isProof = [](status_t status) {
-    return status == PROVED || status == UNRELIABLY_PROVED;
-  };
   return (first == DISPROVED && isProof(second)) || (second == DISPROVED && isProof(first));
 }
 

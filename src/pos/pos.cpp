@@ -121,6 +121,10 @@ QString proofStateOf(const QDomElement &goal, const QString &absent) {
   return goal.firstChildElement(TAG_PROOF_STATE).attribute(ATTR_PROOF_STATE, absent);
 }
 
+bool isProof(status_t status) {
+  return status == PROVED || status == UNRELIABLY_PROVED;
+}
+
 status_t statusOf(const QDomElement &element) {
   return proofStatusOfAttrValue(element.attribute(ATTR_STATUS, ATTR_VALUE_UNPROVED));
 }

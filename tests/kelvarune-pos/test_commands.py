@@ -73,7 +73,15 @@ def test_text(comp, command, text):
 
 
 def test_show(comp):
-    comp.run("show", "comp.pos", "open.2.3", "init.1.1", "init.1.2", out="""\
+    comp.run("show", "comp.pos", "open.2.2", "open.2.3", "init.1.1", "init.1.2", out="""\
+open.2.2: UnreliablyProved
+  own proof  Unproved
+  smt        Unproved
+    z3       Proved            not counted
+    cvc5     Unknown
+  rules      UnreliablyProved
+    fast     UnreliablyProved  proves it, unreliably
+
 open.2.3: Disproved
   own proof  Unproved
   smt        Disproved
@@ -503,6 +511,7 @@ def test_a_large_file(case):
     case.write("comp.pos", "<Proof_Obligations>" + 30 * thousand.replace("</Proof_Obligations>", "")
                + "</Proof_Obligations>")
     for args in (["list"], ["goals", "--json"], ["check"], ["report", "--html"],
-                 ["report", "--junit"], ["remove", "smt"], ["unprove"]):
+                 ["report", "--junit"], ["merge", "comp.pos", "-o", "c.pos"],
+                 ["unprove", "--driver", "z3"], ["remove", "smt"], ["unprove"]):
         case.run(*args, "comp.pos", limit_s=20 * LIMIT_S,
                  under=("prlimit", f"--cpu={int(20 * SLOWNESS)}"))

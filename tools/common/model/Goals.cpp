@@ -12,10 +12,6 @@ using namespace kelvarune;
 
 namespace {
 
-bool isProof(pos::status_t status) {
-  return status == pos::PROVED || status == pos::UNRELIABLY_PROVED;
-}
-
 // Sorts the drivers of one mechanism into the goal's lists. Those that prove the goal for good go
 // to `provers`; a mechanism that does so without a driver that says it gives one that has no name.
 void addMechanism(const QDomElement &mechanism, goal_t &goal,
@@ -28,9 +24,9 @@ void addMechanism(const QDomElement &mechanism, goal_t &goal,
                                 driver.attribute(pos::ATTR_NAME)};
     if (status == pos::DISPROVED && verdict == pos::DISPROVED)
       goal.disprovedBy.push_back(name);
-    if (!isProof(status))
+    if (!pos::isProof(status))
       continue;
-    (isProof(verdict) ? goal.provedBy : goal.uncountedProofs).push_back(name);
+    (pos::isProof(verdict) ? goal.provedBy : goal.uncountedProofs).push_back(name);
     if (verdict == pos::PROVED && status == pos::PROVED)
       provers.push_back(name);
   }

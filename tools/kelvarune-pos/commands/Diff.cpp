@@ -52,16 +52,12 @@ std::vector<cell_t> rowOf(const difference_t &difference, const kind_name_t &kin
           status(difference.after)};
 }
 
-bool isProved(const goal_t &goal) {
-  return goal.status == pos::PROVED || goal.status == pos::UNRELIABLY_PROVED;
-}
-
 std::vector<difference_t> differencesFor(const options_t &options,
                                          const std::vector<goal_t> &before,
                                          const std::vector<goal_t> &after) {
   std::vector<difference_t> found = differences(before, after);
   for (difference_t &difference : found) {
-    if (options.missingIsLost && !difference.after && isProved(*difference.before))
+    if (options.missingIsLost && !difference.after && pos::isProof(difference.before->status))
       difference.kind = difference_kind_t::LOST;
   }
   return found;

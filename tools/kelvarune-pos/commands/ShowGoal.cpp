@@ -26,7 +26,14 @@ bool contains(const std::vector<driver_name_t> &drivers, const driver_name_t &na
   });
 }
 
-QString effectOf(const driver_name_t &driver, const goal_t &goal) {
+const QString &effectOfProof(pos::status_t verdict) {
+  static const QString reliable = "proves it"_s;
+  static const QString unreliable = "proves it, unreliably"_s;
+  return verdict == pos::UNRELIABLY_PROVED ? unreliable : reliable;
+}
+
+// Of a driver of a mechanism that says `verdict`.
+QString effectOf(const driver_name_t &driver, pos::status_t verdict, const goal_t &goal) {
   if (contains(goal.disprovedBy, driver))
     return "disproves it"_s;
   if (contains(goal.uncountedProofs, driver))
@@ -34,7 +41,7 @@ QString effectOf(const driver_name_t &driver, const goal_t &goal) {
   if (!contains(goal.provedBy, driver))
     return QString();
   const bool alone = goal.onlyProver && contains({*goal.onlyProver}, driver);
-  return alone ? "proves it, alone"_s : "proves it"_s;
+  return alone ? "proves it, alone"_s : effectOfProof(verdict);
 }
 
 // A mechanism that says what none of its drivers says has an effect of its own.
@@ -49,8 +56,7 @@ QString effectOf(const QDomElement &mechanism, const goal_t &goal) {
   const pos::status_t status = pos::statusOf(mechanism);
   if (status == pos::DISPROVED && none(goal.disprovedBy))
     return "disproves it"_s;
-  const bool proof = status == pos::PROVED || status == pos::UNRELIABLY_PROVED;
-  return proof && none(goal.provedBy) ? "proves it"_s : QString();
+  return pos::isProof(status) && none(goal.provedBy) ? effectOfProof(status) : QString();
 }
 
 QString verdictOfIapa(const QDomElement &goal) {
@@ -62,7 +68,7 @@ QString verdictOfIapa(const QDomElement &goal) {
 QString effectOfIapa(const QString &verdict) {
   if (verdict == pos::ATTR_VALUE_INVALID)
     return "disproves it"_s;
-  return verdict == pos::ATTR_VALUE_VALID ? "proves it, unreliably"_s : QString();
+  return verdict == pos::ATTR_VALUE_VALID ? effectOfProof(pos::UNRELIABLY_PROVED) : QString();
 }
 
 /// A goal as the document and as the model have it.
@@ -85,7 +91,7 @@ QString goalText(const shown_goal_t &shownGoal) {
     for (const QDomElement &driver : xml::children(mechanism, pos::TAG_DRIVER)) {
       const QString driverName = driver.attribute(pos::ATTR_NAME);
       table.add({"    "_s + shown(driverName), statusCell(pos::statusOf(driver)),
-                 effectOf({name, driverName}, goal)});
+                 effectOf({name, driverName}, pos::statusOf(mechanism), goal)});
     }
   }
   return textOf(goal.place) + ": "_s + coloured(statusCell(goal.status)) + QLatin1Char('\n') +
