@@ -32,8 +32,10 @@ set(public_headers
     mechanism/Faults.h
     mechanism/Mechanism.h
     mechanism/Remarks.h
+    pos/Edits.h
     pos/Faults.h
     pos/Goals.h
+    pos/Merge.h
     pos/pos.h
     process/Excerpt.h
     process/Guardian.h

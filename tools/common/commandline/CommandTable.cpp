@@ -37,6 +37,14 @@ parse_t print(const QString &text) {
   return printOut(text.toUtf8()) ? parse_t::DONE : parse_t::REFUSED;
 }
 
+// What Qt's parser complains of, as the beginning of a sentence.
+QString complaintOf(const QCommandLineParser &parser) {
+  QString text = parser.errorText();
+  if (text.endsWith(QLatin1Char('.')))
+    text.chop(1);
+  return text;
+}
+
 parse_t printVersion() {
   return print(QCoreApplication::applicationName() + QLatin1Char(' ') +
                QCoreApplication::applicationVersion() + QLatin1Char('\n'));
@@ -127,7 +135,7 @@ parse_t parseWithoutCommand(const program_t &program, const QStringList &argumen
   QCommandLineParser parser;
   parser.addOptions({helpOption(), versionOption()});
   if (!parser.parse(arguments))
-    return refuse(parser.errorText());
+    return refuse(complaintOf(parser));
   if (parser.isSet(versionOption()))
     return printVersion();
   QStringList words = parser.positionalArguments();
@@ -147,7 +155,7 @@ parse_t refuseOption(const QCommandLineParser &parser,
     known.append("--"_s + option.names().last());
   const QStringList unknown = parser.unknownOptionNames();
   if (unknown.isEmpty()) // a value is missing, or there is one too many
-    return refuse(parser.errorText(), command);
+    return refuse(complaintOf(parser), command);
   const QString word = (unknown.first().size() == 1 ? "-"_s : "--"_s) + unknown.first();
   return refuse("Unknown option "_s + word + hintFor(word, known), command);
 }
