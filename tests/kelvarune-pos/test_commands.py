@@ -1,6 +1,7 @@
 """The subcommands as people and scripts use them."""
 
 import csv
+import fcntl
 import io
 import json
 import os
@@ -371,6 +372,38 @@ def test_where_a_merge_goes(comp):
     comp.run(*merge, "c.pos", "--force",
              out="c.pos: 6 goals, 0 contradictions; as it was: c.pos.~1~\n")
     assert briefs(comp, "c.pos") == briefs(comp) and comp.path("c.pos.~1~").read_text() == "precious"
+
+
+def test_merge_of_shards(case):
+    def write(name, statuses):
+        goals = [of_brief(f"{letter} m:{letter} (d:{letter})") for letter in statuses]
+        case.write(name, ET.tostring(obligations(po("t", *goals))))
+    for name, statuses in {"a.pos": "PUU", "b.pos": "URU", "c.pos": "UUD", "d.pos": "P"}.items():
+        write(name, statuses)
+    case.run("merge", "a.pos", "b.pos", "c.pos", "-o", "all.pos",
+             out="all.pos: 3 goals, 0 contradictions\n")
+    assert [text[0] for text in briefs(case, "all.pos").values()] == ["P", "R", "D"]
+    assert "3 goals in a.pos and t with 1 goal in d.pos" in refused(
+        case, "merge", "a.pos", "b.pos", "d.pos", "-o", "none.pos")
+
+
+@rows("args", {"unprove": ["unprove", "comp.pos"], "remove": ["remove", "smt", "comp.pos"],
+               "restore": ["restore", "comp.pos"],
+               "merge": ["merge", "comp.pos", "b.pos", "-o", "c.pos"],
+               "merge to": ["merge", "b.pos", "b.pos", "-o", "comp.pos", "--force"]})
+def test_gives_up_while_a_run_uses_the_file(comp, args):
+    for name in ("b.pos", "comp.pos.~1~"):
+        comp.path(name).write_bytes(comp.path("comp.pos").read_bytes())
+    lock = comp.write(".comp.pos.kelvarune-lock", "4711 there kelvarune\n")
+    with open(lock, "rb") as file:
+        fcntl.flock(file, fcntl.LOCK_EX)
+        assert refused(comp, *args) == ("kelvarune-pos: comp.pos: process 4711 on there "
+                                        "(kelvarune) uses it; --wait waits for its end\n")
+        waiting = comp.start(*args, "--wait")
+        comp.wait_for(lambda: comp.path("stderr").read_text().startswith("Waiting for process"))
+        assert waiting.poll() is None
+    assert waiting.wait(5) == 0
+    assert not lock.exists()
 
 
 def test_merge_takes_the_own_proof_and_iapa_of_either(case):

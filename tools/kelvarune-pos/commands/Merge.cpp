@@ -1,8 +1,9 @@
-// Two runs over the same goals become one file.
+// Several runs over the same goals become one file.
 
 #include "pos/Merge.h"
 
 #include "commands/Commands.h"
+#include "commands/Locking.h"
 #include "commands/Options.h"
 #include "commands/Reading.h"
 #include "commands/Saving.h"
@@ -23,14 +24,14 @@ QString describe(const std::optional<pos::obligation_t> &obligation) {
              : "missing"_s;
 }
 
-bool haveSameGoals(const QDomDocument &first, const QDomDocument &second,
+bool haveSameGoals(const QDomDocument &first, const QDomDocument &second, const QString &other,
                    const options_t &options) {
   const auto difference = pos::differenceOfGoals(first, second);
   if (!difference)
     return true;
   complain("the goals are not the same: obligation %1 is %2 in %3 and %4 in %5"_s.arg(
       QString::number(difference->obligation), describe(difference->first), options.files[0],
-      describe(difference->second), options.files[1]));
+      describe(difference->second), other));
   return false;
 }
 
@@ -47,14 +48,15 @@ bool mayWrite(const options_t &options) {
   return false;
 }
 
-QString lineOf(const pos::contradiction_t &found, const options_t &options) {
+// `before` is what the files before `other` have come to.
+QString lineOf(const pos::contradiction_t &found, const QString &before, const QString &other) {
   QString who;
   if (found.mechanism)
     who = found.driver ? textOf(driver_name_t{*found.mechanism, *found.driver})
                        : shown(*found.mechanism);
   return textOf(found.place) + ": "_s + (who.isEmpty() ? who : who + ": "_s) +
-         "%1 in %2, %3 in %4\n"_s.arg(coloured(statusCell(found.first)), shown(options.files[0]),
-                                      coloured(statusCell(found.second)), shown(options.files[1]));
+         "%1 in %2, %3 in %4\n"_s.arg(coloured(statusCell(found.first)), before,
+                                      coloured(statusCell(found.second)), shown(other));
 }
 
 // A file that is there is replaced as any status file is: a copy of it is kept.
@@ -66,22 +68,30 @@ bool writeMerged(const options_t &options, const QByteArray &bytes, QString &bac
 } // namespace
 
 int commands::merge(const options_t &options) {
+  const Locks locks(options, options.files + QStringList{options.outputPath});
   QDomDocument document;
-  QDomDocument other;
-  if (!readSound(options.files[0], pos::use_t::DERIVING, document) ||
-      !readSound(options.files[1], pos::use_t::DERIVING, other) ||
-      !haveSameGoals(document, other, options) || !mayWrite(options))
+  if (!locks || !readSound(options.file(), pos::use_t::DERIVING, document) || !mayWrite(options))
     return EXIT_REFUSED;
-  const std::vector<pos::contradiction_t> found = pos::merge(document, other);
+  QString text;
+  int contradictions = 0;
+  for (int i = 1; i < options.files.size(); ++i) {
+    const QString &path = options.files[i];
+    QDomDocument other;
+    if (!readSound(path, pos::use_t::DERIVING, other) ||
+        !haveSameGoals(document, other, path, options))
+      return EXIT_REFUSED;
+    const QString before = i == 1 ? shown(options.file()) : "a file before"_s;
+    for (const pos::contradiction_t &contradiction : pos::merge(document, other)) {
+      text += lineOf(contradiction, before, path);
+      ++contradictions;
+    }
+  }
   QString backup;
   if (!writeMerged(options, bytesOf(document), backup))
     return EXIT_REFUSED;
-  QString text;
-  for (const pos::contradiction_t &contradiction : found)
-    text += lineOf(contradiction, options);
   text += shown(options.outputPath) + ": "_s +
           counted(static_cast<int>(pos::goalsOf(document).size()), "goal") + ", "_s +
-          counted(static_cast<int>(found.size()), "contradiction") +
+          counted(contradictions, "contradiction") +
           (backup.isEmpty() ? backup : "; as it was: "_s + shown(backup)) + QLatin1Char('\n');
-  return finish(text.toUtf8(), found.empty() ? EXIT_DONE : EXIT_FOUND);
+  return finish(text.toUtf8(), contradictions == 0 ? EXIT_DONE : EXIT_FOUND);
 }

@@ -28,27 +28,27 @@ const commandline::program_t &program() {
         "Exits with 1 when there is one or, with --proved, a goal that is not proved."},
        {"unprove",
         "FILE",
-        {"status", "mechanism", "driver", "tag", "goal", "dry-run"},
+        {"status", "mechanism", "driver", "tag", "goal", "dry-run", "wait"},
         "Resets results of mechanisms.",
         "Without a selection all of them. With one only the verdicts that match all of it:\n"
         "those of mechanisms or, with --driver, of drivers. The status of the goals follows.\n"
         "The file as it was is kept as FILE.~N~; restore takes it back."},
        {"remove",
         "NAME FILE",
-        {"driver", "dry-run"},
+        {"driver", "dry-run", "wait"},
         "Drops the mechanism NAME, or one driver, and its results.",
         "The file as it was is kept as FILE.~N~; restore takes it back."},
        {"restore",
         "FILE",
-        {"backup", "dry-run"},
+        {"backup", "dry-run", "wait"},
         "Takes back what unprove, remove and merge changed.",
         "The file becomes as its latest copy FILE.~N~; as it was, it is kept as a new copy, so\n"
         "that restoring again undoes that."},
        {"merge",
-        "A B",
-        {"output", "force"},
-        "One file of two runs over the same goals.",
-        "Exits with 1 when a goal is proved in one and disproved in the other; the result has it\n"
+        "FILE FILE...",
+        {"output", "force", "wait"},
+        "One file of several runs over the same goals.",
+        "Exits with 1 when a goal is proved in one and disproved in another; the result has it\n"
         "disproved."},
        {"diff",
         "OLD NEW",
@@ -69,6 +69,7 @@ const commandline::program_t &program() {
        {"missing-is-lost"_s, "A proved goal that disappeared is a proof lost."_s},
        {"dry-run"_s, "Say what would change, write nothing."_s},
        {"backup"_s, "Take the copy FILE.~N~."_s, "N"_s},
+       {"wait"_s, "Wait while a run uses the file, instead of giving up."_s},
        {"force"_s, "Replace an output file that is there; it is kept as PATH.~N~."_s},
        {"html"_s, "One self-contained HTML page."_s},
        {"junit"_s, "JUnit XML."_s},
@@ -166,6 +167,7 @@ parse_t parseOptions(const QStringList &arguments, options_t &options) {
   options.json = given.has("json");
   options.csv = given.has("csv");
   options.dryRun = given.has("dry-run");
+  options.wait = given.has("wait");
   options.force = given.has("force");
   options.mustBeProved = given.has("proved");
   options.missingIsLost = given.has("missing-is-lost");

@@ -14,7 +14,7 @@
 /// What the command line asks for. Texts are as typed (UTF-8); what is empty sets no bounds.
 struct options_t {
   QString command;
-  QStringList files;                     ///< one; for diff and merge two, for stats any number
+  QStringList files;                     ///< one; for diff two, for merge and stats any number
   QString outputPath;                    ///< report: empty for standard output; merge
   QString tagGlob;                       ///< goals, unprove
   std::set<pos::status_t> statuses;      ///< goals, unprove
@@ -26,6 +26,7 @@ struct options_t {
   bool csv = false;
   bool dryRun = false;
   bool force = false;         ///< merge
+  bool wait = false;          ///< commands that write
   bool mustBeProved = false;  ///< check
   bool missingIsLost = false; ///< diff
   bool html = false;

@@ -2,6 +2,7 @@
 // as the next copy. The copy must be a status file.
 
 #include "commands/Commands.h"
+#include "commands/Locking.h"
 #include "commands/Options.h"
 #include "commands/Reading.h"
 #include "commands/Saving.h"
@@ -44,6 +45,9 @@ QByteArray contentOf(const QString &path) {
 
 int commands::restore(const options_t &options) {
   const QString &path = options.file();
+  const Locks locks(options, options.files);
+  if (!locks)
+    return EXIT_REFUSED;
   const std::vector<int> numbers = file::numbersOfBackups(path.toStdString());
   const auto last = options.backup == 0
                         ? numbers.rbegin()

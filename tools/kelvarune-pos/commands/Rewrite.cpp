@@ -3,6 +3,7 @@
 // The file is written only when something changed.
 
 #include "commands/Commands.h"
+#include "commands/Locking.h"
 #include "commands/Names.h"
 #include "commands/Options.h"
 #include "commands/Reading.h"
@@ -89,8 +90,10 @@ bool isLastDriver(const QDomDocument &document, const QString &mechanism) {
 } // namespace
 
 int commands::unprove(const options_t &options) {
+  const Locks locks(options, options.files);
   QDomDocument document;
-  if (!readSound(options.file(), pos::use_t::DERIVING, document) || !isKnown(options, document))
+  if (!locks || !readSound(options.file(), pos::use_t::DERIVING, document) ||
+      !isKnown(options, document))
     return EXIT_REFUSED;
   const std::vector<goal_state_t> before = statesOf(document);
   if (hasSelection(options))
@@ -101,8 +104,10 @@ int commands::unprove(const options_t &options) {
 }
 
 int commands::remove(const options_t &options) {
+  const Locks locks(options, options.files);
   QDomDocument document;
-  if (!readSound(options.file(), pos::use_t::DERIVING, document) || !isKnown(options, document))
+  if (!locks || !readSound(options.file(), pos::use_t::DERIVING, document) ||
+      !isKnown(options, document))
     return EXIT_REFUSED;
   const std::vector<goal_state_t> before = statesOf(document);
   if (!options.driver) {
