@@ -161,12 +161,8 @@ parse_t refuseOption(const QCommandLineParser &parser,
 }
 
 parse_t takeColor(const QString &when, const QString &command) {
-  static const std::map<QString, colour_t> known = {
-      {"auto"_s, colour_t::AUTO}, {"always"_s, colour_t::ALWAYS}, {"never"_s, colour_t::NEVER}};
-  const auto found = known.find(when);
-  if (found == known.end())
+  if (!setColour(when))
     return refuse("--color takes auto, always or never"_s, command);
-  setColour(found->second);
   return parse_t::RUN;
 }
 

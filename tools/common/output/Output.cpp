@@ -106,6 +106,16 @@ void setColour(colour_t when) {
   colourSetting() = when;
 }
 
+bool setColour(const QString &when) {
+  static const std::map<QString, colour_t> known = {
+      {"auto"_s, colour_t::AUTO}, {"always"_s, colour_t::ALWAYS}, {"never"_s, colour_t::NEVER}};
+  const auto found = known.find(when);
+  if (found == known.end())
+    return false;
+  setColour(found->second);
+  return true;
+}
+
 cell_t statusCell(pos::status_t status) {
   static const std::map<pos::status_t, const char *> colours = {{pos::UNPROVED, "33"},
                                                                 {pos::UNKNOWN, "35"},

@@ -44,6 +44,8 @@ enum class colour_t { AUTO, ALWAYS, NEVER };
 
 /// Decides that for the texts made from here on; before it is AUTO. For the main thread.
 void setColour(colour_t when);
+/// As that, by the word that stands for it: "auto", "always" or "never". False for any other.
+bool setColour(const QString &when);
 
 /// Text that is coloured where colours are used.
 struct cell_t {
