@@ -307,7 +307,8 @@ class Case:
 
         file, how = ((), None) if stdin else ((param(value="${file}"),), "file")
         return element("driver", tool("writer", writer), tool("prover", prover, *file, input=how),
-                       tool("reader", reader, param(value=name)), name=name, **attributes)
+                       tool("reader", reader, param(value=name)),
+                       **{"name": name, "ext": "po2"} | attributes)
 
     def mechanism(self, *parts, path="m.xml", trust=None):
         """Writes a mechanism description; without parts it has one driver d1."""

@@ -37,7 +37,12 @@ ONE_OF_BOTH = "Either --mechanism or --mechanism-directory is needed, and not bo
 @rows("args, line", {
     "no mechanism": ("", ONE_OF_BOTH), "both": ("-M . -m m.xml", ONE_OF_BOTH),
     "nothing in there": ("-M work", "No mechanism description (*.xml) in work."),
-    "no POS file": ("-m m.xml -s ''", "The options --pos, --pog and --directory are needed."),
+    "no POS file": ("-m m.xml -s ''", "The options --pos and --pog are needed."),
+    "no goal": ("-m m.xml --explain", "The option --explain needs --goal or --failed."),
+    "no sense": ("-m m.xml --replay --retry", "The options --replay and --retry do not go together."),
+    "no failure": ("-m m.xml --stop-on-failure=0",
+                   "The number of failures must be a number from 1."),
+    "misspelt": ("-m m.xml --gaol T0.1", "Unknown option '--gaol' (did you mean --goal?)."),
     # As of an unset variable: it must not play everything.
     "empty": ("-m m.xml --goal ''",
               "The options --driver and --goal need a value that is not empty.")})
@@ -46,17 +51,21 @@ def test_command_line(refused, args, line):
 
 
 NO_DIRECTORY = "no: no such directory; create it or change --directory."
-NO_TAG_N = "must be TAG.N, with N counted from 1 and one dot only."
+NO_TAG_N = "must be TAG.N, with N counted from 1."
 
 
 @rows("args, lines", {fault: (fault.split(), lines) for fault, lines in {
     "-s no.pos -d no": ["no.pos: no such file; --pos names the status file.", NO_DIRECTORY],
     "-p no.pog": ["no.pog: no readable file; --pog names the obligations."],
     "-m no.xml": ["no.xml: cannot be read; --mechanism names a description file."],
-    "--driver d3": ["--driver d3: no such driver; there are d1, d2."],
-    "--goal T1.1": ["--goal T1.1: no obligation of comp.pos has the tag T1."],
+    "--driver d3": ["--driver d3: no such driver (did you mean d1?); there are d1, d2."],
+    "--driver d1 --fast": ["--fast: nothing to play; no driver is marked as fast."],
+    "--goal T1.1": ["--goal T1.1: no obligation of comp.pos has the tag T1 (did you mean T0?)."],
+    "--replay --against no.pos": ["no.pos: no such file; --against names a status file."],
+    "--replay": ["comp.pos: the mechanism m is not registered with goal T0.1; leave out --replay "
+                 "to play it first."],
     "--goal T0.3": ["--goal T0.3: obligation T0 of comp.pos has 2 goal(s)."],
-    **{f"--goal {text}": [f"--goal {text}: {NO_TAG_N}"] for text in ("T0", "T0.0", "T.0.1")},
+    **{f"--goal {text}": [f"--goal {text}: {NO_TAG_N}"] for text in ("T0", "T0.0")},
 }.items()})
 def test_names_of_nothing(refused, args, lines):
     refused(*REPLAY, *args, lines=lines)

@@ -1,7 +1,9 @@
 """First proofs: what is registered, played, printed and recorded, and the exit status."""
 
+import pathlib
+
 import pytest
-from conftest import CRASH, FILES, driver_pass, goal, mech, po, proving, replayed, report, rows
+from conftest import FILES, driver_pass, goal, mech, po, proving, replayed, report, rows
 
 PROGRAM = "kelvarune-play"
 
@@ -46,38 +48,56 @@ def test_mechanisms_are_played_in_order(case, args, order):
 
 @rows("args, passes, counts", {
     "one driver": ("--driver d1", [D1], {"proved": 1, "externally": 1, "unproved": 2}),
-    "fast drivers": ("--fast", [D2_ALONE], COUNTS | {"proved": 1, "externally": 1, "unproved": 1}),
-    "both filters": ("--fast --driver=d1", [], {"unproved": 3})})
+    "fast drivers": ("--fast", [D2_ALONE], COUNTS | {"proved": 1, "externally": 1, "unproved": 1})})
 def test_filters(fresh, args, passes, counts):
     fresh.replay(*args.split(), out=replayed(*passes, **counts))
 
 
-def test_one_goal_with_its_model(fresh):
+@rows("args, recorded", {"with its model": ("", False), "kept": ("--record", True)})
+def test_one_goal(fresh, args, recorded):
+    """Each driver plays it alone, and without --record the POS file is not touched."""
     models = {"d1": "x = 1\ny = 2\n", "d2": "x = 3\n"}
-    fresh.answers({f"{name}.0.1": f"Disproved\n{model}".encode() for name, model in models.items()})
-    fresh.replay("--goal", "T0.2", "-c", "4", out=proving() + "".join(
-        f"{driver_pass(driver, 3)}\t\tT0\n\t\t\t-model:\n{model}\n\n\n"
-        for driver, model in models.items()) + report(unproved=3))
-    registered = goal(mech("m", d1="Unproved", d2="Unproved"))
-    fresh.pos_is(po("T0", registered, registered), po("T1", registered))
-    assert all(call[:3] + call[7:] == ["-a", "0", "1", "-m"] for call in fresh.calls("writer"))
-
-
-NOTE = ("kelvarune-play: m.xml: driver d1 groups related goals, so its writer is asked for that "
-        "goal of the first obligation, T0, and its model is not one of T1.1.\n")
+    fresh.answers({f"{name}.1.1": "Disproved\n" + model for name, model in models.items()} if not recorded
+                  else {"*": "Disproved"})
+    fresh.mechanism(fresh.driver("d1", group="related"), fresh.driver("d2", group="full"))
+    before = fresh.pos(po("T.0", goal()), po("T.1", goal(), goal())).read_bytes()
+    run = fresh.replay("--goal", "T.1.2", *args.split(), "-c", "4")
+    calls = fresh.calls("writer")
+    assert all(call[:3] == ["-a", "1", "1"] and ("-m" in call) != recorded for call in calls)
+    if recorded:
+        assert len(calls) == 1, "nothing is left for the second driver"
+        open_goal = goal(mech("m", d1="Unproved", d2="Unproved"))
+        fresh.pos_is(po("T.0", open_goal), po("T.1", open_goal, goal(
+            mech("m", "Disproved", d1="Disproved", d2="Unproved"), status="Disproved")))
+    else:
+        assert run.out.decode() == proving() + "".join(
+            f"{driver_pass(driver, 3)}\t\tT.0\n\t\t\t\n\t\tT.1\n\t\t\t-model:\n{model}\n\n\n"
+            for driver, model in models.items()) + report(unproved=3)
+        assert fresh.path("comp.pos").read_bytes() == before
 
 
 CUT = "kelvarune-play: cut.res: the last line is not read; end it with a line break.\n"
+GONE = "kelvarune-play: m.xml: drivers d3, d4 of m in comp.pos: not in the description any more; " \
+       "what stands there stays.\n"
+LEFT = "kelvarune-play: 1 goal was left Unknown; `kelvarune-pos unprove --status unknown comp.pos` " \
+       "or --retry lets it be tried again.\n"
 
 
 @rows("args, err", {
-    "a later obligation": ("--goal T1.1", NOTE), "the first one": ("--goal T0.1", ""),
-    "another driver": ("--goal T1.1 --driver d2", ""), "not played": ("--goal T1.1 --fast", ""),
-    "a last line without its end": ("-r cut.res", CUT)})
-def test_what_is_said_before_a_run(fresh, args, err):
-    fresh.mechanism(fresh.driver("d1", group="related"), fresh.driver("d2"))
+    "a last line without its end": ("-r cut.res", CUT + GONE + LEFT),
+    "tried again": ("--retry", GONE), "one goal": ("--goal T0.1", "")})
+def test_what_is_said_beside_a_run(fresh, args, err):
+    given_up = mech("m", "Unknown", d1="Unknown", d3="Unknown", d2="Unknown", d4="Unknown")
+    fresh.pos(po("T0", goal(given_up), goal(mech("m", d1="Unproved", d2="Unproved"))))
     fresh.write("cut.res", "MVL*Proof*X: 1")
     fresh.replay(*args.split(), err=err)
+
+
+def test_an_odd_description(case):
+    case.mechanism(case.driver(fsat="true"))
+    case.pos(po("T0", goal()))
+    run = case.replay(err=None)
+    assert run.err.startswith(b"kelvarune-play: m.xml:1:") and b"fsat" in run.err, run
 
 
 @rows("verdict, trust, status", {
@@ -90,11 +110,20 @@ def test_strict(case, verdict, trust, status):
     case.replay("--strict", status=status)
 
 
-def test_failures_are_listed_at_the_end(case):
-    case.script("crash", "cat >/dev/null\n" + CRASH)
-    case.mechanism(case.driver("d1", prover="crash"), case.driver("d2", reader="crash"))
-    case.pos(po("T0", goal(), goal()))
-    case.replay("--strict", status=3, out=replayed(("d1", 2, []), ("d2", 2, []), unproved=2),
-                err="Driver prover crashed.\n" * 2 + "Driver reader crashed.\n" * 2
-                + "kelvarune-play: Driver d1 prover crashed. (2 times)\n"
-                + "kelvarune-play: Driver d2 reader crashed. (2 times)\n")
+@rows("options", {"one of its own": "", "beside the logs": "--log log"})
+def test_no_directory_for_secondary_files(fresh, options):
+    fresh.path("tmp").mkdir()
+    fresh.run("-m", "m.xml", *FILES[:4], *options.split(), env={"TMPDIR": str(fresh.path("tmp"))})
+    assert list(fresh.path("tmp").iterdir()) == []
+    places = {str(pathlib.Path(call[-1]).parent) for call in fresh.calls("writer")}
+    assert places.pop().startswith("log/secondary" if options else f"{fresh.root}/tmp/kelvarune-")
+
+
+def test_as_many_jobs_as_processors(case):
+    # Each prover tells how many run with it.
+    case.script("prover", 'read -r a; : >"$0.$$"; sleep 0.3\nset -- "$0".*; echo $# >>"$0s"\n'
+                          'rm "$0.$$"; echo $a\n')
+    case.mechanism()
+    case.pos(*[po(f"T{i}", goal()) for i in range(4)])
+    case.replay("-c", "auto", under=("taskset", "-c", "0"))
+    assert case.path("tools/provers").read_text() == "1\n" * 4

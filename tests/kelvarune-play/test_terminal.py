@@ -145,6 +145,9 @@ def test_stopped(terminal, jobs, number, status):
         terminal.process.send_signal(number)
     terminal.read_until(lambda: terminal.process.poll() is not None)
     terminal.end(status)
+    lines = terminal.screen.text().splitlines()
+    told = "kelvarune-play: stopped: 0 of 6 entries of m/d1 done, all saved"
+    assert (told in lines) == (status > 0), lines
 
 
 def test_suspended_and_continued(terminal):

@@ -3,13 +3,20 @@
 
 #include "Checks.h"
 
+#include "Registered.h"
+#include "commandline/CommandTable.h"
 #include "mechanism/Faults.h"
+#include "mechanism/Remarks.h"
+#include "model/Goals.h"
+#include "output/Output.h"
 #include "pos/Faults.h"
 #include "text/Literals.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 #include <optional>
+#include <utility>
 
 #include <unistd.h>
 
@@ -21,54 +28,86 @@ bool may(int access, const QString &path) {
   return ::access(path.toUtf8().constData(), access) == 0;
 }
 
-QString placed(const QString &file, int line, int column) {
-  return "%1:%2:%3: "_s.arg(file, QString::number(line), QString::number(column));
-}
-
-QStringList faultsOfGoal(const play_options_t &options, const QDomDocument &document) {
-  const std::optional<pos::goal_name_t> name = pos::goalNameOfStr(options.goal);
-  // The director takes a filter apart at all its dots.
-  if (!name || name->tag.contains(QLatin1Char('.')))
-    return {
-        "--goal %1: must be TAG.N, with N counted from 1 and one dot only."_s.arg(options.goal)};
-  for (const pos::obligation_t &obligation : pos::obligationsOf(document)) {
+QStringList faultsOfGoal(const QString &text, const play_options_t &options, inputs_t &inputs) {
+  const std::optional<pos::goal_name_t> name = pos::goalNameOfStr(text);
+  if (!name)
+    return {"--goal %1: must be TAG.N, with N counted from 1."_s.arg(text)};
+  QStringList tags;
+  for (const pos::obligation_t &obligation : pos::obligationsOf(inputs.document)) {
+    tags << obligation.tag;
     if (obligation.tag != name->tag)
       continue;
     const int count = static_cast<int>(obligation.goals.size());
-    if (name->number <= count)
-      return {};
-    return {"--goal %1: obligation %2 of %3 has %4 goal(s)."_s.arg(
-        options.goal, name->tag, options.posPath, QString::number(count))};
+    if (name->number > count)
+      return {"--goal %1: obligation %2 of %3 has %4 goal(s)."_s.arg(
+          text, name->tag, options.posPath, QString::number(count))};
+    inputs.goals.push_back(*name);
+    return {};
   }
-  return {"--goal %1: no obligation of %2 has the tag %3."_s.arg(options.goal, options.posPath,
-                                                                 name->tag)};
+  return {"--goal %1: no obligation of %2 has the tag %3%4."_s.arg(
+      text, options.posPath, name->tag, commandline::hintFor(name->tag, tags))};
 }
 
-QString textOf(const pos::fault_t &fault, const QString &file) {
-  if (fault.kind == pos::fault_kind_t::UNREADABLE)
+QString wordsFor(const pos::fault_t &fault, const QString &file) {
+  switch (fault.kind) {
+  case pos::fault_kind_t::UNREADABLE:
     return file + ": cannot be read; allow reading."_s;
-  if (fault.kind == pos::fault_kind_t::MALFORMED)
+  case pos::fault_kind_t::MALFORMED:
     return placed(file, fault.line, fault.column) +
            "not well-formed XML (%1); restore the file, perhaps from %2~."_s.arg(fault.text, file);
-  if (fault.kind == pos::fault_kind_t::NO_STATUSES)
+  case pos::fault_kind_t::NO_STATUSES:
     return placed(file, fault.line, fault.column) +
            "no status file, its root element is %1; --pos names the status file."_s.arg(fault.text);
+  default:
+    break;
+  }
   return placed(file, fault.line, fault.column) +
          "unknown status '%1' in goal %2 of obligation %3; correct it."_s.arg(
              fault.text, QString::number(fault.place.number), fault.place.tag);
 }
 
-QStringList faultsOfPos(const play_options_t &options) {
-  QDomDocument document;
+QStringList faultsOfStatusFile(const QString &file, QDomDocument &document) {
   QStringList faults;
-  for (const pos::fault_t &fault : pos::readFaults(options.posPath, pos::use_t::COUNTING, document))
-    faults << textOf(fault, options.posPath);
-  if (faults.isEmpty() && !options.goal.isEmpty())
-    faults = faultsOfGoal(options, document);
+  for (const pos::fault_t &fault : pos::readFaults(file, pos::use_t::COUNTING, document))
+    faults << wordsFor(fault, file);
   return faults;
 }
 
-QString textOf(const mechanism::fault_t &fault, const QString &file) {
+/// Whether a file of --mechanism-directory is there for each registered mechanism, as kelvarune
+/// needs it; they are played in the order in which they are registered.
+QStringList faultsOfRegistered(play_options_t &options, const inputs_t &inputs) {
+  options.mechanisms.clear();
+  QStringList faults;
+  for (const registered_t &registered : registeredMechanisms(inputs.document)) {
+    const QString file = QDir(options.mechanismDirectory).filePath(registered.name + ".xml"_s);
+    if (QFileInfo(file).isReadable())
+      options.mechanisms << file;
+    else
+      faults << "%1: no description of the mechanism %2, which is registered in %3."_s.arg(
+          file, registered.name, options.posPath);
+  }
+  if (options.mechanisms.isEmpty() && faults.isEmpty())
+    faults << options.posPath +
+                  ": no mechanism is registered, nothing can be replayed; leave out --replay."_s;
+  return faults;
+}
+
+QStringList faultsOfPos(play_options_t &options, inputs_t &inputs) {
+  QStringList faults = faultsOfStatusFile(options.posPath, inputs.document);
+  if (!options.against.isEmpty())
+    faults += faultsOfStatusFile(options.against, inputs.against);
+  if (!faults.isEmpty())
+    return faults;
+  for (const QString &goal : std::as_const(options.goals))
+    faults += faultsOfGoal(goal, options, inputs);
+  if (options.failed)
+    inputs.goals = failedGoals(inputs.document, inputs.unnamedGoals);
+  if (options.replay && !options.mechanismDirectory.isEmpty())
+    faults += faultsOfRegistered(options, inputs);
+  return faults;
+}
+
+QString wordsFor(const mechanism::fault_t &fault, const QString &file) {
   using mechanism::fault_kind_t;
   const QString place = placed(file, fault.line, fault.column);
   const QString tool = "%1 of driver %2"_s.arg(fault.role, fault.driver);
@@ -95,9 +134,8 @@ QString textOf(const mechanism::fault_t &fault, const QString &file) {
                 "first 'definition' counts."_s;
 }
 
-// Faults of one description; adds the names of its drivers.
 QStringList faultsOfMechanism(const QString &file, const play_options_t &options,
-                              QStringList &drivers) {
+                              inputs_t &inputs) {
   using mechanism::fault_kind_t;
   mechanism::mechanism_t mechanism;
   QStringList tools;
@@ -108,12 +146,46 @@ QStringList faultsOfMechanism(const QString &file, const play_options_t &options
     const bool isTool =
         fault.kind == fault_kind_t::MISSING_TOOL || fault.kind == fault_kind_t::TOOL_NOT_FOUND;
     const bool isDefinition = fault.kind == fault_kind_t::UNKNOWN_DEFINITION;
-    (isTool ? tools : isDefinition ? definitions : others) << textOf(fault, file);
+    (isTool ? tools : isDefinition ? definitions : others) << wordsFor(fault, file);
   }
-  drivers += mechanism.driver_names;
+  inputs.mechanisms.push_back(std::move(mechanism));
   const QStringList faults = tools + others;
   definitions.removeDuplicates(); // their text names none of them
   return faults.isEmpty() ? definitions : faults;
+}
+
+/// Whether --driver and --fast leave anything to play.
+QStringList faultsOfDrivers(const play_options_t &options, const inputs_t &inputs) {
+  QStringList names;
+  QStringList fast;
+  bool some = options.driver.isEmpty() && !options.fast;
+  for (const mechanism::mechanism_t &mechanism : inputs.mechanisms) {
+    names += mechanism.driver_names;
+    for (const mechanism::driver_t &driver : mechanism.drivers) {
+      some = some || options.plays(driver.name, driver.fast);
+      if (driver.fast)
+        fast << driver.name;
+    }
+  }
+  const QString fastNames = fast.isEmpty() ? "no driver is"_s : fast.join(", "_s) + " are"_s;
+  if (!options.driver.isEmpty() && !names.contains(options.driver))
+    return {"--driver %1: no such driver%2; there are %3."_s.arg(
+        options.driver, commandline::hintFor(options.driver, names), names.join(", "_s))};
+  if (!some)
+    return {"--fast: nothing to play; %1 marked as fast."_s.arg(fastNames)};
+  return {};
+}
+
+/// Whether everything that is to be replayed is registered.
+QStringList faultsOfReplay(const play_options_t &options, const inputs_t &inputs) {
+  QStringList faults;
+  for (const mechanism::mechanism_t &mechanism : inputs.mechanisms) {
+    const QString name = QString::fromStdString(mechanism.name);
+    if (const auto goal = goalWithout(inputs.document, name))
+      faults << "%1: the mechanism %2 is not registered with goal %3; leave out --replay to play "
+                "it first."_s.arg(options.posPath, name, pos::strOfGoalName(*goal));
+  }
+  return faults;
 }
 
 } // namespace
@@ -126,56 +198,56 @@ QStringList faultsOfFiles(const play_options_t &options) {
   };
   check(QFileInfo(options.posPath).isFile(),
         options.posPath + ": no such file; --pos names the status file."_s);
-  check(!QFileInfo(options.posPath).isFile() || may(W_OK, options.posPath),
+  const bool isWritten = options.isRecorded() && !options.dryRun;
+  check(!isWritten || !QFileInfo(options.posPath).isFile() || may(W_OK, options.posPath),
         options.posPath + ": not writable, results could not be saved; allow writing."_s);
   check(QFileInfo(options.pogPath).isFile() && QFileInfo(options.pogPath).isReadable(),
         options.pogPath + ": no readable file; --pog names the obligations."_s);
-  check(QFileInfo(options.directory).isDir(),
-        options.directory + ": no such directory; create it or change --directory."_s);
-  check(!QFileInfo(options.directory).isDir() || may(W_OK | X_OK, options.directory),
-        options.directory + ": not writable; --directory takes temporary files."_s);
+  const bool isPrivate = options.directory.isEmpty();
+  const QString directory = isPrivate ? QDir::tempPath() : options.directory;
+  check(QFileInfo(directory).isDir(),
+        directory + (isPrivate ? ": no such directory; change TMPDIR or name one by --directory."_s
+                               : ": no such directory; create it or change --directory."_s));
+  check(!QFileInfo(directory).isDir() || may(W_OK | X_OK, directory),
+        directory + ": not writable; --directory takes temporary files."_s);
+  check(options.against.isEmpty() || QFileInfo(options.against).isFile(),
+        options.against + ": no such file; --against names a status file."_s);
   for (const QString &file : options.resources)
     check(QFileInfo(file).isReadable(),
           file + ": no readable file; --resources names resource files."_s);
-  for (const std::string &directory : options.installDirs)
-    check(QFileInfo(QString::fromStdString(directory)).isDir(),
-          QString::fromStdString(directory) +
+  for (const std::string &place : options.installDirs)
+    check(QFileInfo(QString::fromStdString(place)).isDir(),
+          QString::fromStdString(place) +
               ": no such directory; --installdir names directories of tools."_s);
   return faults;
 }
 
-QStringList faultsOfContents(const play_options_t &options) {
-  QStringList faults = faultsOfPos(options);
-  QStringList drivers;
-  for (const QString &file : options.mechanisms)
-    faults += faultsOfMechanism(file, options, drivers);
-  if (faults.isEmpty() && !options.driver.isEmpty() && !drivers.contains(options.driver))
-    faults << "--driver %1: no such driver; there are %2."_s.arg(options.driver,
-                                                                 drivers.join(", "_s));
+QStringList faultsOfContents(play_options_t &options, inputs_t &inputs) {
+  QStringList faults = faultsOfPos(options, inputs);
+  for (const QString &file : std::as_const(options.mechanisms))
+    faults += faultsOfMechanism(file, options, inputs);
+  if (faults.isEmpty())
+    faults = faultsOfDrivers(options, inputs);
+  if (faults.isEmpty() && options.replay)
+    faults = faultsOfReplay(options, inputs);
   return faults;
 }
 
-QStringList misdirectedDrivers(const play_options_t &options) {
-  const std::optional<pos::goal_name_t> name = pos::goalNameOfStr(options.goal);
-  if (!name)
-    return {};
-  QDomDocument document;
-  pos::readFaults(options.posPath, pos::use_t::COUNTING, document);
-  const QString first = pos::obligationsOf(document).front().tag;
+QStringList oddities(const play_options_t &options, const inputs_t &inputs) {
   QStringList lines;
-  if (first == name->tag)
-    return lines;
-  for (const QString &file : options.mechanisms) {
-    mechanism::mechanism_t mechanism;
-    mechanism::ofFile(file, mechanism, options.installDirs);
-    for (const mechanism::driver_t &driver : mechanism.drivers) {
-      const bool isPlayed = (options.driver.isEmpty() || driver.name == options.driver) &&
-                            (!options.fast || driver.fast);
-      if (isPlayed && driver.group == mechanism::group_t::RELATED)
-        lines << "%1: driver %2 groups related goals, so its writer is asked for "
-                 "that goal of the first obligation, %3, and its model is not one "
-                 "of %4."_s.arg(file, driver.name, first, options.goal);
-    }
+  if (inputs.unnamedGoals > 0)
+    lines << "%1: %2 left out, as an obligation before has the same tag."_s.arg(
+        options.posPath, counted(inputs.unnamedGoals, "goal"));
+  for (const mechanism::remark_t &remark : mechanism::readRemarks(options.mechanisms))
+    lines << placed(remark.file, remark.line, remark.column) + remark.text;
+  for (std::size_t i = 0; i < inputs.mechanisms.size() && options.isRecorded(); ++i) {
+    const mechanism::mechanism_t &mechanism = inputs.mechanisms[i];
+    const QStringList gone = goneDrivers(inputs.document, mechanism);
+    if (!gone.isEmpty())
+      lines << "%1: %2 of %3 in %4: not in the description any more; what stands there stays."_s
+                   .arg(options.mechanisms[static_cast<int>(i)],
+                        (gone.size() == 1 ? "driver "_s : "drivers "_s) + gone.join(", "_s),
+                        QString::fromStdString(mechanism.name), options.posPath);
   }
   return lines;
 }

@@ -2,19 +2,32 @@
 #define KELVARUNE_PLAY_CHECKS_H
 
 #include "Options.h"
+#include "mechanism/Mechanism.h"
+#include "pos/Goals.h"
 
+#include <QDomDocument>
 #include <QStringList>
+
+#include <vector>
+
+/// What was read while it was checked.
+struct inputs_t {
+  QDomDocument document;                          ///< the POS file
+  QDomDocument against;                           ///< the file of --against
+  std::vector<mechanism::mechanism_t> mechanisms; ///< those of options.mechanisms
+  std::vector<pos::goal_name_t> goals;            ///< those of --goal or --failed
+  int unnamedGoals = 0;                           ///< that --failed must leave out
+};
 
 /// What is wrong with the inputs, one line for each fault with the place and the remedy; empty when
 /// all of them can be used. Nothing is changed. First whether the files and directories are there:
 QStringList faultsOfFiles(const play_options_t &options);
 
-/// Then what they hold; the resource files must have been loaded, as they say where tools are.
-QStringList faultsOfContents(const play_options_t &options);
+/// Then what they hold; the resource files must have been loaded, as they say where tools are. For
+/// a replay of a directory, options.mechanisms becomes what is registered in the POS file.
+QStringList faultsOfContents(play_options_t &options, inputs_t &inputs);
 
-/// A line for each driver that does not work on the goal of --goal: one that groups related goals
-/// numbers the designated goal's obligation as if it were the first, whichever it is. The run is of
-/// use for the other drivers. Expects inputs without faults.
-QStringList misdirectedDrivers(const play_options_t &options);
+/// What is odd about inputs without faults: a line each. The run is of use all the same.
+QStringList oddities(const play_options_t &options, const inputs_t &inputs);
 
 #endif

@@ -2,28 +2,108 @@
 
 #include "Options.h"
 
+#include "commandline/CommandTable.h"
+#include "output/Output.h"
 #include "text/Literals.h"
 
 #include <QCommandLineParser>
 #include <QDir>
 
+#include <algorithm>
 #include <iostream>
+#include <utility>
+#include <vector>
+
+#include <sched.h>
 
 using namespace kelvarune;
 
 namespace {
 
-QCommandLineOption option(const char *letter, const char *name, const char *description,
-                          const char *value = "") {
-  QStringList names = {QString::fromLatin1(name)};
-  if (*letter)
-    names.prepend(QString::fromLatin1(letter));
-  return {names, QString::fromLatin1(description), QString::fromLatin1(value)};
+/// An option by its names; the value's name is empty for one that takes none.
+struct option_t {
+  const char *letter;
+  const char *name;
+  const char *value;
+  const char *description;
+};
+
+constexpr char STOP_ON_FAILURE[] = "stop-on-failure";
+
+constexpr option_t OPTIONS[] = {
+    {"r", "resources", "FILE", "Resource file (optional, may be repeated)."},
+    {"i", "installdir", "DIR", "Tools installation directory (optional, may be repeated)."},
+    {"m", "mechanism", "FILE", "File with a proof mechanism description (may be repeated)."},
+    {"M", "mechanism-directory", "DIR",
+     "Directory whose proof mechanism descriptions (*.xml) are played in name order."},
+    {"s", "pos", "FILE", "File with proof obligation statuses."},
+    {"p", "pog", "FILE", "File with proof obligations."},
+    {"d", "directory", "DIR",
+     "Directory for temporary files (a private one below TMPDIR unless given)."},
+    {"c", "concurrency", "N",
+     "Number of goals or groups of goals proved at once (1); auto: one for each processor that "
+     "may be used."},
+    {"t", "trace", "N", "Trace level; 1 traces the director (0)."},
+    {"x", "xml", "", "XML-tagged output."},
+    {"", "driver", "NAME", "Play this driver only."},
+    {"", "goal", "TAG.N",
+     "Play goal N (from 1) of the obligation TAG only (may be repeated), print its model, and "
+     "leave the status file alone."},
+    {"", "failed", "", "As --goal for each goal that is not proved."},
+    {"", "record", "", "With --goal or --failed: keep the verdicts in the status file."},
+    {"", "explain", "",
+     "With --goal or --failed: tell for each driver what its tools did and said, and the commands "
+     "that repeat it. Secondary files are kept."},
+    {"", "log", "DIR",
+     "Write one text file, as --explain tells it, for each goal or group of goals that was not "
+     "proved."},
+    {"", "fast", "", "Play drivers marked as fast only."},
+    {"", "retry", "", "Play the drivers again that have left goals unknown."},
+    {"", "replay", "",
+     "Replay what is registered instead, as kelvarune does. Exit with status 1 when proofs are "
+     "lost."},
+    {"", "against", "FILE", "With --replay: the proofs of this status file must not be lost."},
+    {"", STOP_ON_FAILURE, "N",
+     "Stop after N failures (=N may be left out: 1): goals or groups of goals of which one is "
+     "disproved, or whose tools fail."},
+    {"", "dry-run", "", "Tell what would be played, with -v every command, and change nothing."},
+    {"", "color", "WHEN", "Colours in explanations: auto (on a terminal), always or never."},
+    {"", "strict", "", "Exit with status 1 when some goal of the component is not proved."},
+};
+
+/// Options of which the first makes no sense with the second.
+constexpr std::pair<const char *, const char *> CONFLICTS[] = {
+    {"goal", "failed"},  {"replay", "goal"}, {"replay", "failed"}, {"replay", "record"},
+    {"replay", "retry"}, {"explain", "xml"}, {"dry-run", "xml"},
+};
+
+QStringList namesOf(const option_t &option) {
+  QStringList names = {QString::fromLatin1(option.name)};
+  if (*option.letter)
+    names.prepend(QString::fromLatin1(option.letter));
+  return names;
 }
 
-bool refuse(const std::string &reason) {
-  std::cerr << "kelvarune-play: " << reason << " Try --help." << std::endl;
+/// The parser's options take a value always or never: one that may have one gets it here.
+QStringList withValues(QStringList words) {
+  const QString name = "--"_s + QLatin1String(STOP_ON_FAILURE);
+  std::replace(words.begin(), words.end(), name, name + "=1"_s);
+  return words;
+}
+
+bool refuse(const QString &reason) {
+  std::cerr << "kelvarune-play: " << reason.toStdString() << " Try --help." << std::endl;
   return false;
+}
+
+QString textOfError(const QCommandLineParser &parser) {
+  const QString unknown = parser.unknownOptionNames().value(0);
+  if (unknown.size() < 2) // nothing is like a letter
+    return parser.errorText();
+  QStringList known = {"--help"_s, "--version"_s};
+  for (const option_t &option : OPTIONS)
+    known << "--"_s + QLatin1String(option.name);
+  return "Unknown option '--%1'%2."_s.arg(unknown, commandline::hintFor("--"_s + unknown, known));
 }
 
 bool integerOf(const QString &text, int fallback, int &value) {
@@ -42,89 +122,119 @@ QStringList descriptionsIn(const QString &directory) {
   return files;
 }
 
+/// How many processors this process may use, at least 1.
+int usableProcessors() {
+  constexpr std::size_t MOST_SETS = 64;
+  // A set that is too small for the machine is refused.
+  for (std::size_t count = 1; count <= MOST_SETS; count *= 2) {
+    std::vector<cpu_set_t> sets(count);
+    const std::size_t bytes = count * sizeof(cpu_set_t);
+    if (::sched_getaffinity(0, bytes, sets.data()) == 0)
+      return std::max(1, CPU_COUNT_S(bytes, sets.data()));
+  }
+  return 1;
+}
+
+/// Reads the options that stand for themselves.
+void takeValues(const QCommandLineParser &parser, play_options_t &options) {
+  options.resources = parser.values("resources"_s);
+  for (const QString &value : parser.values("installdir"_s))
+    options.installDirs.push_back(value.toStdString());
+  options.mechanisms = parser.values("mechanism"_s);
+  options.mechanismDirectory = parser.value("mechanism-directory"_s);
+  options.posPath = parser.value("pos"_s);
+  options.pogPath = parser.value("pog"_s);
+  options.directory = parser.value("directory"_s);
+  options.driver = parser.value("driver"_s);
+  options.goals = parser.values("goal"_s);
+  options.against = parser.value("against"_s);
+  options.log = parser.value("log"_s);
+  options.failed = parser.isSet("failed"_s);
+  options.record = parser.isSet("record"_s);
+  options.explain = parser.isSet("explain"_s);
+  options.retry = parser.isSet("retry"_s);
+  options.replay = parser.isSet("replay"_s);
+  options.dryRun = parser.isSet("dry-run"_s);
+  options.fast = parser.isSet("fast"_s);
+  options.strict = parser.isSet("strict"_s);
+  options.xml = parser.isSet("xml"_s);
+}
+
+bool takeNumbers(const QCommandLineParser &parser, play_options_t &options) {
+  const QString jobs = parser.value("concurrency"_s);
+  int number = 0;
+  if (jobs == "auto"_s)
+    number = usableProcessors();
+  else if (!integerOf(jobs, 1, number) || number < 1)
+    return refuse("The concurrency must be a number from 1."_s);
+  options.concurrency = static_cast<unsigned int>(number);
+  if (!integerOf(parser.value("trace"_s), 0, options.trace))
+    return refuse("The trace level must be a number."_s);
+  if (!integerOf(parser.value(QLatin1String(STOP_ON_FAILURE)), 0, number) || number < 0 ||
+      (parser.isSet(QLatin1String(STOP_ON_FAILURE)) && number == 0))
+    return refuse("The number of failures must be a number from 1."_s);
+  options.stopAfter = static_cast<unsigned long>(number);
+  return true;
+}
+
+/// Whether the options go together.
+bool check(const QCommandLineParser &parser, const play_options_t &options) {
+  // An empty value, perhaps of an unset variable, would silently mean everything.
+  if ((parser.isSet("driver"_s) && options.driver.isEmpty()) || options.goals.contains(QString()))
+    return refuse("The options --driver and --goal need a value that is not empty."_s);
+  if (parser.isSet("color"_s) && !setColour(parser.value("color"_s)))
+    return refuse("--color takes auto, always or never."_s);
+  for (const char *name : {"directory", "log", "against"}) {
+    if (parser.isSet(QLatin1String(name)) && parser.value(QLatin1String(name)).isEmpty())
+      return refuse("The option --%1 needs a value that is not empty."_s.arg(QLatin1String(name)));
+  }
+  if (options.posPath.isEmpty() || options.pogPath.isEmpty())
+    return refuse("The options --pos and --pog are needed."_s);
+  if (options.mechanisms.isEmpty() == options.mechanismDirectory.isEmpty())
+    return refuse("Either --mechanism or --mechanism-directory is needed, and not both."_s);
+  for (const auto &[first, second] : CONFLICTS) {
+    if (parser.isSet(QLatin1String(first)) && parser.isSet(QLatin1String(second)))
+      return refuse("The options --%1 and --%2 do not go together."_s.arg(QLatin1String(first),
+                                                                          QLatin1String(second)));
+  }
+  for (const char *name : {"explain", "record"}) {
+    if (parser.isSet(QLatin1String(name)) && !options.isForSomeGoals())
+      return refuse("The option --%1 needs --goal or --failed."_s.arg(QLatin1String(name)));
+  }
+  return options.against.isEmpty() || options.replay ||
+         refuse("The option --against needs --replay."_s);
+}
+
 } // namespace
 
 bool parseOptions(const QStringList &words, play_options_t &options) {
-  const QCommandLineOption resources =
-      option("r", "resources", "Resource file (optional, may be repeated).", "FILE");
-  const QCommandLineOption installDir =
-      option("i", "installdir", "Tools installation directory (optional, may be repeated).", "DIR");
-  const QCommandLineOption mechanism = option(
-      "m", "mechanism", "File with a proof mechanism description (may be repeated).", "FILE");
-  const QCommandLineOption mechanismDirectory = option(
-      "M", "mechanism-directory",
-      "Directory whose proof mechanism descriptions (*.xml) are played in name order.", "DIR");
-  const QCommandLineOption posFile =
-      option("s", "pos", "File with proof obligation statuses.", "FILE");
-  const QCommandLineOption pogFile = option("p", "pog", "File with proof obligations.", "FILE");
-  const QCommandLineOption directory =
-      option("d", "directory", "Directory for temporary files.", "DIR");
-  const QCommandLineOption concurrency =
-      option("c", "concurrency", "Number of goals or groups of goals proved at once (1).", "N");
-  const QCommandLineOption trace =
-      option("t", "trace", "Trace level; 1 traces the director (0).", "N");
-  const QCommandLineOption xml = option("x", "xml", "XML-tagged output.");
-  const QCommandLineOption driver = option("", "driver", "Play this driver only.", "NAME");
-  const QCommandLineOption goal = option(
-      "", "goal",
-      "Play goal N (from 1) of the obligation TAG only, print its model, and leave its status.",
-      "TAG.N");
-  const QCommandLineOption fast = option("", "fast", "Play drivers marked as fast only.");
-  const QCommandLineOption strict =
-      option("", "strict", "Exit with status 1 when some goal of the component is not proved.");
-
   QCommandLineParser parser;
   parser.setApplicationDescription(
       "Registers proof mechanisms in a POS file and plays their drivers on its goals.\n\n"
-      "Exit status: 0 the run completed; 1 with --strict, some goal is not proved; 2 unusable\n"
-      "command line or input; 3 some tool or save failed; 128+N stopped by signal N."_s);
-  parser.addOptions({resources, installDir, mechanism, mechanismDirectory, posFile, pogFile,
-                     directory, concurrency, trace, xml, driver, goal, fast, strict});
+      "Exit status: 0 the run completed; 1 with --strict, some goal is not proved, with --replay\n"
+      "some proof is lost, with --stop-on-failure some goal is disproved; 2 unusable command line\n"
+      "or input; 3 some tool or save failed; 128+N stopped by signal N."_s);
+  for (const option_t &option : OPTIONS)
+    parser.addOption(QCommandLineOption(namesOf(option), QString::fromLatin1(option.description),
+                                        QString::fromLatin1(option.value)));
   const QCommandLineOption help = parser.addHelpOption();
   const QCommandLineOption version = parser.addVersionOption();
-  if (!parser.parse(words))
-    return refuse(parser.errorText().toStdString());
+  if (!parser.parse(withValues(words)))
+    return refuse(textOfError(parser));
   if (parser.isSet(help))
     parser.showHelp(0);
-  if (parser.isSet(version))
+  options.verbose = parser.isSet("dry-run"_s) && words.contains("-v"_s);
+  if (parser.isSet(version) && !options.verbose)
     parser.showVersion();
   if (!parser.positionalArguments().isEmpty())
-    return refuse("Unexpected argument '" + parser.positionalArguments().first().toStdString() +
-                  "'.");
+    return refuse("Unexpected argument '%1'."_s.arg(parser.positionalArguments().first()));
 
-  // An empty value, perhaps of an unset variable, would silently mean everything.
-  if ((parser.isSet(driver) && parser.value(driver).isEmpty()) ||
-      (parser.isSet(goal) && parser.value(goal).isEmpty()))
-    return refuse("The options --driver and --goal need a value that is not empty.");
-
-  options.resources = parser.values(resources);
-  for (const QString &value : parser.values(installDir))
-    options.installDirs.push_back(value.toStdString());
-  options.mechanisms = parser.values(mechanism);
-  options.mechanismDirectory = parser.value(mechanismDirectory);
-  options.posPath = parser.value(posFile);
-  options.pogPath = parser.value(pogFile);
-  options.directory = parser.value(directory);
-  options.driver = parser.value(driver);
-  options.goal = parser.value(goal);
-  options.fast = parser.isSet(fast);
-  options.strict = parser.isSet(strict);
-  options.xml = parser.isSet(xml);
-
-  int jobs = 0;
-  if (!integerOf(parser.value(concurrency), 1, jobs) || jobs < 1)
-    return refuse("The concurrency must be a number from 1.");
-  options.concurrency = static_cast<unsigned int>(jobs);
-  if (!integerOf(parser.value(trace), 0, options.trace))
-    return refuse("The trace level must be a number.");
-  if (options.posPath.isEmpty() || options.pogPath.isEmpty() || options.directory.isEmpty())
-    return refuse("The options --pos, --pog and --directory are needed.");
-  if (options.mechanisms.isEmpty() == options.mechanismDirectory.isEmpty())
-    return refuse("Either --mechanism or --mechanism-directory is needed, and not both.");
+  takeValues(parser, options);
+  if (!takeNumbers(parser, options) || !check(parser, options))
+    return false;
   if (!options.mechanismDirectory.isEmpty())
     options.mechanisms = descriptionsIn(options.mechanismDirectory);
   if (options.mechanisms.isEmpty())
-    return refuse("No mechanism description (*.xml) in " +
-                  options.mechanismDirectory.toStdString() + ".");
+    return refuse("No mechanism description (*.xml) in "_s + options.mechanismDirectory + "."_s);
   return true;
 }

@@ -13,16 +13,35 @@ struct play_options_t {
   QString mechanismDirectory;
   QString posPath;
   QString pogPath;
-  QString directory;
+  QString directory; ///< empty: a private one
   QStringList resources;
   std::vector<std::string> installDirs;
-  QString driver; ///< empty: all drivers
-  QString goal;   ///< empty: all goals
+  QString driver;    ///< empty: all drivers
+  QStringList goals; ///< as they were named; empty: all goals, or the failed ones
+  bool failed = false;
+  bool record = false;
+  bool explain = false;
+  bool retry = false;
+  bool replay = false;
+  QString against; ///< empty: the POS file itself
+  QString log;     ///< the directory of the logs; empty: none
+  bool dryRun = false;
+  bool verbose = false;
+  unsigned long stopAfter = 0; ///< failures; 0: never
   bool fast = false;
   bool strict = false;
   bool xml = false;
   unsigned int concurrency = 1;
   int trace = 0;
+
+  /// Whether only some goals are played.
+  bool isForSomeGoals() const { return failed || !goals.isEmpty(); }
+  /// Whether verdicts go into the POS file.
+  bool isRecorded() const { return record || !isForSomeGoals(); }
+  /// Whether the driver called `name`, marked as fast or not, is played.
+  bool plays(const QString &name, bool isFast) const {
+    return (driver.isEmpty() || name == driver) && (!fast || isFast);
+  }
 };
 
 /// Reads the command line. Prints help or version and exits with 0 when asked to. An unusable

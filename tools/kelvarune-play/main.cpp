@@ -1,15 +1,17 @@
 // kelvarune-play: first proofs. It registers mechanisms in a POS file and plays their drivers,
 // where kelvarune only replays what is registered. The director does the work and writes the
-// output; this program checks the inputs first and gives the outcome by its exit status.
+// output; this program checks the inputs first, tells what went wrong, and gives the outcome by its
+// exit status.
 
 #include "Checks.h"
 #include "Options.h"
+#include "Reference.h"
+#include "Registered.h"
+#include "Run.h"
 #include "StatusLine.h"
-#include "director/ProofDirector.h"
+#include "Workspace.h"
 #include "director/StopOnSignals.h"
-#include "front/Report.h"
-#include "front/Utils.h"
-#include "pos/pos.h"
+#include "output/Output.h"
 #include "process/Guardian.h"
 #include "process/StandardStreams.h"
 #include "process/StartUp.h"
@@ -17,24 +19,16 @@
 #include "text/Literals.h"
 
 #include <QCoreApplication>
-
-#include <iostream>
-#include <map>
-#include <memory>
+#include <QDir>
 
 #include <signal.h>
+#include <unistd.h>
 
 using namespace kelvarune;
 
 namespace {
 
-enum exit_status_t {
-  EXIT_COMPLETED = 0,
-  EXIT_NOT_PROVED = 1,
-  EXIT_UNUSABLE = 2,
-  EXIT_TOOL_FAILED = 3,
-  EXIT_SIGNALLED = 128
-};
+enum exit_status_t { EXIT_COMPLETED = 0, EXIT_UNUSABLE = 2, EXIT_SIGNALLED = 128 };
 
 /// The signals that end a run: all that ask for it, but for a hang-up that the caller ignores, as
 /// nohup does.
@@ -45,18 +39,22 @@ std::vector<int> stopSignals() {
                                       : std::vector<int>{SIGINT, SIGTERM, SIGHUP};
 }
 
-int endSignalled(int number) {
+int endSignalled(int number, Workspace &workspace) {
   StatusLine::endAll();
+  workspace.remove();
+  // A terminal has shown "^C", and perhaps half a line of results.
+  const std::string lineBreak = ::isatty(STDERR_FILENO) ? "\n" : "";
+  process::offerToStandardError(lineBreak + Run::lastWords());
   return EXIT_SIGNALLED + number;
 }
 
 void tell(const QStringList &lines) {
   for (const QString &line : lines)
-    std::cerr << "kelvarune-play: " << line.toStdString() << std::endl;
+    complain(line);
 }
 
 /// Reads the command line and checks the inputs. False after telling what cannot be used.
-bool getReady(play_options_t &options) {
+bool getReady(play_options_t &options, inputs_t &inputs) {
   if (!parseOptions(QCoreApplication::arguments(), options))
     return false;
   init_resource_manager();
@@ -67,44 +65,56 @@ bool getReady(play_options_t &options) {
       if (has_unfinished_line(file.toUtf8().constData()))
         tell({file + ": the last line is not read; end it with a line break."_s});
     }
-    faults = faultsOfContents(options);
+    faults = faultsOfContents(options, inputs);
   }
   tell(faults);
   if (faults.isEmpty())
-    tell(misdirectedDrivers(options));
+    tell(oddities(options, inputs));
   return faults.isEmpty();
 }
 
-/// Plays one mechanism and adds its failures to `errors`.
-void play(const play_options_t &options, const std::string &component, const QString &mechanism,
-          StopOnSignals &stopOnSignals, QStringList &errors) {
-  const std::unique_ptr<ProofDirector> director(
-      new ProofDirector(component, mechanism.toStdString(), options.posPath.toStdString(),
-                        options.pogPath.toStdString(), options.directory.toStdString(),
-                        options.installDirs, options.xml, options.concurrency, options.trace,
-                        options.driver.toStdString(), options.goal.toStdString(), options.fast));
-  print_proving(component, director->getMechanismName(), options.xml);
-  stopOnSignals.setDirector(director.get());
-  {
-    const StatusLine line(*director);
-    director->play();
+plan_t planFor(const play_options_t &options, const inputs_t &inputs) {
+  plan_t plan;
+  plan.options = options;
+  plan.choice.goals = inputs.goals;
+  plan.choice.record = options.isRecorded();
+  plan.choice.addDrivers = true;
+  plan.choice.retry = options.retry;
+  plan.choice.keepSecondaryFiles = options.explain;
+  plan.choice.quiet = true; // the summary tells the failures
+  if (options.replay)
+    plan.reference = goalsWithProofs(options.against.isEmpty() ? inputs.document : inputs.against,
+                                     inputs.mechanisms, options);
+  else if (!options.retry && !options.isForSomeGoals())
+    plan.leftUnknown = leftUnknown(inputs.document, inputs.mechanisms);
+  return plan;
+}
+
+/// Chooses the directory for the secondary files and makes those that the run needs. False after
+/// telling which cannot be made.
+bool makeDirectories(plan_t &plan, Workspace &workspace) {
+  const play_options_t &options = plan.options;
+  const QString parent = options.directory.isEmpty() ? QDir::tempPath() : options.directory;
+  plan.directory = parent;
+  if (options.dryRun) {
+    if (options.directory.isEmpty())
+      plan.directory += "/kelvarune-play-XXXXXX"_s;
+    return true;
   }
-  stopOnSignals.setDirector(nullptr);
-  errors += director->errorMessages();
-}
-
-void listErrors(const QStringList &errors) {
-  std::map<QString, int> counts;
-  for (const QString &error : errors)
-    ++counts[error];
-  for (const auto &[error, count] : counts)
-    std::cerr << "kelvarune-play: " << error.toStdString() << " (" << count
-              << (count == 1 ? " time)" : " times)") << std::endl;
-}
-
-bool everyGoalIsProved(const std::string &posPath) {
-  pos::metrics_t metrics;
-  return pos::getMetrics(posPath, metrics) && metrics.proved == metrics.total;
+  // Commands in a log can be repeated only if there still is a place for their files.
+  const bool isLogged = !options.log.isEmpty();
+  const QString besideLogs = options.log + "/secondary"_s;
+  if (isLogged && !QDir().mkpath(options.directory.isEmpty() ? besideLogs : options.log)) {
+    complain(options.log + ": cannot be created; --log names a directory."_s);
+    return false;
+  }
+  if (options.explain || (options.directory.isEmpty() && !isLogged))
+    plan.directory = workspace.create(parent, options.explain);
+  else if (options.directory.isEmpty())
+    plan.directory = besideLogs;
+  if (plan.directory.isEmpty())
+    complain(parent + ": no directory can be created there; name another by --directory."_s);
+  return !plan.directory.isEmpty();
 }
 
 } // namespace
@@ -112,25 +122,26 @@ bool everyGoalIsProved(const std::string &posPath) {
 int main(int argc, char **argv) {
   process::startUp();
   const process::Guardian guardian;
-  StopOnSignals stopOnSignals(stopSignals(), endSignalled);
+  Workspace workspace;
+  StopOnSignals stopOnSignals(stopSignals(),
+                              [&](int number) { return endSignalled(number, workspace); });
   const QCoreApplication application(argc, argv);
   QCoreApplication::setApplicationName("kelvarune-play"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 
-  play_options_t options;
-  if (!getReady(options))
+  plan_t plan;
+  {
+    play_options_t options;
+    inputs_t inputs;
+    if (!getReady(options, inputs))
+      return EXIT_UNUSABLE;
+    plan = planFor(options, inputs);
+  }
+  if (!makeDirectories(plan, workspace))
     return EXIT_UNUSABLE;
-
-  const std::string posPath = options.posPath.toStdString();
-  const std::string component = baseNameOfPath(posPath);
-  if (options.xml)
-    process::writeToStandardOutput("<proof>\n");
-  QStringList errors;
-  for (const QString &mechanism : std::as_const(options.mechanisms))
-    play(options, component, mechanism, stopOnSignals, errors);
-  print_metrics(posPath, options.xml, component);
-  listErrors(errors);
-  if (!errors.isEmpty())
-    return EXIT_TOOL_FAILED;
-  return options.strict && !everyGoalIsProved(posPath) ? EXIT_NOT_PROVED : EXIT_COMPLETED;
+  Run run(plan);
+  if (!plan.options.dryRun)
+    return run.play(stopOnSignals);
+  run.tellOnly();
+  return EXIT_COMPLETED;
 }
