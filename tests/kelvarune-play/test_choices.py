@@ -1,8 +1,10 @@
 """What is played and what becomes of it: another try, drivers that are new, a replay, a part."""
 
+import fcntl
+
 import pytest
-from conftest import (FILES, canonical, concluded, driver_pass, goal, mech, parsed, po, proving,
-                      replayed, report, rows)
+from conftest import (FILES, LIMIT_S, REPLAY, canonical, concluded, driver_pass, goal, mech, parsed,
+                      po, proving, replayed, report, rows)
 
 PROGRAM = "kelvarune-play"
 
@@ -112,3 +114,31 @@ def test_stop_on_failure(case, args, status, played, what):
     assert (reason in run.err) == bool(what), run
     goals = parsed(case.path("comp.pos").read_bytes()).iter("Simple_Goal")
     assert sum(part.get("status") == "Unproved" for part in goals) == {2: 2, 3: 2, 5: 1}[played]
+
+
+def test_shards_are_merged(case):
+    case.answers({"*": "Proved"})
+    case.mechanism(trust="always")
+    case.pos(po("T0", goal(), goal()), po("T1", *[goal() for _ in range(5)]))
+    before = case.path("comp.pos").read_bytes()
+    copies = [f"comp.{part}-of-3.pos" for part in (1, 2, 3)]
+    runs = [case.start(*REPLAY, "--shard", f"{part}/3") for part in (1, 2, 3)]
+    assert [run.wait(LIMIT_S) for run in runs] == [0, 0, 0]
+    assert len(case.calls("writer")) == 7 and case.path("comp.pos").read_bytes() == before
+    case.replay("--shard", "2/3", status=2, out="", err=(
+        "kelvarune-play: comp.2-of-3.pos: is there already; merge it by kelvarune-pos merge, or "
+        "remove it.\n"))
+    case.run("merge", *copies, "-o", "comp.pos", "--force", program="kelvarune-pos")
+    assert case.proved() == 7
+
+
+def test_gives_up_while_another_run_uses_the_file(case):
+    case.mechanism()
+    case.pos(po("T0", goal()))
+    with open(case.write(".comp.pos.kelvarune-lock", "4711 there kelvarune\n"), "rb") as lock:
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        case.replay("--no-wait", status=2, out="", err=(
+            "kelvarune-play: comp.pos: process 4711 on there (kelvarune) uses it; without --no-wait "
+            "this run waits for its end.\n"))
+        case.replay("--no-wait", "--goal", "T0.1", err=None)  # which writes nothing
+    case.replay("--no-wait", err=None)

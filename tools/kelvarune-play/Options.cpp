@@ -68,13 +68,18 @@ constexpr option_t OPTIONS[] = {
      "disproved, or whose tools fail."},
     {"", "dry-run", "", "Tell what would be played, with -v every command, and change nothing."},
     {"", "color", "WHEN", "Colours in explanations: auto (on a terminal), always or never."},
+    {"", "shard", "K/N",
+     "Play the K-th (from 1) of N equal parts of the goals, on a copy of the status file "
+     "(comp.K-of-N.pos); kelvarune-pos merge brings the copies together."},
+    {"", "no-wait", "", "Give up when another run uses the status file, instead of waiting."},
     {"", "strict", "", "Exit with status 1 when some goal of the component is not proved."},
 };
 
 /// Options of which the first makes no sense with the second.
 constexpr std::pair<const char *, const char *> CONFLICTS[] = {
-    {"goal", "failed"},  {"replay", "goal"}, {"replay", "failed"}, {"replay", "record"},
-    {"replay", "retry"}, {"explain", "xml"}, {"dry-run", "xml"},
+    {"goal", "failed"},   {"replay", "goal"},  {"replay", "failed"},
+    {"replay", "record"}, {"replay", "retry"}, {"explain", "xml"},
+    {"dry-run", "xml"},   {"shard", "goal"},   {"shard", "failed"},
 };
 
 QStringList namesOf(const option_t &option) {
@@ -154,6 +159,7 @@ void takeValues(const QCommandLineParser &parser, play_options_t &options) {
   options.explain = parser.isSet("explain"_s);
   options.retry = parser.isSet("retry"_s);
   options.replay = parser.isSet("replay"_s);
+  options.wait = !parser.isSet("no-wait"_s);
   options.dryRun = parser.isSet("dry-run"_s);
   options.fast = parser.isSet("fast"_s);
   options.strict = parser.isSet("strict"_s);
@@ -175,6 +181,17 @@ bool takeNumbers(const QCommandLineParser &parser, play_options_t &options) {
     return refuse("The number of failures must be a number from 1."_s);
   options.stopAfter = static_cast<unsigned long>(number);
   return true;
+}
+
+bool takeShard(const QCommandLineParser &parser, play_options_t &options) {
+  if (!parser.isSet("shard"_s))
+    return true;
+  const QStringList numbers = parser.value("shard"_s).split(QLatin1Char('/'));
+  const unsigned int part = numbers[0].toUInt();
+  options.shards = numbers.value(1).toUInt();
+  options.shard = part - 1;
+  return (numbers.size() == 2 && part >= 1 && part <= options.shards) ||
+         refuse("--shard takes K/N: two numbers, K from 1 to N."_s);
 }
 
 /// Whether the options go together.
@@ -230,7 +247,7 @@ bool parseOptions(const QStringList &words, play_options_t &options) {
     return refuse("Unexpected argument '%1'."_s.arg(parser.positionalArguments().first()));
 
   takeValues(parser, options);
-  if (!takeNumbers(parser, options) || !check(parser, options))
+  if (!takeNumbers(parser, options) || !takeShard(parser, options) || !check(parser, options))
     return false;
   if (!options.mechanismDirectory.isEmpty())
     options.mechanisms = descriptionsIn(options.mechanismDirectory);

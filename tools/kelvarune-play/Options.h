@@ -23,8 +23,11 @@ struct play_options_t {
   bool explain = false;
   bool retry = false;
   bool replay = false;
-  QString against; ///< empty: the POS file itself
-  QString log;     ///< the directory of the logs; empty: none
+  QString against;        ///< empty: the POS file itself
+  QString log;            ///< the directory of the logs; empty: none
+  bool wait = true;       ///< for other runs that use the POS file
+  unsigned int shard = 0; ///< the part to play, from 0
+  unsigned int shards = 1;
   bool dryRun = false;
   bool verbose = false;
   unsigned long stopAfter = 0; ///< failures; 0: never
@@ -36,6 +39,8 @@ struct play_options_t {
 
   /// Whether only some goals are played.
   bool isForSomeGoals() const { return failed || !goals.isEmpty(); }
+  /// Whether only a part is played, on a copy of the POS file.
+  bool isShard() const { return shards > 1; }
   /// Whether verdicts go into the POS file.
   bool isRecorded() const { return record || !isForSomeGoals(); }
   /// Whether the driver called `name`, marked as fast or not, is played.

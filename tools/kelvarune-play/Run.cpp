@@ -11,6 +11,7 @@
 #include "director/ProofDirector.h"
 #include "front/Report.h"
 #include "front/Utils.h"
+#include "front/Waiting.h"
 #include "output/Output.h"
 #include "output/Words.h"
 #include "pos/Faults.h"
@@ -116,6 +117,10 @@ void Run::playMechanism(const QString &mechanism, StopOnSignals &stopOnSignals) 
           director.stop();
       },
       options.explain || !options.log.isEmpty() ? watch_t::PROVER_OUTPUT : watch_t::TOOLS);
+  std::vector<file::RunLock> locks;
+  if (!plan.isPrivate)
+    locks = waitForSecondaryFiles(plan.directory.toStdString(), options.pogPath.toStdString(),
+                                  made->getMechanism());
   print_proving(component, made->getMechanismName(), options.xml);
   playOn(*made, stopOnSignals);
   keepErrors(*made);

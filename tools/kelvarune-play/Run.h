@@ -20,6 +20,7 @@ struct plan_t {
   play_options_t options;
   kelvarune::play_choice_t choice;
   QString directory;             ///< for the secondary files
+  bool isPrivate = true;         ///< no other run puts files there
   std::vector<goal_t> reference; ///< of a replay: what must be proved afterwards
   int leftUnknown = 0;           ///< goals that are not tried again
 };

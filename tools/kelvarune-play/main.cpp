@@ -8,9 +8,11 @@
 #include "Reference.h"
 #include "Registered.h"
 #include "Run.h"
+#include "Shard.h"
 #include "StatusLine.h"
 #include "Workspace.h"
 #include "director/StopOnSignals.h"
+#include "front/Waiting.h"
 #include "output/Output.h"
 #include "process/Guardian.h"
 #include "process/StandardStreams.h"
@@ -20,6 +22,8 @@
 
 #include <QCoreApplication>
 #include <QDir>
+
+#include <utility>
 
 #include <signal.h>
 #include <unistd.h>
@@ -41,6 +45,7 @@ std::vector<int> stopSignals() {
 
 int endSignalled(int number, Workspace &workspace) {
   StatusLine::endAll();
+  file::RunLock::releaseAll();
   workspace.remove();
   // A terminal has shown "^C", and perhaps half a line of results.
   const std::string lineBreak = ::isatty(STDERR_FILENO) ? "\n" : "";
@@ -53,24 +58,59 @@ void tell(const QStringList &lines) {
     complain(line);
 }
 
+void loadResources(const QStringList &files) {
+  init_resource_manager();
+  for (const QString &file : files) {
+    load_resources(file.toUtf8().constData());
+    if (has_unfinished_line(file.toUtf8().constData()))
+      tell({file + ": the last line is not read; end it with a line break."_s});
+  }
+}
+
+/// Makes sure that nobody else writes the POS file while this run does. False after telling who is
+/// in the way.
+bool takeTurn(const play_options_t &options, file::RunLock &lock) {
+  if (!options.isRecorded() || options.dryRun)
+    return true;
+  const QString path = options.isShard() ? shardPath(options.posPath, options.shard, options.shards)
+                                         : options.posPath;
+  if (options.wait)
+    lock = waitForFile(path.toStdString());
+  else if (!takeFile(path.toStdString(), lock)) {
+    complain(path + ": "_s + QString::fromStdString(lock.owner().text()) +
+             " uses it; without --no-wait this run waits for its end."_s);
+    return false;
+  }
+  return true;
+}
+
+/// Makes the copy on which a part is played, and lets the options name it.
+bool takeShard(play_options_t &options) {
+  if (!options.isShard() || options.dryRun)
+    return true;
+  const QString copy = shardPath(options.posPath, options.shard, options.shards);
+  const QString fault = copyForShard(options.posPath, copy);
+  if (!fault.isEmpty())
+    complain(fault);
+  options.posPath = copy;
+  return fault.isEmpty();
+}
+
 /// Reads the command line and checks the inputs. False after telling what cannot be used.
-bool getReady(play_options_t &options, inputs_t &inputs) {
+bool getReady(play_options_t &options, inputs_t &inputs, file::RunLock &lock) {
   if (!parseOptions(QCoreApplication::arguments(), options))
     return false;
-  init_resource_manager();
   QStringList faults = faultsOfFiles(options);
-  if (faults.isEmpty()) {
-    for (const QString &file : std::as_const(options.resources)) {
-      load_resources(file.toUtf8().constData());
-      if (has_unfinished_line(file.toUtf8().constData()))
-        tell({file + ": the last line is not read; end it with a line break."_s});
-    }
-    faults = faultsOfContents(options, inputs);
-  }
   tell(faults);
-  if (faults.isEmpty())
-    tell(oddities(options, inputs));
-  return faults.isEmpty();
+  if (!faults.isEmpty() || !takeTurn(options, lock))
+    return false;
+  loadResources(options.resources);
+  faults = faultsOfContents(options, inputs);
+  tell(faults);
+  if (!faults.isEmpty())
+    return false;
+  tell(oddities(options, inputs));
+  return true;
 }
 
 plan_t planFor(const play_options_t &options, const inputs_t &inputs) {
@@ -79,6 +119,8 @@ plan_t planFor(const play_options_t &options, const inputs_t &inputs) {
   plan.choice.goals = inputs.goals;
   plan.choice.record = options.isRecorded();
   plan.choice.addDrivers = true;
+  plan.choice.shard = options.shard;
+  plan.choice.shards = options.shards;
   plan.choice.retry = options.retry;
   plan.choice.keepSecondaryFiles = options.explain;
   plan.choice.quiet = true; // the summary tells the failures
@@ -108,7 +150,8 @@ bool makeDirectories(plan_t &plan, Workspace &workspace) {
     complain(options.log + ": cannot be created; --log names a directory."_s);
     return false;
   }
-  if (options.explain || (options.directory.isEmpty() && !isLogged))
+  plan.isPrivate = options.explain || !isLogged;
+  if (plan.isPrivate)
     plan.directory = workspace.create(parent, options.explain);
   else if (options.directory.isEmpty())
     plan.directory = besideLogs;
@@ -129,15 +172,16 @@ int main(int argc, char **argv) {
   QCoreApplication::setApplicationName("kelvarune-play"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 
+  file::RunLock lock; // until the end
   plan_t plan;
   {
     play_options_t options;
     inputs_t inputs;
-    if (!getReady(options, inputs))
+    if (!getReady(options, inputs, lock))
       return EXIT_UNUSABLE;
     plan = planFor(options, inputs);
   }
-  if (!makeDirectories(plan, workspace))
+  if (!makeDirectories(plan, workspace) || !takeShard(plan.options))
     return EXIT_UNUSABLE;
   Run run(plan);
   if (!plan.options.dryRun)
