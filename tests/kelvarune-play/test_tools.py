@@ -43,7 +43,7 @@ CAUSES = {
     "nothing": ("reader", "cat >/dev/null", 3, "reader printed nothing"),
     "status 3": ("reader", "cat >/dev/null; echo Unknown; exit 3", 0, "reader exited with status 3"),
     "too many": ("reader", "cat >/dev/null; echo Unknown; echo Proved", 3,
-                 "reader printed 2 lines for 1 goals"),
+                 "reader printed 2 lines for 1 goal"),
     "no reader": ("reader", UNSTARTABLE, 3,
                   "reader could not be started: No such file or directory"),
     "says why in a file": ("writer", "echo cannot parse POG at line 3 >&2; exit 1", 3,

@@ -4,6 +4,7 @@
 
 #include "Causes.h"
 
+#include "output/Output.h"
 #include "text/Literals.h"
 
 #include <QStringList>
@@ -125,7 +126,8 @@ std::optional<cause_t> causeInOutput(const entry_record_t &record) {
     return cause_t{"reader printed nothing"_s, QString(), true};
   if (record.loss == loss_t::RESULT_COUNT)
     return cause_t{"reader printed %1"_s,
-                   "%1 lines for %2 goals"_s.arg(record.resultCount).arg(record.goals.size()),
+                   counted(static_cast<int>(record.resultCount), "line") + " for "_s +
+                       counted(static_cast<int>(record.goals.size()), "goal"),
                    true};
   if (!record.verdicts.contains(QString()))
     return std::nullopt;
