@@ -55,3 +55,14 @@ def test_without_locks(case, tight):
         f"Cannot lock {name}: No locks available; no other run is kept away.\n"
         for name in ("comp.pos", "work/comp_m_d1"))
     assert case.proved() == GOALS
+
+
+# The limit is raised as far as it goes; tools get the one that the caller had.
+@rows("hard", {"that can be raised": 4096, "that cannot": 64})
+def test_a_low_limit_of_descriptors(case, hard):
+    case.script("prover", "[ $(ulimit -n) = 64 ] && exec cat\n")
+    case.answers({"*": "Proved"})
+    case.mechanism(trust="always")
+    case.pos(*[po(f"T{i}", candidate()) for i in range(5 * GOALS)])
+    case.run(*REPLAY, "-c", 4 * GOALS, under=("prlimit", f"--nofile=64:{hard}"))
+    assert case.proved() == 5 * GOALS
