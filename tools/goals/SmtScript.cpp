@@ -288,12 +288,13 @@ std::optional<fault_t> visitSmtGoals(std::string_view script,
     return std::nullopt;
   return followScript(script, true,
                       [&](const State &state, const smt_command_t &check, std::size_t /*offset*/) {
-                        if (index++ != *wanted)
-                          return true;
-                        smt_goal_t goal = state.goal(check);
-                        goal.index = *wanted;
-                        visit(goal);
-                        return ++wanted != indexes.end();
+                        for (; wanted != indexes.end() && *wanted == index; ++wanted) {
+                          smt_goal_t goal = state.goal(check);
+                          goal.index = index;
+                          visit(goal);
+                        }
+                        ++index;
+                        return wanted != indexes.end();
                       });
 }
 

@@ -29,8 +29,8 @@ struct smt_goal_t {
   std::vector<std::string_view> assumptions; ///< the literals of a (check-sat-assuming ...)
 };
 
-/// Shows the goals with these indexes, which are in ascending order, in one pass that ends with the
-/// last of them. Returns what is wrong with the script before that.
+/// Shows the goal of each of these indexes, which ascend, in one pass that ends with the last of
+/// them. Returns what is wrong with the script before that.
 std::optional<fault_t> visitSmtGoals(std::string_view script,
                                      const std::vector<std::size_t> &indexes,
                                      const std::function<void(const smt_goal_t &)> &visit);

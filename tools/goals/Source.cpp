@@ -2,12 +2,12 @@
 
 #include "Source.h"
 
+#include "file/Descriptor.h"
+
 #include <cerrno>
 #include <cstring>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace kelvarune::goals {
 
@@ -46,12 +46,10 @@ std::variant<std::string, source_error_t> readAll(int descriptor) {
 
 std::variant<std::string, source_error_t> readSource(const std::string &path) {
   // Not blocked by what is no file after all.
-  const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0)
+  const file::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!file.isOpen())
     return source_error_t{std::strerror(errno)};
-  auto result = readAll(descriptor);
-  ::close(descriptor);
-  return result;
+  return readAll(file.get());
 }
 
 } // namespace kelvarune::goals
