@@ -1,0 +1,66 @@
+// Digests by XXH3, which is as fast as memory is.
+
+#include "Digest.h"
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+namespace kelvarune::goals {
+
+namespace {
+
+digest_t digestOfHash(const XXH128_hash_t &hash) {
+  return {hash.high64, hash.low64};
+}
+
+} // namespace
+
+struct TokenDigest::state_t {
+  XXH3_state_t hash; // aligned for it by new
+};
+
+TokenDigest::TokenDigest() : state(std::make_unique<state_t>()) {
+  pending.reserve(1 << 10);
+}
+
+TokenDigest::~TokenDigest() = default;
+
+void TokenDigest::flush() {
+  if (!flushed)
+    XXH3_128bits_reset(&state->hash);
+  flushed = true;
+  XXH3_128bits_update(&state->hash, pending.data(), pending.size());
+  pending.clear();
+}
+
+digest_t TokenDigest::take() {
+  if (!flushed) { // the same hash, without the state
+    const digest_t result = digestOf(pending);
+    pending.clear();
+    return result;
+  }
+  flush();
+  flushed = false;
+  return digestOfHash(XXH3_128bits_digest(&state->hash));
+}
+
+digest_t digestOf(std::string_view bytes) {
+  return digestOfHash(XXH3_128bits(bytes.data(), bytes.size()));
+}
+
+digest_t following(const digest_t &sequence, const digest_t &element) {
+  const std::uint64_t both[] = {sequence.high, sequence.low, element.high, element.low};
+  return digestOfHash(XXH3_128bits(both, sizeof both));
+}
+
+std::string hexOf(const digest_t &digest) {
+  static constexpr char DIGITS[] = "0123456789abcdef";
+  std::string result;
+  for (const std::uint64_t half : {digest.high, digest.low}) {
+    for (int shift = 60; shift >= 0; shift -= 4)
+      result.push_back(DIGITS[half >> shift & 0xf]);
+  }
+  return result;
+}
+
+} // namespace kelvarune::goals

@@ -1,0 +1,160 @@
+// Taking SMT-LIB scripts apart. Nothing here calls itself: a script may nest as deep as it likes.
+
+#include "SmtLexer.h"
+
+#include <algorithm>
+
+namespace kelvarune::goals {
+
+namespace {
+
+enum class letter_t : unsigned char { ATOM, BLANK, PARENTHESIS, STRING, BAR, COMMENT, BAD };
+
+constexpr std::array<letter_t, 256> letterTable() {
+  std::array<letter_t, 256> table{};
+  for (unsigned char c = 0; c < ' '; ++c)
+    table[c] = letter_t::BAD;
+  table[0x7f] = letter_t::BAD;
+  for (const unsigned char c : {' ', '\t', '\r', '\n'})
+    table[c] = letter_t::BLANK;
+  table['('] = table[')'] = letter_t::PARENTHESIS;
+  table['"'] = letter_t::STRING;
+  table['|'] = letter_t::BAR;
+  table[';'] = letter_t::COMMENT;
+  return table;
+}
+
+constexpr std::array<letter_t, 256> LETTERS = letterTable();
+
+letter_t letterOf(char c) {
+  return LETTERS[static_cast<unsigned char>(c)];
+}
+
+} // namespace
+
+void SmtTokens::skipBlanks() {
+  while (at < text.size()) {
+    const letter_t letter = letterOf(text[at]);
+    if (letter == letter_t::COMMENT)
+      at = std::min(text.find_first_of("\r\n", at), text.size());
+    else if (letter == letter_t::BLANK)
+      ++at;
+    else
+      return;
+  }
+}
+
+std::string_view SmtTokens::next() {
+  skipBlanks();
+  if (at >= text.size() || broken)
+    return {};
+  const std::size_t begin = at;
+  switch (letterOf(text[at])) {
+  case letter_t::PARENTHESIS:
+    ++at;
+    break;
+  case letter_t::STRING:
+    at = endOfString(begin);
+    break;
+  case letter_t::BAR:
+    at = endOfQuotedSymbol(begin);
+    break;
+  case letter_t::BAD:
+    fail(begin, "a control character");
+    break;
+  default:
+    while (at < text.size() && letterOf(text[at]) == letter_t::ATOM)
+      ++at;
+  }
+  return broken ? std::string_view() : text.substr(begin, at - begin);
+}
+
+// Two double quotes in a row stand for one inside.
+std::size_t SmtTokens::endOfString(std::size_t quote) {
+  std::size_t close = text.find('"', quote + 1);
+  while (close != std::string_view::npos && text.substr(close + 1, 1) == "\"")
+    close = text.find('"', close + 2);
+  if (close != std::string_view::npos)
+    return close + 1;
+  fail(quote, "a string without an end");
+  return text.size();
+}
+
+// Where a bar follows a backslash, some provers see the end of the symbol and others do not.
+std::size_t SmtTokens::endOfQuotedSymbol(std::size_t bar) {
+  const std::size_t close = text.find('|', bar + 1);
+  if (close == std::string_view::npos)
+    fail(bar, "a quoted symbol without an end");
+  else if (text[close - 1] == '\\')
+    fail(close - 1, "a backslash before the bar, which provers read in different ways");
+  return broken ? text.size() : close + 1;
+}
+
+SmtCommands::SmtCommands(std::string_view script) : tokens(script) {
+  static constexpr std::string_view BYTE_ORDER_MARK = "\xef\xbb\xbf";
+  const std::size_t zero = script.find('\0'); // what follows it, many programs never see
+  if (zero != std::string_view::npos)
+    tokens.fail(zero, "a byte 0");
+  else if (script.substr(0, BYTE_ORDER_MARK.size()) == BYTE_ORDER_MARK)
+    tokens.skip(BYTE_ORDER_MARK.size());
+}
+
+bool SmtCommands::next(smt_command_t &command) {
+  std::string_view token = tokens.next();
+  if (token.empty())
+    return false;
+  const std::string_view first = token;
+  if (first != "(") {
+    tokens.fail(tokens.offsetOf(first),
+                first == ")" ? "a closing parenthesis too many" : "this is no command");
+    return false;
+  }
+  command = {};
+  std::size_t depth = 1;
+  digest.add(first);
+  for (std::size_t i = 1; depth > 0; ++i) {
+    token = tokens.next();
+    if (token.empty()) {
+      if (!fault())
+        tokens.fail(tokens.offsetOf(first), "a command without an end");
+      digest.take();
+      return false;
+    }
+    const bool opens = token == "(";
+    const bool closes = token == ")";
+    if (opens)
+      ++depth;
+    else if (closes)
+      --depth;
+    else if (i <= 3 && depth == 1)
+      (i == 1 ? command.name : command.atoms[i - 2]) = token;
+    digest.add(token);
+  }
+  const auto length = static_cast<std::size_t>(token.data() + token.size() - first.data());
+  command.text = {first.data(), length};
+  command.digest = digest.take();
+  if (!command.name.empty() && letterOf(command.name.front()) == letter_t::ATOM)
+    return true;
+  tokens.fail(tokens.offsetOf(first), "a command without a name");
+  return false;
+}
+
+std::vector<std::string_view> smtListOf(const smt_command_t &command) {
+  SmtTokens tokens(command.text);
+  std::vector<std::string_view> forms;
+  std::size_t depth = 0;
+  const char *begin = nullptr;
+  for (std::string_view token = tokens.next(); !token.empty(); token = tokens.next()) {
+    if (depth == 2 && token != ")")
+      begin = token.data();
+    depth += token == "(" ? 1 : 0;
+    depth -= token == ")" ? 1 : 0;
+    if (depth == 2 && begin) {
+      forms.emplace_back(begin, static_cast<std::size_t>(token.data() + token.size() - begin));
+      begin = nullptr;
+    }
+  }
+  return forms;
+}
+
+} // namespace kelvarune::goals
