@@ -36,6 +36,7 @@ set(public_headers
     pos/Faults.h
     pos/Goals.h
     pos/Merge.h
+    pos/Sync.h
     pos/pos.h
     process/Excerpt.h
     process/Guardian.h

@@ -134,8 +134,9 @@ def mech(name="m", status="Unproved", **drivers):
                    name=name, status=status)
 
 
-def goal(*parts, status="Unproved", state="Unproved"):
-    return element("Simple_Goal", element("Proof_State", proofState=state), *parts, status=status)
+def goal(*parts, status="Unproved", state="Unproved", **attributes):
+    return element("Simple_Goal", element("Proof_State", proofState=state), *parts, status=status,
+                   **attributes)
 
 
 def candidate(*drivers):

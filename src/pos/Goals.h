@@ -5,6 +5,7 @@
 
 #include <QDomElement>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 #include <vector>
@@ -69,6 +70,16 @@ QString proofStateOf(const QDomElement &goal, const QString &absent);
 /// Whether a proofState text says that the component's own proof has proved the goal. "Proved"
 /// alone does not.
 bool isProvedProofState(const QString &proofState);
+
+/// A mechanism that left results, and its drivers.
+struct registered_t {
+  QString name;
+  QStringList drivers;
+};
+
+/// The mechanisms in the order of their first appearance, and the drivers of each in theirs: the
+/// order in which they were played.
+std::vector<registered_t> registeredMechanisms(const QDomDocument &document);
 
 } // namespace pos
 

@@ -5,6 +5,8 @@
 #include "pos/Goals.h"
 #include "pos/PosInternal.h"
 
+#include <algorithm>
+
 using namespace kelvarune;
 
 namespace pos {
@@ -44,6 +46,17 @@ private:
   const visit_t &visit;
   std::vector<part_t> path = {part_t::DOCUMENT};
 };
+
+/// The record of the mechanism `name`, which is made when there is none yet.
+registered_t &findOrAdd(std::vector<registered_t> &mechanisms, const QString &name) {
+  const auto found =
+      std::find_if(mechanisms.begin(), mechanisms.end(),
+                   [&name](const registered_t &mechanism) { return mechanism.name == name; });
+  if (found != mechanisms.end())
+    return *found;
+  mechanisms.push_back({name, {}});
+  return mechanisms.back();
+}
 
 } // namespace
 
@@ -97,6 +110,21 @@ std::vector<goal_t> goalsOf(const QDomDocument &document) {
     }
   }
   return goals;
+}
+
+std::vector<registered_t> registeredMechanisms(const QDomDocument &document) {
+  std::vector<registered_t> mechanisms;
+  for (const goal_t &goal : goalsOf(document)) {
+    for (const QDomElement &mechanism : xml::children(goal.element, TAG_MECHANISM)) {
+      QStringList &drivers = findOrAdd(mechanisms, mechanism.attribute(ATTR_NAME)).drivers;
+      for (const QDomElement &driver : xml::children(mechanism, TAG_DRIVER)) {
+        const QString name = driver.attribute(ATTR_NAME);
+        if (!drivers.contains(name))
+          drivers.append(name);
+      }
+    }
+  }
+  return mechanisms;
 }
 
 QString strOfGoalName(const goal_name_t &name) {

@@ -30,6 +30,8 @@ const QString ATTR_NAME = QStringLiteral("name");
 const QString ATTR_PROOF_STATE = QStringLiteral("proofState");
 const QString ATTR_VALUE = QStringLiteral("value");
 const QString ATTR_AUTHOR = QStringLiteral("author");
+const QString ATTR_DIGEST = QStringLiteral("digest");
+const QString ATTR_SOURCE = QStringLiteral("source");
 
 const QString ATTR_VALUE_UNPROVED = QStringLiteral("Unproved");
 const QString ATTR_VALUE_PROVED = QStringLiteral("Proved");

@@ -46,6 +46,8 @@ extern const QString ATTR_NAME;        ///< Of a mechanism or a driver.
 extern const QString ATTR_PROOF_STATE; ///< Of TAG_PROOF_STATE.
 extern const QString ATTR_VALUE;       ///< Of TAG_STATUS.
 extern const QString ATTR_AUTHOR;      ///< Of the root.
+extern const QString ATTR_DIGEST;      ///< Of a goal, may be absent: which text it had; see Sync.h.
+extern const QString ATTR_SOURCE;      ///< Of a goal, may be absent: "FILE:LINE", for people.
 
 extern const QString ATTR_VALUE_UNPROVED;
 extern const QString ATTR_VALUE_PROVED;

@@ -420,9 +420,10 @@ def test_merge_takes_the_own_proof_and_iapa_of_either(case):
 @rows("other, line", {
     "tag": (po("u", goal()), "obligation 1 is t with 1 goal in a.pos and u with 1 goal in b.pos"),
     "number": (po("t"), "obligation 1 is t with 1 goal in a.pos and t with 0 goals in b.pos"),
-    "missing": (None, "obligation 1 is t with 1 goal in a.pos and missing in b.pos")})
+    "missing": (None, "obligation 1 is t with 1 goal in a.pos and missing in b.pos"),
+    "text": (po("t", goal(digest="e")), "the digest of t.1 is another one in a.pos than in b.pos")})
 def test_merge_of_different_goals(case, other, line):
-    case.write("a.pos", ET.tostring(obligations(po("t", goal()))))
+    case.write("a.pos", ET.tostring(obligations(po("t", goal(digest="d")))))
     case.write("b.pos", ET.tostring(obligations(*([] if other is None else [other]))))
     assert line in refused(case, "merge", "a.pos", "b.pos", "-o", "c.pos")
     assert not case.path("c.pos").exists()

@@ -78,7 +78,7 @@ QStringList faultsOfStatusFile(const QString &file, QDomDocument &document) {
 QStringList faultsOfRegistered(play_options_t &options, const inputs_t &inputs) {
   options.mechanisms.clear();
   QStringList faults;
-  for (const registered_t &registered : registeredMechanisms(inputs.document)) {
+  for (const pos::registered_t &registered : pos::registeredMechanisms(inputs.document)) {
     const QString file = QDir(options.mechanismDirectory).filePath(registered.name + ".xml"_s);
     if (QFileInfo(file).isReadable())
       options.mechanisms << file;

@@ -47,7 +47,7 @@ std::optional<pos::goal_name_t> goalWithout(const QDomDocument &document,
 
 QStringList goneDrivers(const QDomDocument &document, const mechanism_t &mechanism) {
   QStringList gone;
-  for (const registered_t &registered : registeredMechanisms(document)) {
+  for (const pos::registered_t &registered : pos::registeredMechanisms(document)) {
     if (registered.name != QString::fromStdString(mechanism.name))
       continue;
     for (const QString &driver : registered.drivers) {

@@ -6,8 +6,6 @@
 
 #include "xml/XmlFile.h"
 
-#include <algorithm>
-
 using namespace kelvarune;
 
 namespace {
@@ -49,17 +47,6 @@ goal_t goalOf(const pos::goal_t &found) {
   return goal;
 }
 
-/// The record of the mechanism `name`, which is made when there is none yet.
-registered_t &findOrAdd(std::vector<registered_t> &mechanisms, const QString &name) {
-  const auto found =
-      std::find_if(mechanisms.begin(), mechanisms.end(),
-                   [&name](const registered_t &mechanism) { return mechanism.name == name; });
-  if (found != mechanisms.end())
-    return *found;
-  mechanisms.push_back({name, {}});
-  return mechanisms.back();
-}
-
 } // namespace
 
 std::vector<goal_t> goalsOf(const QDomDocument &document) {
@@ -67,19 +54,4 @@ std::vector<goal_t> goalsOf(const QDomDocument &document) {
   for (const pos::goal_t &goal : pos::goalsOf(document))
     goals.push_back(goalOf(goal));
   return goals;
-}
-
-std::vector<registered_t> registeredMechanisms(const QDomDocument &document) {
-  std::vector<registered_t> mechanisms;
-  for (const pos::goal_t &goal : pos::goalsOf(document)) {
-    for (const QDomElement &mechanism : xml::children(goal.element, pos::TAG_MECHANISM)) {
-      QStringList &drivers = findOrAdd(mechanisms, mechanism.attribute(pos::ATTR_NAME)).drivers;
-      for (const QDomElement &driver : xml::children(mechanism, pos::TAG_DRIVER)) {
-        const QString name = driver.attribute(pos::ATTR_NAME);
-        if (!drivers.contains(name))
-          drivers.append(name);
-      }
-    }
-  }
-  return mechanisms;
 }

@@ -41,14 +41,4 @@ struct goal_t {
 /// The goals of `document` in its order. It must have no faults for counting.
 std::vector<goal_t> goalsOf(const QDomDocument &document);
 
-/// A mechanism that left results, and its drivers.
-struct registered_t {
-  QString name;
-  QStringList drivers;
-};
-
-/// The mechanisms in the order of their first appearance, and the drivers of each in theirs: the
-/// order in which they were played.
-std::vector<registered_t> registeredMechanisms(const QDomDocument &document);
-
 #endif

@@ -18,7 +18,7 @@ int commands::list(const options_t &options) {
     return EXIT_REFUSED;
   QJsonArray array;
   QString text;
-  for (const registered_t &mechanism : registeredMechanisms(document)) {
+  for (const pos::registered_t &mechanism : pos::registeredMechanisms(document)) {
     array.append(QJsonObject{{"name"_s, mechanism.name},
                              {"drivers"_s, QJsonArray::fromStringList(mechanism.drivers)}});
     text += shown(mechanism.name) + QLatin1Char('\n');

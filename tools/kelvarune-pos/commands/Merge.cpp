@@ -9,6 +9,8 @@
 #include "commands/Saving.h"
 #include "output/Output.h"
 #include "output/Words.h"
+#include "pos/Sync.h"
+#include "pos/Sync.h"
 #include "text/Literals.h"
 
 #include <QFileInfo>
@@ -27,8 +29,14 @@ QString describe(const std::optional<pos::obligation_t> &obligation) {
 bool haveSameGoals(const QDomDocument &first, const QDomDocument &second, const QString &other,
                    const options_t &options) {
   const auto difference = pos::differenceOfGoals(first, second);
-  if (!difference)
-    return true;
+  if (!difference) {
+    const auto changed = pos::differenceOfDigests(first, second);
+    if (changed)
+      complain("the goals are not the same: the digest of %1 is another one in %2 than in %3; "
+               "kelvarune-goals sync brings each file in step with its goals"_s.arg(
+                   textOf(*changed), options.files[0], other));
+    return !changed;
+  }
   complain("the goals are not the same: obligation %1 is %2 in %3 and %4 in %5"_s.arg(
       QString::number(difference->obligation), describe(difference->first), options.files[0],
       describe(difference->second), other));

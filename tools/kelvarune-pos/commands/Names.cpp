@@ -64,10 +64,10 @@ bool matchesTag(const pos::goal_place_t &place, const QString &glob) {
 }
 
 bool areRegistered(const std::optional<QString> &mechanism, const std::optional<QString> &driver,
-                   const std::vector<registered_t> &registered, const QString &path) {
+                   const std::vector<pos::registered_t> &registered, const QString &path) {
   QStringList mechanisms;
   QStringList drivers;
-  for (const registered_t &candidate : registered) {
+  for (const pos::registered_t &candidate : registered) {
     mechanisms.append(candidate.name);
     if (!mechanism || candidate.name == *mechanism)
       drivers += candidate.drivers;

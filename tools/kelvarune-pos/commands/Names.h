@@ -20,6 +20,6 @@ bool matchesTag(const pos::goal_place_t &place, const QString &glob);
 /// Whether the file at `path`, where `registered` left results, has the mechanism and, in it or in
 /// any, the driver; what is not given is there. Else a complaint says what there is.
 bool areRegistered(const std::optional<QString> &mechanism, const std::optional<QString> &driver,
-                   const std::vector<registered_t> &registered, const QString &path);
+                   const std::vector<pos::registered_t> &registered, const QString &path);
 
 #endif

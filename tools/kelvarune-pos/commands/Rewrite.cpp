@@ -51,7 +51,7 @@ bool hasSelection(const options_t &options) {
 
 // Whether the selection has no name that the file has not; else refuses it.
 bool isKnown(const options_t &options, const QDomDocument &document) {
-  if (!areRegistered(options.mechanism, options.driver, registeredMechanisms(document),
+  if (!areRegistered(options.mechanism, options.driver, pos::registeredMechanisms(document),
                      options.file()))
     return false;
   const std::vector<pos::goal_t> goals = pos::goalsOf(document);
@@ -81,8 +81,8 @@ pos::verdict_filter_t filterOf(const options_t &options) {
 }
 
 bool isLastDriver(const QDomDocument &document, const QString &mechanism) {
-  const std::vector<registered_t> all = registeredMechanisms(document);
-  return std::any_of(all.begin(), all.end(), [&mechanism](const registered_t &registered) {
+  const std::vector<pos::registered_t> all = pos::registeredMechanisms(document);
+  return std::any_of(all.begin(), all.end(), [&mechanism](const pos::registered_t &registered) {
     return registered.name == mechanism && registered.drivers.size() == 1;
   });
 }
