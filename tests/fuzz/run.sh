@@ -3,7 +3,7 @@
 #
 #   tests/fuzz/run.sh [--runs N | --time SECONDS] [--build DIRECTORY] [TARGET...]
 #
-# Targets are pos, mechanism and resource; all of them by default. New inputs that reach new code
+# Targets are pos, mechanism, resource, smt and tptp; all of them by default. New inputs that reach new code
 # are kept in the build tree (DIRECTORY/corpus/TARGET), inputs that crash in DIRECTORY/crashes.
 
 set -euo pipefail
@@ -22,7 +22,7 @@ while [ $# -gt 0 ]; do
     *) targets+=("$1"); shift ;;
   esac
 done
-[ ${#targets[@]} -gt 0 ] || targets=(pos mechanism resource)
+[ ${#targets[@]} -gt 0 ] || targets=(pos mechanism resource smt tptp)
 
 launcher=$(command -v ccache || true)
 cmake -S "$project" -B "$build" -G Ninja --log-level=WARNING -DCMAKE_BUILD_TYPE=Debug \

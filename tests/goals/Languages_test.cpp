@@ -125,6 +125,10 @@ const language_row_t SMT_ROWS[] = {
      "1:12: a command without a name"},
     {"byte_0", std::string("(check-sat)\n(a\0)", 16), {}, "2:3: a byte 0"},
     {"control_character", "(a \x1b)", {}, "1:4: a control character"},
+    {"global_too_late",
+     "(declare-const a Int)(set-option :global-declarations true)",
+     {},
+     "1:22: too late for this option"},
     {"pop_of_no_number", "(push)(pop -1)", {}, "1:7: not a number of levels"},
 };
 

@@ -124,7 +124,7 @@ private:
 
   const char *pushOrPop(kind_t kind, const smt_command_t &command);
   void pop(std::size_t count);
-  void set(const smt_command_t &command);
+  const char *set(const smt_command_t &command);
   void resetAssertions();
 
   bool keeping;
@@ -159,8 +159,7 @@ const char *State::follow(kind_t kind, const smt_command_t &command) {
     logic = command;
     break;
   case kind_t::OPTION:
-    set(command);
-    break;
+    return set(command);
   case kind_t::INFORMATION:
     if (command.atoms[0] == ":status")
       status = command.atoms[1];
@@ -201,16 +200,22 @@ void State::pop(std::size_t count) {
   }
 }
 
-void State::set(const smt_command_t &command) {
+const char *State::set(const smt_command_t &command) {
   const std::string_view name = command.atoms[0];
   if (isLeftOut(name))
-    return;
-  global |= name == ":global-declarations" && command.atoms[1] == "true";
+    return nullptr;
+  if (name == ":global-declarations") {
+    const bool isEmpty = stack.digest == digest_t() && globals.digest == digest_t();
+    if (!isEmpty || depth > 0)
+      return "too late for this option";
+    global = command.atoms[1] == "true";
+  }
   const auto [found, isNew] = optionNamed.emplace(name, options.size());
   if (isNew)
     options.push_back(command);
   else
     options[found->second] = command;
+  return nullptr;
 }
 
 void State::resetAssertions() {

@@ -10,7 +10,6 @@
 #include "output/Output.h"
 #include "output/Words.h"
 #include "pos/Sync.h"
-#include "pos/Sync.h"
 #include "text/Literals.h"
 
 #include <QFileInfo>

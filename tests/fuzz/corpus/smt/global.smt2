@@ -1,0 +1,1 @@
+(set-option :global-declarations true)(declare-const a Int)(set-option :global-declarations false)(check-sat)

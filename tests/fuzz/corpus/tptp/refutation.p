@@ -1,0 +1,2 @@
+cnf(a,axiom, p(X) | ~ q('x).') ).
+cnf(b,negated_conjecture, ~ p(c) ).
