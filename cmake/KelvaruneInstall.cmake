@@ -141,6 +141,8 @@ if(EXISTS ${PROJECT_SOURCE_DIR}/completions)
     PATTERN "kelvarune*")
 endif()
 
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/mechanisms DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvarune)
+
 # Not below share/doc: small systems leave that out when they install packages.
 install(
   DIRECTORY ${PROJECT_SOURCE_DIR}/examples
@@ -204,7 +206,7 @@ provers, and how they are called, is described in small XML files.
 The package also holds kelvarune-play, which makes first proofs, kelvarune-pos,
 which looks at status files and edits them, kelvarune-mech, which checks and
 writes descriptions of provers, kelvarune-cache, which repeats the answers of
-provers, and a complete example for the SMT solvers z3 and cvc5.")
+provers, mechanisms for provers of SMT-LIB and TPTP, and a complete example for the SMT solvers z3 and cvc5.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkelvarune-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

@@ -73,6 +73,15 @@ bool readLines(const std::function<bool()> &whole,
   }
 }
 
+void readingAll(const std::function<void()> &work) {
+  try {
+    work();
+  } catch (const Refusal &) {
+    readLines([] { return false; }, [](std::string_view) {});
+    throw;
+  }
+}
+
 std::string_view stripped(std::string_view text) {
   const std::size_t begin = text.find_first_not_of(BLANKS);
   if (begin == std::string_view::npos)

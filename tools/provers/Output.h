@@ -17,6 +17,9 @@ void writeFile(const std::string &path, const std::vector<std::string> &parts);
 bool readLines(const std::function<bool()> &whole,
                const std::function<void(std::string_view)> &take);
 
+/// Runs what may refuse its work, but lets nobody who writes to it die of a broken pipe.
+void readingAll(const std::function<void()> &work);
+
 /// The text without the blanks around it.
 std::string_view stripped(std::string_view text);
 

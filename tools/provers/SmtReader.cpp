@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <optional>
 #include <unordered_map>
 
 using namespace kelvarune;
@@ -195,7 +196,9 @@ void run(provers::Words &words) {
   }
   if (file.empty())
     throw Refusal("--file is missing", provers::STATUS_USAGE);
-  Answers answers(file);
+  std::optional<Answers> asked;
+  provers::readingAll([&] { asked.emplace(file); });
+  Answers &answers = *asked;
   // After an error the answers that came before it count.
   if (!provers::readLines([&] { return answers.takesModel(); },
                           [&](std::string_view line) { answers.take(line); }))

@@ -81,7 +81,8 @@ void run(provers::Words &words) {
   }
   if (file.empty())
     throw Refusal("--file is missing", provers::STATUS_USAGE);
-  const bool counts = isAsked(file);
+  bool counts = false;
+  provers::readingAll([&] { counts = isAsked(file); });
   said_t all = said_t::NOTHING;
   const auto take = [&all](std::string_view line) {
     const said_t said = saidBy(line);
