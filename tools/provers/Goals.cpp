@@ -99,7 +99,7 @@ void visitSources(const order_t &order, const std::vector<asked_t> &asked,
   std::map<std::string, source_t> files;
   for (const asked_t &one : asked) {
     if (one.goal.language != language)
-      throw Refusal(one.goal.file + " is in another language" + ofGoal(one));
+      continue;
     if (one.goal.text)
       visit({*one.goal.text, ".", {&one}, {0}});
     else

@@ -41,6 +41,8 @@ const char *const HELP =
                    Those that ask for proofs, cores or models never are
   --option         one more (set-option KEY VALUE); may be repeated
 
+Goals in other languages than SMT-LIB are not asked either.
+
 Exit status: 0; 1 when a goal cannot be written, also when the file that it is in is gone or has
 changed since the POG was made: then there is no FILE; 2 for a bad command line.
 )";
@@ -161,7 +163,7 @@ written_t written(const goals::smt_goal_t &goal, const settings_t &settings) {
 
 // The goals in the order in which they were asked for.
 std::vector<written_t> writtenGoals(const std::vector<asked_t> &asked, const settings_t &settings) {
-  std::vector<written_t> result(asked.size());
+  std::vector<written_t> result(asked.size(), {"it is no SMT-LIB script", {}, {}});
   const auto visit = [&](const provers::source_t &source) {
     std::size_t next = 0;
     goals::visitSmtGoals(source.text, source.indexes, [&](const goals::smt_goal_t &goal) {

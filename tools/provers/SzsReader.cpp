@@ -2,18 +2,22 @@
 
 #include "CommandLine.h"
 #include "Output.h"
+#include "goals/Source.h"
 
 #include <algorithm>
 
 using namespace kelvarune;
+using provers::Refusal;
 
 namespace {
 
 const char *const HELP =
     R"(Reads a prover's output on standard input and prints the verdict of its goal.
 
-  kelvarune-szs-reader [--countersat VERDICT]
+  kelvarune-szs-reader --file FILE [--countersat VERDICT]
 
+  --file FILE            the file that kelvarune-tptp-writer wrote for the prover; it says whether
+                         anything was asked
   --countersat VERDICT   what CounterSatisfiable and Satisfiable mean: Unknown (the default) or
                          Disproved
 
@@ -24,7 +28,7 @@ statuses that contradict each other.
 
 It reads its input to the end, so that no prover dies of a broken pipe.
 
-Exit status: 0; 2 for a bad command line.
+Exit status: 0; 1 when FILE cannot be read; 2 for a bad command line.
 )";
 
 enum class said_t { NOTHING, PROVED, COUNTER, OTHER };
@@ -49,15 +53,35 @@ said_t saidBy(std::string_view line) {
                                   : said_t::OTHER;
 }
 
+// Whether the file has a goal; without one its answer is about nothing.
+bool isAsked(const std::string &path) {
+  auto read = goals::readSource(path);
+  if (const auto *error = std::get_if<goals::source_error_t>(&read))
+    throw Refusal("cannot read " + path + ": " + error->text);
+  const std::string &text = std::get<std::string>(read);
+  const std::vector<std::string_view> words =
+      provers::wordsOf(std::string_view(text).substr(0, text.find('\n')));
+  if (words.size() < 3 || words[1] != "kelvarune-tptp-writer")
+    throw Refusal(path + " was not written by kelvarune-tptp-writer");
+  return words[2] == "goal";
+}
+
 void run(provers::Words &words) {
+  std::string file;
   std::string counter = "Unknown";
   while (words.next()) {
     const std::string name = words.name();
-    if (name != "--countersat")
+    if (name == "--file")
+      file = words.value();
+    else if (name == "--countersat")
+      counter = provers::chosen<std::string>(name, words.value(),
+                                             {{"Unknown", "Unknown"}, {"Disproved", "Disproved"}});
+    else
       words.refuseName();
-    counter = provers::chosen<std::string>(name, words.value(),
-                                           {{"Unknown", "Unknown"}, {"Disproved", "Disproved"}});
   }
+  if (file.empty())
+    throw Refusal("--file is missing", provers::STATUS_USAGE);
+  const bool counts = isAsked(file);
   said_t all = said_t::NOTHING;
   const auto take = [&all](std::string_view line) {
     const said_t said = saidBy(line);
@@ -66,10 +90,11 @@ void run(provers::Words &words) {
   };
   if (!provers::readLines([] { return false; }, take))
     std::fputs("kelvarune-szs-reader: cannot read the prover's output to its end\n", stderr);
-  provers::print((all == said_t::PROVED    ? "Proved"
-                  : all == said_t::COUNTER ? counter
-                                           : "Unknown") +
-                 "\n");
+  const std::string verdict = !counts                  ? "Unknown"
+                              : all == said_t::PROVED  ? "Proved"
+                              : all == said_t::COUNTER ? counter
+                                                       : "Unknown";
+  provers::print(verdict + "\n");
 }
 
 } // namespace

@@ -21,7 +21,7 @@ const char *const HELP = R"(Writes a goal of a proof obligation file as a TPTP p
   -o FILE   the file to write
   -m        changes nothing: what a prover says of models is its own option
 
-What the problem includes stands in the file itself.
+What the problem includes stands in the file itself. Of a goal in another language nothing is asked.
 
 Exit status: 0; 1 when the goal cannot be written, also when the file that it is in is gone or has
 changed since the POG was made: then there is no FILE; 2 for a bad command line.
@@ -36,8 +36,12 @@ void run(provers::Words &words) {
   const std::vector<asked_t> asked = provers::askedGoals(order);
   if (asked.size() != 1)
     throw Refusal("one goal per file: the driver's group must be none");
-  std::vector<std::string> parts = {"% kelvarune-tptp-writer goal " + asked[0].number() + " " +
+  const bool isAsked = asked[0].goal.language == goals::language_t::TPTP;
+  std::vector<std::string> parts = {std::string("% kelvarune-tptp-writer ") +
+                                    (isAsked ? "goal " : "skipped ") + asked[0].number() + " " +
                                     asked[0].name() + "\n"};
+  if (!isAsked) // some provers complain of nothing at all
+    parts.emplace_back("fof(nothing,axiom,$true).\n");
   provers::visitSources(
       order, asked, goals::language_t::TPTP, [&](const provers::source_t &source) {
         std::string digest;
