@@ -61,6 +61,19 @@ public:
             language_t language = language_t::SMTLIB,
             const std::optional<std::string> &text = std::nullopt);
 
+  /// What has been written, to come back to.
+  struct mark_t {
+    std::uint64_t offset;
+    std::size_t obligations, goals;
+    std::uint64_t numberInObligation;
+    bool isOpen;
+  };
+  mark_t mark() const;
+  void goBack(const mark_t &mark);
+
+  std::size_t goalCount() const { return goals.size(); }
+  std::size_t obligationCount() const { return obligations.size(); }
+
   /// Writes the rest. False, with the reason in errno, when something could not be written.
   bool finish();
 

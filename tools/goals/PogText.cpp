@@ -69,7 +69,7 @@ std::string encoded(std::string_view text, place_t place) {
     const char byte = text[0];
     const bool isKept = place == place_t::CONTENT && (byte == '\n' || byte == '\t');
     const std::size_t length = isKept ? 1 : byte == '%' ? 0 : characterIn(text);
-    const std::string_view entity = entityOf(byte);
+    const std::string_view entity = place == place_t::MESSAGE ? "" : entityOf(byte);
     if (!entity.empty()) {
       result += entity;
     } else if (length > 0) {

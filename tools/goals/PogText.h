@@ -9,9 +9,9 @@
 /// Texts and tags of a POG; see PogFile.h.
 namespace kelvarune::goals {
 
-/// `text` as the value of an attribute in double quotes, or as the content of an element, where
-/// lines stay lines.
-enum class place_t { ATTRIBUTE, CONTENT };
+/// `text` as the value of an attribute in double quotes, as the content of an element, where lines
+/// stay lines, or for people.
+enum class place_t { ATTRIBUTE, CONTENT, MESSAGE };
 std::string encoded(std::string_view text, place_t place);
 
 /// The text that was encoded. Nothing when it is not what `encoded` gives.

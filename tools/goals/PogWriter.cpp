@@ -85,6 +85,26 @@ void PogWriter::goal(const check_t &check, const std::string &file, language_t l
   put("\n");
 }
 
+PogWriter::mark_t PogWriter::mark() const {
+  return {flushed + buffer.size(), obligations.size(), goals.size(), numberInObligation, isOpen};
+}
+
+void PogWriter::goBack(const mark_t &mark) {
+  if (mark.offset >= flushed) {
+    buffer.resize(mark.offset - flushed);
+  } else {
+    buffer.clear();
+    const auto offset = static_cast<off_t>(mark.offset);
+    if (error == 0 && (::ftruncate(fd, offset) != 0 || ::lseek(fd, offset, SEEK_SET) != offset))
+      error = errno;
+    flushed = mark.offset;
+  }
+  obligations.resize(mark.obligations);
+  goals.resize(mark.goals);
+  numberInObligation = mark.numberInObligation;
+  isOpen = mark.isOpen;
+}
+
 bool PogWriter::finish() {
   endObligation();
   const std::uint64_t index = flushed + buffer.size();

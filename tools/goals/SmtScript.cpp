@@ -303,22 +303,27 @@ std::optional<fault_t> visitSmtGoals(std::string_view script,
                       });
 }
 
+std::string scriptOf(const smt_goal_t &goal) {
+  std::string script;
+  const auto write = [&script](std::string_view command) {
+    if (!command.empty())
+      script.append(command).push_back('\n');
+  };
+  std::for_each(goal.options.begin(), goal.options.end(), write);
+  write(goal.logic);
+  std::for_each(goal.declarations.begin(), goal.declarations.end(), write);
+  std::for_each(goal.commands.begin(), goal.commands.end(), write);
+  write(goal.check);
+  return script;
+}
+
 std::optional<std::string> smtGoal(std::string_view script, std::size_t index,
                                    std::string *digest) {
   std::optional<std::string> result;
   visitSmtGoals(script, {index}, [&](const smt_goal_t &goal) {
     if (digest)
       *digest = goal.digest;
-    result.emplace();
-    const auto write = [&result](std::string_view command) {
-      if (!command.empty())
-        result->append(command).push_back('\n');
-    };
-    std::for_each(goal.options.begin(), goal.options.end(), write);
-    write(goal.logic);
-    std::for_each(goal.declarations.begin(), goal.declarations.end(), write);
-    std::for_each(goal.commands.begin(), goal.commands.end(), write);
-    write(goal.check);
+    result = scriptOf(goal);
   });
   return result;
 }

@@ -35,7 +35,10 @@ std::optional<fault_t> visitSmtGoals(std::string_view script,
                                      const std::vector<std::size_t> &indexes,
                                      const std::function<void(const smt_goal_t &)> &visit);
 
-/// The goal's own script, with one check; nothing when there is no such goal.
+/// The goal's own script, with one check.
+std::string scriptOf(const smt_goal_t &goal);
+
+/// The same of the goal with this index; nothing when there is no such goal.
 std::optional<std::string> smtGoal(std::string_view script, std::size_t index,
                                    std::string *digest = nullptr);
 

@@ -27,6 +27,12 @@ const QCommandLineOption &versionOption() {
   return option;
 }
 
+// Where a command has another use for the letter.
+const QCommandLineOption &longVersionOption() {
+  static const QCommandLineOption option = {"version"_s, "Show the version."_s};
+  return option;
+}
+
 const QCommandLineOption &colorOption() {
   static const QCommandLineOption option = {
       "color"_s, "Colours: auto (on a terminal), always or never."_s, "WHEN"_s, "auto"_s};
@@ -111,7 +117,11 @@ std::vector<QCommandLineOption> optionsOf(const program_t &program, const comman
         options.push_back(option);
     }
   }
-  options.insert(options.end(), {colorOption(), helpOption(), versionOption()});
+  const bool hasV =
+      std::any_of(options.begin(), options.end(),
+                  [](const QCommandLineOption &option) { return option.names().contains("v"_s); });
+  options.insert(options.end(),
+                 {colorOption(), helpOption(), hasV ? longVersionOption() : versionOption()});
   return options;
 }
 
@@ -212,7 +222,7 @@ parse_t parse(const program_t &program, const QStringList &arguments, given_t &g
     parser.addOption(option);
   if (!parser.parse(arguments))
     return refuseOption(parser, options, given.command);
-  if (parser.isSet(versionOption()))
+  if (parser.isSet("version"_s))
     return printVersion();
   if (parser.isSet(helpOption()))
     return print(helpOf(program, *command));

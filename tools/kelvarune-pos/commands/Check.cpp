@@ -3,7 +3,7 @@
 
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "commands/Reading.h"
+#include "files/Reading.h"
 #include "output/Json.h"
 #include "output/Output.h"
 #include "output/Words.h"

@@ -3,10 +3,10 @@
 #include "pos/Merge.h"
 
 #include "commands/Commands.h"
-#include "commands/Locking.h"
 #include "commands/Options.h"
-#include "commands/Reading.h"
-#include "commands/Saving.h"
+#include "files/Locking.h"
+#include "files/Reading.h"
+#include "files/Saving.h"
 #include "output/Output.h"
 #include "output/Words.h"
 #include "pos/Sync.h"
@@ -75,7 +75,7 @@ bool writeMerged(const options_t &options, const QByteArray &bytes, QString &bac
 } // namespace
 
 int commands::merge(const options_t &options) {
-  const Locks locks(options, options.files + QStringList{options.outputPath});
+  const Locks locks(options.files + QStringList{options.outputPath}, options.wait);
   QDomDocument document;
   if (!locks || !readSound(options.file(), pos::use_t::DERIVING, document) || !mayWrite(options))
     return EXIT_REFUSED;

@@ -34,6 +34,8 @@ struct options_t {
   bool unprovedFails = false; ///< report --junit
 
   const QString &file() const { return files.first(); }
+  /// The files that a command changes in place.
+  QStringList written() const { return dryRun ? QStringList() : files; }
 };
 
 /// Reads the command line. `arguments` starts with the program's name.

@@ -2,8 +2,8 @@
 
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "commands/Reading.h"
-#include "commands/Saving.h"
+#include "files/Reading.h"
+#include "files/Saving.h"
 #include "output/Output.h"
 #include "report/HtmlPage.h"
 #include "report/JUnit.h"

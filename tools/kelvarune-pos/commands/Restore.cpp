@@ -2,11 +2,11 @@
 // as the next copy. The copy must be a status file.
 
 #include "commands/Commands.h"
-#include "commands/Locking.h"
 #include "commands/Options.h"
-#include "commands/Reading.h"
-#include "commands/Saving.h"
 #include "file/NumberedBackups.h"
+#include "files/Locking.h"
+#include "files/Reading.h"
+#include "files/Saving.h"
 #include "output/Output.h"
 #include "text/Literals.h"
 
@@ -45,7 +45,7 @@ QByteArray contentOf(const QString &path) {
 
 int commands::restore(const options_t &options) {
   const QString &path = options.file();
-  const Locks locks(options, options.files);
+  const Locks locks(options.written(), options.wait);
   if (!locks)
     return EXIT_REFUSED;
   const std::vector<int> numbers = file::numbersOfBackups(path.toStdString());

@@ -3,11 +3,11 @@
 // The file is written only when something changed.
 
 #include "commands/Commands.h"
-#include "commands/Locking.h"
 #include "commands/Names.h"
 #include "commands/Options.h"
-#include "commands/Reading.h"
-#include "commands/Saving.h"
+#include "files/Locking.h"
+#include "files/Reading.h"
+#include "files/Saving.h"
 #include "model/Changes.h"
 #include "model/Goals.h"
 #include "output/Output.h"
@@ -90,7 +90,7 @@ bool isLastDriver(const QDomDocument &document, const QString &mechanism) {
 } // namespace
 
 int commands::unprove(const options_t &options) {
-  const Locks locks(options, options.files);
+  const Locks locks(options.written(), options.wait);
   QDomDocument document;
   if (!locks || !readSound(options.file(), pos::use_t::DERIVING, document) ||
       !isKnown(options, document))
@@ -104,7 +104,7 @@ int commands::unprove(const options_t &options) {
 }
 
 int commands::remove(const options_t &options) {
-  const Locks locks(options, options.files);
+  const Locks locks(options.written(), options.wait);
   QDomDocument document;
   if (!locks || !readSound(options.file(), pos::use_t::DERIVING, document) ||
       !isKnown(options, document))

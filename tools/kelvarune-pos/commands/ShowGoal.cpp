@@ -4,7 +4,7 @@
 #include "commands/Commands.h"
 #include "commands/Names.h"
 #include "commands/Options.h"
-#include "commands/Reading.h"
+#include "files/Reading.h"
 #include "model/Goals.h"
 #include "output/Json.h"
 #include "output/Output.h"

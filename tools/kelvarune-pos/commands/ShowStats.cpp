@@ -2,7 +2,7 @@
 
 #include "commands/Commands.h"
 #include "commands/Options.h"
-#include "commands/Reading.h"
+#include "files/Reading.h"
 #include "model/Stats.h"
 #include "output/Json.h"
 #include "output/Output.h"

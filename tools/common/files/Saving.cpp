@@ -1,7 +1,7 @@
 // A status file holds days of provers' work, so it is never written before its bytes are safe
 // beside it, under a name that nothing had.
 
-#include "commands/Saving.h"
+#include "files/Saving.h"
 
 #include "file/FileReplacer.h"
 #include "output/Output.h"

@@ -1,6 +1,6 @@
 // The library knows what is wrong with a file; people get the first place and a remedy.
 
-#include "commands/Reading.h"
+#include "files/Reading.h"
 
 #include "output/Output.h"
 #include "output/Words.h"

@@ -1,8 +1,7 @@
 // In the order of the real paths, so that two commands that wait never wait for each other.
 
-#include "commands/Locking.h"
+#include "files/Locking.h"
 
-#include "commands/Options.h"
 #include "front/Waiting.h"
 #include "output/Output.h"
 #include "text/Literals.h"
@@ -22,16 +21,14 @@ QString realPath(const QString &path) {
 
 } // namespace
 
-Locks::Locks(const options_t &options, QStringList paths) {
-  if (options.dryRun)
-    return;
+Locks::Locks(QStringList paths, bool wait) {
   std::sort(paths.begin(), paths.end(),
             [](const QString &a, const QString &b) { return realPath(a) < realPath(b); });
   const auto isSame = [](const QString &a, const QString &b) { return realPath(a) == realPath(b); };
   paths.erase(std::unique(paths.begin(), paths.end(), isSame), paths.end());
   for (const QString &path : std::as_const(paths)) {
     file::RunLock lock;
-    if (options.wait) {
+    if (wait) {
       lock = waitForFile(path.toStdString());
     } else if (!takeFile(path.toStdString(), lock)) {
       complain("%1: %2 uses it; --wait waits for its end"_s.arg(
