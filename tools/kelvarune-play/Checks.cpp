@@ -3,8 +3,10 @@
 
 #include "Checks.h"
 
+#include "InStep.h"
 #include "Registered.h"
 #include "commandline/CommandTable.h"
+#include "files/Installed.h"
 #include "mechanism/Faults.h"
 #include "mechanism/Remarks.h"
 #include "model/Goals.h"
@@ -100,11 +102,22 @@ QStringList faultsOfPos(play_options_t &options, inputs_t &inputs) {
     return faults;
   for (const QString &goal : std::as_const(options.goals))
     faults += faultsOfGoal(goal, options, inputs);
+  if (faults.isEmpty())
+    faults = faultsOfStep(options, inputs.document);
   if (options.failed)
     inputs.goals = failedGoals(inputs.document, inputs.unnamedGoals);
   if (options.replay && !options.mechanismDirectory.isEmpty())
     faults += faultsOfRegistered(options, inputs);
   return faults;
+}
+
+/// What may have been meant by a name that is no file's.
+QString wordsForInstalled(const QString &name) {
+  if (name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('.')))
+    return QString();
+  const QStringList names = installed::mechanisms();
+  return commandline::hintFor(
+      name, names, names.isEmpty() ? QString() : "; installed are "_s + names.join(", "_s));
 }
 
 QString wordsFor(const mechanism::fault_t &fault, const QString &file) {
@@ -113,7 +126,8 @@ QString wordsFor(const mechanism::fault_t &fault, const QString &file) {
   const QString tool = "%1 of driver %2"_s.arg(fault.role, fault.driver);
   switch (fault.kind) {
   case fault_kind_t::UNREADABLE:
-    return file + ": cannot be read; --mechanism names a description file."_s;
+    return file + ": cannot be read; --mechanism names a description file"_s +
+           wordsForInstalled(file) + "."_s;
   case fault_kind_t::MALFORMED:
     return place + "not well-formed XML (%1); correct it."_s.arg(fault.text);
   case fault_kind_t::NO_MECHANISM:

@@ -3,11 +3,13 @@
 #include "Options.h"
 
 #include "commandline/CommandTable.h"
+#include "files/Installed.h"
 #include "output/Output.h"
 #include "text/Literals.h"
 
 #include <QCommandLineParser>
 #include <QDir>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <iostream>
@@ -33,7 +35,8 @@ constexpr char STOP_ON_FAILURE[] = "stop-on-failure";
 constexpr option_t OPTIONS[] = {
     {"r", "resources", "FILE", "Resource file (optional, may be repeated)."},
     {"i", "installdir", "DIR", "Tools installation directory (optional, may be repeated)."},
-    {"m", "mechanism", "FILE", "File with a proof mechanism description (may be repeated)."},
+    {"m", "mechanism", "FILE",
+     "File with a proof mechanism description, or the name of an installed one (may be repeated)."},
     {"M", "mechanism-directory", "DIR",
      "Directory whose proof mechanism descriptions (*.xml) are played in name order."},
     {"s", "pos", "FILE", "File with proof obligation statuses."},
@@ -71,6 +74,8 @@ constexpr option_t OPTIONS[] = {
     {"", "shard", "K/N",
      "Play the K-th (from 1) of N equal parts of the goals, on a copy of the status file "
      "(comp.K-of-N.pos); kelvarune-pos merge brings the copies together."},
+    {"", "no-check", "",
+     "Play although the status file is out of step with the proof obligations."},
     {"", "no-wait", "", "Give up when another run uses the status file, instead of waiting."},
     {"", "strict", "", "Exit with status 1 when some goal of the component is not proved."},
 };
@@ -127,6 +132,22 @@ QStringList descriptionsIn(const QString &directory) {
   return files;
 }
 
+/// Puts the descriptions in the place of the names of installed mechanisms, whose tools are then
+/// also looked for where those are. A file of that name comes first.
+void findInstalled(play_options_t &options) {
+  bool some = false;
+  for (QString &mechanism : options.mechanisms) {
+    const QString file = QFileInfo::exists(mechanism) ? QString() : installed::mechanism(mechanism);
+    if (!file.isEmpty())
+      mechanism = file;
+    some = some || !file.isEmpty();
+  }
+  if (!some)
+    return;
+  for (const std::string &directory : installed::toolDirectories())
+    options.installDirs.push_back(directory);
+}
+
 /// How many processors this process may use, at least 1.
 int usableProcessors() {
   constexpr std::size_t MOST_SETS = 64;
@@ -160,6 +181,7 @@ void takeValues(const QCommandLineParser &parser, play_options_t &options) {
   options.retry = parser.isSet("retry"_s);
   options.replay = parser.isSet("replay"_s);
   options.wait = !parser.isSet("no-wait"_s);
+  options.noCheck = parser.isSet("no-check"_s);
   options.dryRun = parser.isSet("dry-run"_s);
   options.fast = parser.isSet("fast"_s);
   options.strict = parser.isSet("strict"_s);
@@ -249,6 +271,7 @@ bool parseOptions(const QStringList &words, play_options_t &options) {
   takeValues(parser, options);
   if (!takeNumbers(parser, options) || !takeShard(parser, options) || !check(parser, options))
     return false;
+  findInstalled(options);
   if (!options.mechanismDirectory.isEmpty())
     options.mechanisms = descriptionsIn(options.mechanismDirectory);
   if (options.mechanisms.isEmpty())

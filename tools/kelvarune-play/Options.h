@@ -31,6 +31,7 @@ struct play_options_t {
   bool dryRun = false;
   bool verbose = false;
   unsigned long stopAfter = 0; ///< failures; 0: never
+  bool noCheck = false;        ///< whether the POS file is in step with the POG
   bool fast = false;
   bool strict = false;
   bool xml = false;
