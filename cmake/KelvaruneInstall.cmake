@@ -132,13 +132,32 @@ else()
   message(STATUS "No lowdown: the manual pages are left out")
 endif()
 
-if(EXISTS ${PROJECT_SOURCE_DIR}/completions)
-  install(
-    DIRECTORY ${PROJECT_SOURCE_DIR}/completions/
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-    FILES_MATCHING
-    PATTERN "kelvarune*")
+# bash and fish load the file of a program's name, for each program with a manual page; zsh has one
+# for all. They find complete.py by its place beside theirs.
+set(completions ${PROJECT_SOURCE_DIR}/completions)
+install(FILES ${completions}/complete.py DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvarune)
+foreach(page IN LISTS pages)
+  get_filename_component(name ${page} NAME)
+  if(name MATCHES "^(.*)\\.1\\.md$")
+    set(program ${CMAKE_MATCH_1})
+    install(
+      FILES ${completions}/kelvarune.bash
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+      RENAME ${program})
+    install(
+      FILES ${completions}/kelvarune.fish
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+      RENAME ${program}.fish)
+  endif()
+endforeach()
+# What belongs to Debian's system has a directory of its own.
+install(
+  CODE "set(kelvarune_zsh site-functions)
+if(CMAKE_INSTALL_PREFIX MATCHES \"/usr$\" AND EXISTS /etc/debian_version)
+  set(kelvarune_zsh vendor-completions)
 endif()
+file(INSTALL \"${completions}/_kelvarune\"
+     DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/zsh/\${kelvarune_zsh}\")")
 
 # Not below share/doc: small systems leave that out when they install packages.
 install(
