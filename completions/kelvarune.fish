@@ -1,14 +1,12 @@
-# fish completion for kelvarune and its companions; installed under the name of each.
+# fish completion for kelvarune and its companions; installed under the name of each. fish tells
+# nothing of what stands behind the cursor.
 
 set -g __kelvarune_helper (status dirname)/../../kelvarune/complete.py
 
 function __kelvarune_complete
     set -l before (commandline -opc)
     set -l current (commandline -ct)
-    set -l typed (count $before (string match -v -- "" "$current"))
-    set -l after (commandline -op)
-    set -e after[1..$typed]
-    set -l reply (python3 -I $__kelvarune_helper fish (count $before) $before "$current" $after 2>/dev/null)
+    set -l reply (python3 -I $__kelvarune_helper fish (count $before) $before "$current" 2>/dev/null)
     set -l kind (string split ' ' -- $reply[1])
     set -l found $reply[2..-1]
     set -l prefix (string match -r -- '^--[^=]+=' $current)
