@@ -1,4 +1,5 @@
-"""kelvarune-limit before script provers. A process that is left behind fails each of these."""
+"""kelvarune-limit before script provers, by itself and in a run of kelvarune-play. A process that is
+left behind fails each of these."""
 
 import json
 import os
@@ -6,7 +7,8 @@ import signal
 import time
 
 import psutil
-from conftest import BIN, LIMIT_S, SLOWNESS, rows
+import pytest
+from conftest import BIN, FILES, LIMIT_S, SLOWNESS, concluded, goal, mech, po, rows
 
 PROGRAM = "kelvarune-limit"
 
@@ -74,3 +76,34 @@ def test_takes_all_with_it(case, end, status):
     case.wait_for(case.path("tools/prover.busy").exists)
     end(run)
     assert case.finish(run).status == status
+
+
+@pytest.fixture
+def play(case):
+    """Starts a run with limits over two goals; the prover goes on after its answers."""
+    def start(limit_s, *more):
+        case.script("prover", FORKS + "cat; wait")
+        case.answers({"*.0.*": "Proved"})
+        case.mechanism(trust="always")
+        case.pos(po("T0", goal()), po("T1", goal()))
+        return case.start("-m", "m.xml", *FILES, "--time-limit", limit_s, "--memory-limit", "2G",
+                          *more, program="kelvarune-play")
+    return start
+
+
+def test_what_was_said_before_counts(case, play):
+    run = case.finish(play(0.5))
+    cause = "prover reached its time limit of 0.5 s"
+    assert (run.status, run.err.decode()) == (0, f"kelvarune-play: m/d1: 1 of 2 entries: {cause}\n")
+    case.pos_is(po("T0", concluded()), po("T1", goal(mech("m", "Unknown", d1="Unknown"))))
+    told = case.finish(play(0.5, "--goal", "T1.1", "--explain")).out.decode()
+    assert cause in told
+    assert f"{BIN}/{PROGRAM} --time 0.5 --memory 2G -- {case.root}/tools/prover <" in told
+
+
+@rows("number", {"stopped": signal.SIGTERM, "killed": signal.SIGKILL})
+def test_ends_with_the_run(case, play, number):
+    run = play(1000)
+    case.wait_for(case.path("tools/prover.busy").exists)
+    run.send_signal(number)
+    assert case.finish(run).status in (-number, 128 + number)
