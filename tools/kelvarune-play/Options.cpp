@@ -6,12 +6,15 @@
 #include "files/Installed.h"
 #include "output/Output.h"
 #include "text/Literals.h"
+#include "wrapper/Quantities.h"
 
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <iostream>
 #include <utility>
 #include <vector>
@@ -69,6 +72,9 @@ constexpr option_t OPTIONS[] = {
     {"", STOP_ON_FAILURE, "N",
      "Stop after N failures (=N may be left out: 1): goals or groups of goals of which one is "
      "disproved, or whose tools fail."},
+    {"", "time-limit", "SECONDS", "End every prover after that time, with all it has started."},
+    {"", "memory-limit", "SIZE",
+     "End every prover, with all it has started, that takes more memory; with K, M, G or T."},
     {"", "dry-run", "", "Tell what would be played, with -v every command, and change nothing."},
     {"", "color", "WHEN", "Colours in explanations: auto (on a terminal), always or never."},
     {"", "shard", "K/N",
@@ -202,6 +208,16 @@ bool takeNumbers(const QCommandLineParser &parser, play_options_t &options) {
       (parser.isSet(QLatin1String(STOP_ON_FAILURE)) && number == 0))
     return refuse("The number of failures must be a number from 1."_s);
   options.stopAfter = static_cast<unsigned long>(number);
+  options.timeLimit = parser.value("time-limit"_s);
+  options.memoryLimit = parser.value("memory-limit"_s);
+  std::chrono::milliseconds time = {};
+  std::uint64_t size = 0;
+  if (parser.isSet("time-limit"_s) &&
+      !(wrapper::parseSeconds(options.timeLimit, time) && time.count() > 0))
+    return refuse("The time limit must be a number of seconds above 0."_s);
+  if (parser.isSet("memory-limit"_s) &&
+      !(wrapper::parseSize(options.memoryLimit, size) && size > 0))
+    return refuse("The memory limit must be a number of bytes above 0, with K, M, G or T."_s);
   return true;
 }
 

@@ -37,6 +37,8 @@ struct play_options_t {
   bool xml = false;
   unsigned int concurrency = 1;
   int trace = 0;
+  QString timeLimit;   ///< in seconds; empty: none
+  QString memoryLimit; ///< empty: none
 
   /// Whether only some goals are played.
   bool isForSomeGoals() const { return failed || !goals.isEmpty(); }

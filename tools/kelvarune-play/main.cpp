@@ -4,6 +4,7 @@
 // exit status.
 
 #include "Checks.h"
+#include "Limits.h"
 #include "Options.h"
 #include "Reference.h"
 #include "Registered.h"
@@ -123,6 +124,7 @@ plan_t planFor(const play_options_t &options, const inputs_t &inputs) {
   plan.choice.shards = options.shards;
   plan.choice.retry = options.retry;
   plan.choice.keepSecondaryFiles = options.explain;
+  plan.choice.proverWrapper = limitingCommand(options);
   plan.choice.quiet = true; // the summary tells the failures
   if (options.replay)
     plan.reference = goalsWithProofs(options.against.isEmpty() ? inputs.document : inputs.against,
