@@ -159,7 +159,7 @@ def test_goals_of_a_history_are_counted_from_1(case, tool, goals, missing):
 
 
 @rows("name, history", {"fresh": ("fresh.pos", []),
-                        "played": ("ringbuffer.pos", ["--history", SMT / "ringbuffer.history"])})
+                        "played": ("ringbuffer.pos", ["--history", SMT / "ringbuffer.past"])})
 def test_committed_files_are_those_that_the_pog_and_the_history_make(case, tool, name, history):
     tool("smt-pos", "-i", SMT / "ringbuffer.pog", "-o", "made", *history)
     assert case.path("made").read_text() == (SMT / name).read_text()
