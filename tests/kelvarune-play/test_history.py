@@ -27,18 +27,20 @@ def asked(case, question, path="comp.history"):
 
 def test_an_entry_is_recorded_with_all_that_is_known(comp):
     comp.script("prover", 'read -r i j; echo $i $j; echo why >&2; case $i in 0) exec sleep 0.3;; '
-                          '1) exit 4;; 2) kill -SEGV $$;; esac\n')
+                          '1) exit 4;; 2) kill -SEGV $$;;\n'
+                          '5) echo "kelvarune-limit: memory limit of 2G reached" >&2; exit 123;; esac\n')
     comp.answers({"d1.3.0": "Unknown", "*": "Proved"})
     comp.mechanism(comp.driver(prover=comp.tool("prover", timeout="2000")), trust="always")
     comp.run("-m", "m.xml", "-s", "comp.pos", "-p", "comp.pog", "-c", 2, status=3, err=None)
     assert asked(comp, """
       SELECT tag, verdict, loss, prover_end, prover_number, output, errors, time_limit FROM entries
       JOIN verdicts ON entry = entries.id JOIN goals ON goals.id = goal
-      WHERE tag IN ('T0', 'T1', 'T2', 'T3') ORDER BY tag""") == [
+      WHERE tag IN ('T0', 'T1', 'T2', 'T3', 'T5') ORDER BY tag""") == [
         ("T0", "Proved", None, "normal", 0, None, None, 2.0),
         ("T1", "Proved", None, "status", 4, None, None, 2.0),
         ("T2", None, "crash", "signal", 11, "2 0", "why", 2.0),
-        ("T3", "Unknown", None, "normal", 0, "3 0", "why", 2.0)]
+        ("T3", "Unknown", None, "normal", 0, "3 0", "why", 2.0),
+        ("T5", "Proved", None, "memory limit", 123, None, None, 2.0)]
     assert asked(comp, """
       SELECT jobs, runs.status, ended > runs.started, trust, length(digest), count(*),
       min(wall >= prover_wall), max(prover_wall) BETWEEN 0.3 AND 10, min(cpu >= prover_cpu),

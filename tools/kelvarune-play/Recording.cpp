@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QFile>
+#include <QRegularExpression>
 #include <QSysInfo>
 
 #include <algorithm>
@@ -56,23 +57,13 @@ QString lastLines(const process::Excerpt &text) {
   return end.mid(end.indexOf(QLatin1Char('\n')) + 1); // all of it when it is one line
 }
 
-bool isLimiter(const tool_record_t &tool) {
-  return tool.program.filename() == "kelvarune-limit";
-}
-
-/// The limit that kelvarune-limit says it has enforced, on a line of its own, or nothing.
+/// The limit that kelvarune-limit says it has enforced, on a line of its own, or nothing. Another
+/// wrapper may stand before it.
 QString enforcedLimit(const tool_record_t &tool) {
-  if (!isLimiter(tool) || tool.end != end_t::EXITED || tool.number == 0)
-    return QString();
-  for (const QString &line : lastLines(tool.standardError).split(QLatin1Char('\n'))) {
-    if (!line.startsWith("kelvarune-limit: "_s))
-      continue;
-    for (const auto &limit : {"time limit"_s, "memory limit"_s}) {
-      if (line.contains(limit))
-        return limit;
-    }
-  }
-  return QString();
+  static const QRegularExpression said("^kelvarune-limit: .*(time|memory) limit of .* reached"_s,
+                                       QRegularExpression::MultilineOption);
+  const auto found = said.match(lastLines(tool.standardError));
+  return tool.number != 0 && found.hasMatch() ? found.captured(1) + " limit"_s : QString();
 }
 
 QString endOf(const tool_record_t &tool) {
@@ -128,18 +119,20 @@ QString textOf(loss_t loss) {
   return QString();
 }
 
-/// The limit that kelvarune-limit was given.
-std::optional<double> limitAmong(const QStringList &arguments) {
+/// The time limit that kelvarune-limit was given: its options end before the prover.
+std::optional<double> limitAmong(const tool_record_t &tool) {
+  if (tool.program.filename() != "kelvarune-limit")
+    return std::nullopt;
   const QString option = "--time"_s;
-  for (int i = 0; i < arguments.size() && arguments[i] != "--"_s; ++i) {
+  for (int i = 0; i < tool.arguments.size() && tool.arguments[i].startsWith("--"_s); ++i) {
+    const QString name = tool.arguments[i].section(QLatin1Char('='), 0, 0);
+    const bool isApart = name == tool.arguments[i] && name.size() > 2; // its value is the next word
+    const QString value =
+        isApart ? tool.arguments.value(++i) : tool.arguments[i].mid(name.size() + 1);
     bool isNumber = false;
-    double value = 0;
-    if (arguments[i] == option)
-      value = arguments.value(i + 1).toDouble(&isNumber);
-    else if (arguments[i].startsWith(option + QLatin1Char('=')))
-      value = arguments[i].mid(option.size() + 1).toDouble(&isNumber);
-    if (isNumber)
-      return value;
+    const double seconds = value.toDouble(&isNumber);
+    if (name == option && isNumber)
+      return seconds;
   }
   return std::nullopt;
 }
@@ -186,12 +179,11 @@ void Recording::take(const entry_record_t &record) {
   entry.prover = toolOf(record.prover);
   entry.reader = toolOf(record.reader);
   entry.cpu = entry.writer.cpu + entry.prover.cpu + entry.reader.cpu;
-  if (isLimiter(record.prover))
-    entry.timeLimit = limitAmong(record.prover.arguments);
+  entry.timeLimit = limitAmong(record.prover);
   // For several goals the description's limit is often that of one of them.
   const auto limit = timeLimits.find(record.driver);
-  if (!entry.timeLimit && limit != timeLimits.end() && record.goals.size() == 1)
-    entry.timeLimit = limit->second;
+  if (limit != timeLimits.end() && record.goals.size() == 1)
+    entry.timeLimit = std::min(entry.timeLimit.value_or(limit->second), limit->second);
   if (record.verdicts.count(pos::ATTR_VALUE_PROVED) != static_cast<int>(record.goals.size())) {
     const bool isWriters = record.prover.end == end_t::NOT_RUN;
     entry.output = lastLines(record.proverOutput);
