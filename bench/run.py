@@ -13,7 +13,7 @@ import generate
 from compare import compare
 from fixed import fixed
 from measure import WrongResult, file_system, say, write_json
-from observer import observer
+from observer import history, observer
 
 DEFAULT_SIZES = [100, 1000, 10000, 50000]
 DEFAULT_ENTRIES = {100: 100, 1000: 1000, 10000: 1000, 50000: 400}
@@ -37,7 +37,7 @@ def pieces(options, scratch):
     return json.loads(results.read_text())
 
 
-PARTS = {"compare": compare, "fixed": fixed, "pieces": pieces, "observer": observer}
+PARTS = {"compare": compare, "fixed": fixed, "pieces": pieces, "observer": observer, "history": history}
 
 
 def numbers(text):

@@ -4,6 +4,7 @@
 
 #include "commandline/CommandTable.h"
 #include "files/Installed.h"
+#include "history/Records.h"
 #include "output/Output.h"
 #include "text/Literals.h"
 #include "wrapper/Quantities.h"
@@ -82,15 +83,18 @@ constexpr option_t OPTIONS[] = {
      "(comp.K-of-N.pos); kelvarune-pos merge brings the copies together."},
     {"", "no-check", "",
      "Play although the status file is out of step with the proof obligations."},
+    {"", "history", "FILE",
+     "Record what each entry took in this file (comp.history beside comp.pos)."},
+    {"", "no-history", "", "Record nothing."},
     {"", "no-wait", "", "Give up when another run uses the status file, instead of waiting."},
     {"", "strict", "", "Exit with status 1 when some goal of the component is not proved."},
 };
 
 /// Options of which the first makes no sense with the second.
 constexpr std::pair<const char *, const char *> CONFLICTS[] = {
-    {"goal", "failed"},   {"replay", "goal"},  {"replay", "failed"},
-    {"replay", "record"}, {"replay", "retry"}, {"explain", "xml"},
-    {"dry-run", "xml"},   {"shard", "goal"},   {"shard", "failed"},
+    {"goal", "failed"},  {"replay", "goal"},        {"replay", "failed"}, {"replay", "record"},
+    {"replay", "retry"}, {"explain", "xml"},        {"dry-run", "xml"},   {"shard", "goal"},
+    {"shard", "failed"}, {"history", "no-history"},
 };
 
 QStringList namesOf(const option_t &option) {
@@ -181,6 +185,9 @@ void takeValues(const QCommandLineParser &parser, play_options_t &options) {
   options.goals = parser.values("goal"_s);
   options.against = parser.value("against"_s);
   options.log = parser.value("log"_s);
+  if (!parser.isSet("no-history"_s)) // before a part gets a copy of the status file
+    options.history = parser.isSet("history"_s) ? parser.value("history"_s)
+                                                : history::pathBeside(options.posPath);
   options.failed = parser.isSet("failed"_s);
   options.record = parser.isSet("record"_s);
   options.explain = parser.isSet("explain"_s);
@@ -239,7 +246,7 @@ bool check(const QCommandLineParser &parser, const play_options_t &options) {
     return refuse("The options --driver and --goal need a value that is not empty."_s);
   if (parser.isSet("color"_s) && !setColour(parser.value("color"_s)))
     return refuse("--color takes auto, always or never."_s);
-  for (const char *name : {"directory", "log", "against"}) {
+  for (const char *name : {"directory", "log", "against", "history"}) {
     if (parser.isSet(QLatin1String(name)) && parser.value(QLatin1String(name)).isEmpty())
       return refuse("The option --%1 needs a value that is not empty."_s.arg(QLatin1String(name)));
   }

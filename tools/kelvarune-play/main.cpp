@@ -50,8 +50,9 @@ int endSignalled(int number, Workspace &workspace) {
   workspace.remove();
   // A terminal has shown "^C", and perhaps half a line of results.
   const std::string lineBreak = ::isatty(STDERR_FILENO) ? "\n" : "";
-  process::offerToStandardError(lineBreak + Run::lastWords());
-  return EXIT_SIGNALLED + number;
+  const int status = EXIT_SIGNALLED + number;
+  process::offerToStandardError(lineBreak + Run::lastWords(status));
+  return status;
 }
 
 void tell(const QStringList &lines) {
