@@ -1,4 +1,4 @@
-"""The example of examples/slurm on a cluster of one node, which this module starts and ends: on the
+"""The example of examples/slurm on a cluster of two nodes, which this module starts and ends: on the
 loopback interface, in a scratch directory, for one user. It has its own keys, ports and state, and
 no need of cgroups or of a service manager; the machine's own configuration is left alone."""
 
@@ -23,7 +23,7 @@ PROGRAMS = ("munged", "slurmctld", "slurmd", "srun", "salloc", "squeue", "scontr
 pytestmark = needs(*PROGRAMS, "z3", "cvc5")
 
 EXAMPLES = pathlib.Path(__file__).parents[2] / "examples"
-JOBS = 4
+JOBS, NODES = 4, ("node1", "node2")
 
 # The commands are those of the example's guide; all but the first need no allocation.
 GUIDE = (EXAMPLES / "slurm/README.md").read_text()
@@ -44,11 +44,10 @@ SlurmUser={user}
 SlurmdUser={user}
 AuthInfo=socket={dir}/munge.socket
 SlurmctldPort={ports[0]}
-SlurmdPort={ports[1]}
 StateSaveLocation={dir}/state
-SlurmdSpoolDir={dir}/spool
+SlurmdSpoolDir={dir}/spool.%n
 SlurmctldPidFile={dir}/slurmctld.pid
-SlurmdPidFile={dir}/slurmd.pid
+SlurmdPidFile={dir}/slurmd.%n.pid
 PlugStackConfig=/dev/null
 ProctrackType=proctrack/linuxproc
 SelectType=select/cons_tres
@@ -56,7 +55,9 @@ SelectTypeParameters=CR_CPU_Memory
 SlurmdParameters=config_overrides
 KillWait=2
 SchedulerParameters=sched_min_interval=0
-NodeName=node NodeHostname={host} NodeAddr=127.0.0.1 CPUs=4 RealMemory=12000 State=UNKNOWN
+NodeName=DEFAULT CPUs=2 RealMemory=6000 State=UNKNOWN
+NodeName=node1 NodeHostname={host} NodeAddr=127.0.0.1 Port={ports[1]}
+NodeName=node2 NodeHostname={host} NodeAddr=127.0.0.1 Port={ports[2]}
 PartitionName=all Nodes=ALL Default=YES MaxTime=INFINITE State=UP
 """
 
@@ -77,14 +78,14 @@ class Cluster:
             "PATH": f"{BIN}:{PATH}", "SLURM_CONF": f"{directory}/slurm.conf"}
 
     def start(self):
-        for name in ("state", "spool"):
+        for name in ("state", "spool.node1", "spool.node2"):
             (self.dir / name).mkdir()
         self.dir.chmod(0o755)  # munged insists that others may pass through
         (self.dir / "munge.key").touch(mode=0o600)
         (self.dir / "munge.key").write_bytes(os.urandom(128))
         with contextlib.ExitStack() as listeners:
             ports = [listeners.enter_context(socket.create_server(("127.0.0.1", 0)))
-                     .getsockname()[1] for _ in range(2)]
+                     .getsockname()[1] for _ in range(3)]
         (self.dir / "slurm.conf").write_text(CONFIGURATION.format(
             host=socket.gethostname().split(".")[0], user=getpass.getuser(), dir=self.dir,
             ports=ports))
@@ -93,8 +94,9 @@ class Cluster:
             for option in ("key-file", "socket", "pid-file", "log-file", "seed-file")])
         wait_for((self.dir / "munge.socket").exists)
         self.daemon("slurmctld", "-D", "-i")
-        self.daemon("slurmd", "-D", "-N", "node")
-        self.ask("scontrol", "update", "nodename=node", "state=resume")
+        for node in NODES:
+            self.daemon("slurmd", "-D", "-N", node)
+        self.ask("scontrol", "update", "nodename=ALL", "state=resume")
         wait_for(lambda: self.ask("sinfo", "--noheader", "--format=%T") == "idle")
 
     def end(self):
