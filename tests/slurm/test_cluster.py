@@ -286,11 +286,14 @@ def test_what_loses_its_workers_fails_and_the_others_go_on(call):
 
 
 def test_a_killed_call_stops_its_prover(cluster, call):
-    run = call(f"{ALLOCATE} sh -c '{RUN} sleep 1000 & wait; {RUN} echo next'")
+    seen = cluster.dir / "seen"
+    run = call(f"{ALLOCATE} sh -c '{RUN} sleep 1000 & wait; until [ -e {seen} ]; do sleep 0.1; done; "
+               f"{RUN} echo next'")
     wait_for(lambda: cluster.processes("sleep", "1000"))
     wait_for(lambda: cluster.processes("/usr/bin/perl", RUN))
     cluster.processes("/usr/bin/perl", RUN)[0].kill()
-    wait_for(lambda: not cluster.processes("sleep", "1000"), limit_s=20)
+    wait_for(lambda: not cluster.processes("sleep", "1000"))
+    seen.touch()
     assert run.communicate(timeout=60) == ("next\n", "")
 
 
