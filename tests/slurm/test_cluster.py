@@ -257,6 +257,7 @@ def call(cluster):
                                       env=cluster.environment | environment))
         return calls[-1]
     yield start
+    cluster.ask("scancel", "--user", getpass.getuser())
     for each in calls:
         each.kill()
         each.communicate()
