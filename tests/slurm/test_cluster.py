@@ -291,7 +291,6 @@ def test_a_killed_call_stops_its_prover(cluster, call):
     run = call(f"{ALLOCATE} sh -c '{RUN} sleep 1000 & wait; until [ -e {seen} ]; do sleep 0.1; done; "
                f"{RUN} echo next'")
     wait_for(lambda: cluster.processes("sleep", "1000"))
-    wait_for(lambda: cluster.processes("/usr/bin/perl", RUN))
     cluster.processes("/usr/bin/perl", RUN)[0].kill()
     wait_for(lambda: not cluster.processes("sleep", "1000"))
     seen.touch()
@@ -362,7 +361,7 @@ BOTH = ["run-here", "run-slurm"]
 @rows("scripts, words, status", {
     "exit": (BOTH, ["sh", "-c", "exit 3"], 3), "crash": (BOTH, ["sh", "-c", "kill -SEGV $$"], -11),
     "refused": (["run-slurm"], ["--megabytes", "999999", "true"], -6),
-    "late": (["run-here"], ["--seconds", "1", "sleep", "100"], -9)})
+    "late": (BOTH, ["--seconds", "1", "sleep", "100"], -9)})
 def test_a_limit_ends_the_run_as_a_crash(cluster, scripts, words, status):
     for script in scripts:
         run = subprocess.run([EXAMPLES / "slurm" / script, *words], env=cluster.environment,
