@@ -84,7 +84,8 @@ void Maker::take(const found_file_t &file) {
 
 bool Maker::takeGoals(const found_file_t &file, const std::string &text) {
   beginObligation(file);
-  const std::string ownFile = recipe.groupByDirectory ? paths::joined(up, file.below) : std::string();
+  const std::string ownFile =
+      recipe.groupByDirectory ? paths::joined(up, file.below) : std::string();
   const auto add = [&](const goals::check_t &check, const std::optional<std::string> &script) {
     writer.goal(check, ownFile, file.language, script);
   };
