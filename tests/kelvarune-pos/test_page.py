@@ -148,6 +148,12 @@ def test_an_empty_file_says_so(use):
         "comp.pos is empty: it has no goals, so there is nothing to prove."]
 
 
+def test_goals_are_named_by_their_place(use):
+    tree = obligations(po("a", goal(source="src/a.smt2:12"), goal()))
+    assert use(tree, "const all = names(); type('A.SMT2:12'); return [all, names()];") == [
+        ["a.1src/a.smt2:12", "a.2"], ["a.1src/a.smt2:12"]]
+
+
 def test_names_are_text_and_nothing_is_fetched(use):
     nasty = "</script><img src=http://127.0.0.1:9/x onerror=alert(1)>@STYLE@&amp;"
     tree = obligations(po(nasty, goal(mech(nasty, "Proved", d="Proved"), status="Proved")))

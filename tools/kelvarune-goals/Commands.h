@@ -13,6 +13,7 @@ int list(const options_t &options);        // List.cpp
 int digests(const options_t &options);     // List.cpp
 int show(const options_t &options);        // Show.cpp
 int exportGoals(const options_t &options); // Show.cpp
+int prove(const options_t &options);       // Prove.cpp
 
 } // namespace commands
 

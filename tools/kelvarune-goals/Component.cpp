@@ -1,5 +1,6 @@
 #include "Component.h"
 
+#include "Paths.h"
 #include "Sources.h"
 #include "file/Io.h"
 #include "goals/Digest.h"
@@ -48,6 +49,13 @@ std::string component::pogPathOf(const std::string &name) {
 
 std::string component::posPathOf(const std::string &pogPath) {
   return withoutSuffix(pogPath) + ".pos";
+}
+
+bool component::isAnothers(const std::string &pogPath) {
+  if (paths::realPath(pogPath).empty() || PogFile::isOne(pogPath))
+    return false;
+  complain(paths::textOf(pogPath) + ": is there already and not made by this program"_s);
+  return true;
 }
 
 std::optional<PogFile> component::open(const std::string &pogPath) {

@@ -18,6 +18,9 @@ std::string pogPathOf(const std::string &name);
 /// The status file beside a POG.
 std::string posPathOf(const std::string &pogPath);
 
+/// Whether a file is there that this program has not made, after a complaint.
+bool isAnothers(const std::string &pogPath);
+
 /// Opens a POG of this program; nothing, after a complaint, when it is none.
 std::optional<kelvarune::goals::PogFile> open(const std::string &pogPath);
 

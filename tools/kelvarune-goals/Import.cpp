@@ -26,13 +26,6 @@ Locks locksOf(const component_paths_t &files, const options_t &options) {
           options.wait};
 }
 
-bool isAnothers(const std::string &pogPath) {
-  if (paths::realPath(pogPath).empty() || PogFile::isOne(pogPath))
-    return false;
-  complain(paths::textOf(pogPath) + ": is there already and not made by this program"_s);
-  return true;
-}
-
 // For a POG of another format.
 int syncByLister(const component_paths_t &files, const options_t &options) {
   std::vector<pos::listed_obligation_t> list;
@@ -71,7 +64,7 @@ int commands::import(const options_t &options) {
   const component_paths_t files = {pogPath, component::posPathOf(pogPath)};
   recipe_t recipe;
   stepped_t stepped;
-  if (isAnothers(pogPath) || !recipeOfImport(options, files, recipe))
+  if (component::isAnothers(pogPath) || !recipeOfImport(options, files, recipe))
     return EXIT_REFUSED;
   const Locks locks = locksOf(files, options);
   if (!locks || !bringInStep(files, recipe, options, stepped))

@@ -36,6 +36,11 @@ bool isDirectory(const dirent &entry, int directory) {
   return ::fstatat(directory, entry.d_name, &status, 0) == 0 && S_ISDIR(status.st_mode);
 }
 
+/// What TPTP problems include, which has no goals of its own.
+bool isAxioms(const std::string &name) {
+  return name.size() > 3 && name.compare(name.size() - 3, 3, ".ax") == 0;
+}
+
 /// The names in a directory that count, in their order. The error number, or 0.
 int readDirectory(const std::string &path, entries_t &entries) {
   const std::unique_ptr<DIR, close_t> directory(::opendir(path.c_str()));
@@ -48,7 +53,7 @@ int readDirectory(const std::string &path, entries_t &entries) {
       continue;
     if (isDirectory(*entry, ::dirfd(directory.get())))
       entries.directories.push_back(name);
-    else if (goals::languageOf(name))
+    else if (goals::languageOf(name) && !isAxioms(name))
       entries.files.push_back(name);
     errno = 0;
   }

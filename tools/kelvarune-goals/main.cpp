@@ -21,7 +21,8 @@ int run(const options_t &options) {
   static const std::map<QString, int (*)(const options_t &)> table = {
       {"import"_s, commands::import}, {"sync"_s, commands::sync},
       {"list"_s, commands::list},     {"digests"_s, commands::digests},
-      {"show"_s, commands::show},     {"export"_s, commands::exportGoals}};
+      {"show"_s, commands::show},     {"export"_s, commands::exportGoals},
+      {"prove"_s, commands::prove}};
   return table.at(options.command)(options);
 }
 

@@ -38,6 +38,7 @@ goal_t goalOf(const pos::goal_t &found) {
   goal.place = found.place;
   goal.status = pos::statusOf(element);
   goal.proofState = pos::proofStateOf(element, pos::ATTR_VALUE_UNPROVED);
+  goal.source = element.attribute(pos::ATTR_SOURCE);
   goal.provedByItself = pos::isProvedProofState(goal.proofState);
   std::vector<std::optional<driver_name_t>> provers;
   for (const QDomElement &mechanism : xml::children(element, pos::TAG_MECHANISM))

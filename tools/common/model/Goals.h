@@ -25,6 +25,7 @@ struct goal_t {
   pos::goal_place_t place;
   pos::status_t status = pos::UNPROVED;
   QString proofState; ///< the text of the component's own proof, "Unproved" when there is none
+  QString source;     ///< where it stands, "FILE:LINE"; empty when the file does not say
   bool provedByItself = false; ///< that text counts as a proof
 
   /// The drivers that found a proof on which their mechanism's verdict rests now.

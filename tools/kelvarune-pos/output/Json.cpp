@@ -58,6 +58,8 @@ QJsonObject jsonOf(const goal_t &goal) {
   QJsonObject object = jsonOf(goal.place);
   object["status"_s] = pos::strOfProofStatus(goal.status);
   object["proofState"_s] = goal.proofState;
+  if (!goal.source.isEmpty())
+    object["source"_s] = goal.source;
   object["provedBy"_s] = jsonOf(goal.provedBy);
   object["uncountedProofs"_s] = jsonOf(goal.uncountedProofs);
   object["disprovedBy"_s] = jsonOf(goal.disprovedBy);

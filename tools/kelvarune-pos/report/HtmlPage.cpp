@@ -57,8 +57,8 @@ private:
 };
 
 // Ten thousand objects with long keys would be most of the page, so a goal is an array: index of
-// the obligation, number, status, proofs that hold, uncounted ones, disproofs, the own proof and
-// the driver without which it is not proved (or null).
+// the obligation, number, status, proofs that hold, uncounted ones, disproofs, the own proof, the
+// driver without which it is not proved, and where it stands (or null).
 QJsonArray rowOf(const goal_t &goal, DriverIndex &drivers) {
   return {goal.place.obligation - 1,
           goal.place.number,
@@ -67,7 +67,8 @@ QJsonArray rowOf(const goal_t &goal, DriverIndex &drivers) {
           drivers.indexesOf(goal.uncountedProofs),
           drivers.indexesOf(goal.disprovedBy),
           goal.provedByItself ? QJsonValue(goal.proofState) : QJsonValue(),
-          goal.onlyProver ? QJsonValue(drivers.indexOf(*goal.onlyProver)) : QJsonValue()};
+          goal.onlyProver ? QJsonValue(drivers.indexOf(*goal.onlyProver)) : QJsonValue(),
+          goal.source.isEmpty() ? QJsonValue() : QJsonValue(goal.source)};
 }
 
 QJsonObject dataOf(const QString &path, const std::vector<goal_t> &goals, const stats_t &stats) {

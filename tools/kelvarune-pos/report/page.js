@@ -39,8 +39,8 @@
     return (Math.min(999, Math.max(1, Math.round((part * 1000) / total))) / 10).toFixed(1);
   }
 
-  const goals = data.goals.map(([obligation, n, status, proofs, uncounted, disproofs, own, only], index) => ({
-    index, obligation, n, status, proofs, uncounted, disproofs, own, only,
+  const goals = data.goals.map(([obligation, n, status, proofs, uncounted, disproofs, own, only, source], index) => ({
+    index, obligation, n, status, proofs, uncounted, disproofs, own, only, source,
     name: `${data.obligations[obligation]}.${n}`,
   }));
   const driverNames = (indexes) => indexes.map((i) => data.drivers[i]).join(", ");
@@ -48,7 +48,7 @@
     goal.by = driverNames(goal.proofs);
     goal.rest = driverNames(goal.uncounted);
     goal.against = goal.disproofs.length ? `disproved by ${driverNames(goal.disproofs)}` : "";
-    goal.words = `${goal.name} ${goal.by} ${goal.against} ${goal.rest} ${goal.own || ""}`.toLowerCase();
+    goal.words = `${goal.name} ${goal.by} ${goal.against} ${goal.rest} ${goal.own || ""} ${goal.source || ""}`.toLowerCase();
   }
 
   // What a driver is to a goal: what the panel counts, and the filter selects.
@@ -413,8 +413,9 @@
   // Roles are spelled out: a narrow page lays the rows out as a grid, which takes them away.
   function rowOf(goal, position) {
     return element("tr", { role: "row", "aria-rowindex": position + 2 },
-      element("td", { class: "c-goal", role: "cell", title: goal.name },
-        element("span", { class: "goal" }, element("span", {}, data.obligations[goal.obligation]), `.${goal.n}`)),
+      element("td", { class: "c-goal", role: "cell", title: goal.name + (goal.source ? `: ${goal.source}` : "") },
+        element("span", { class: "goal" }, element("span", {}, data.obligations[goal.obligation]), `.${goal.n}`,
+          goal.source ? element("span", { class: "source" }, goal.source) : "")),
       element("td", { class: "c-status", role: "cell" }, element("span", { class: `dot s${goal.status}` }), NAME[goal.status]),
       proofCell(goal));
   }
