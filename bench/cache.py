@@ -59,7 +59,7 @@ class Replay:
         """Seconds of one replay from the example's first state, and its verdicts."""
         pos = self.dir / "ringbuffer.pos"
         shutil.copy(EXAMPLE / "ringbuffer.pos", pos)
-        command = [self.options.bin / "kelvarune", "-i", ".", "-i", "/usr/bin", "-M", "mechanisms",
+        command = [self.options.bin / "kelvarune", "-i", self.options.bin, "-i", "/usr/bin", "-M", "mechanisms",
                    "-s", pos.name, "-p", "ringbuffer.pog", "-d", "work",
                    "-c", str(self.options.jobs)]
         environment = {**os.environ, "KELVARUNE_CACHE": str(cache), "KELVARUNE_CACHE_MODE": "update"}

@@ -133,13 +133,32 @@ else()
   message(STATUS "No lowdown: the manual pages are left out")
 endif()
 
-if(EXISTS ${PROJECT_SOURCE_DIR}/completions)
-  install(
-    DIRECTORY ${PROJECT_SOURCE_DIR}/completions/
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-    FILES_MATCHING
-    PATTERN "kelvarune*")
+# bash and fish load the file of a program's name, for each program with a manual page; zsh has one
+# for all. They find complete.py by its place beside theirs.
+set(completions ${PROJECT_SOURCE_DIR}/completions)
+install(FILES ${completions}/complete.py DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvarune)
+foreach(page IN LISTS pages)
+  get_filename_component(name ${page} NAME)
+  if(name MATCHES "^(.*)\\.1\\.md$")
+    set(program ${CMAKE_MATCH_1})
+    install(
+      FILES ${completions}/kelvarune.bash
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+      RENAME ${program})
+    install(
+      FILES ${completions}/kelvarune.fish
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+      RENAME ${program}.fish)
+  endif()
+endforeach()
+# What belongs to Debian's system has a directory of its own.
+install(
+  CODE "set(kelvarune_zsh site-functions)
+if(CMAKE_INSTALL_PREFIX MATCHES \"/usr$\" AND EXISTS /etc/debian_version)
+  set(kelvarune_zsh vendor-completions)
 endif()
+file(INSTALL \"${completions}/_kelvarune\"
+     DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/zsh/\${kelvarune_zsh}\")")
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/mechanisms DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvarune)
 
@@ -193,7 +212,7 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_NAME kelvarune)
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_SECTION math)
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_SHLIBDEPS ON)
-# The example's tools are scripts for python3.
+# Scripts of the examples are for python3.
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_DEPENDS "python3:any")
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_RECOMMENDS "z3, cvc5")
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_SUGGESTS "libkelvarune-dev, slurm-client")
@@ -206,7 +225,8 @@ provers, and how they are called, is described in small XML files.
 The package also holds kelvarune-play, which makes first proofs, kelvarune-pos,
 which looks at status files and edits them, kelvarune-mech, which checks and
 writes descriptions of provers, kelvarune-cache, which repeats the answers of
-provers, mechanisms for provers of SMT-LIB and TPTP, and a complete example for the SMT solvers z3 and cvc5.")
+provers, mechanisms for provers of SMT-LIB and TPTP, and a complete example for
+the SMT solvers z3 and cvc5.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkelvarune-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

@@ -43,7 +43,7 @@ def replay(case):
     def replay(*args, program="kelvarune"):
         path = {"PATH": f"{case.path('bin')}:/usr/bin:/bin"}
         run = case.run(*args, "-s", "comp.pos", "-p", SMT / "ringbuffer.pog", "-d", "work",
-                       "-i", "bin", "-i", SMT, program=BIN / program, env=path,
+                       "-i", "bin", "-i", BIN, "-i", SMT, program=BIN / program, env=path,
                        limit_s=240 * SLOWNESS)
         assert not case.path("failed").exists(), case.path("failed").read_text()
         assert os.listdir(case.path("work")) == []
@@ -99,8 +99,16 @@ def test_a_replay_gives_back_all_first_proofs(case, replay):
 @rows("prover", {"z3": "z3 -smt2", "cvc5": "cvc5 --lang=smt2"})
 def test_a_counterexample_by_hand(case, prover):
     def answer(obligation, goal):
-        tools = (f"'{SMT}/smt-writer' -a {obligation} {goal} -i '{SMT}/ringbuffer.pog' -o f -m && "
-                 f"{{ {prover} f || :; }} | '{SMT}/smt-reader' --file f --sat=Disproved")
+        tools = (f"'{BIN}/kelvarune-smt-writer' -a {obligation} {goal} -m -o f "
+                 f"-i '{SMT}/ringbuffer.pog' && {{ {prover} f || :; }} | "
+                 f"'{BIN}/kelvarune-smt-reader' --file f --sat=Disproved")
         return case.run("-c", tools, program="/bin/sh").out.decode()
-    assert answer(5, 0) == "Proved\n"
-    assert answer(5, 3).startswith("Disproved\n") and "(define-fun late () Int" in answer(5, 3)
+    assert answer(11, 0) == "Proved\n"
+    assert answer(11, 3).startswith("Disproved\n") and "(define-fun late () Int" in answer(11, 3)
+
+
+@pytest.mark.parametrize("name", ["fresh", "ringbuffer"])
+def test_the_committed_files_are_in_step(case, name):
+    shutil.copytree(SMT, case.path("smt"))
+    shutil.copy(SMT / f"{name}.pos", case.path("smt/ringbuffer.pos"))
+    case.run("sync", "--check", "smt/ringbuffer.pog", program=BIN / "kelvarune-goals", out=None)

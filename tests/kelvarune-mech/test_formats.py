@@ -14,7 +14,7 @@ def blocks(page):
 def test_mechanism(case):
     [(_, example)] = blocks("kelvarune-mechanism.5.md")
     case.write("m.xml", example)
-    for tool in ("smt-writer", "z3", "smt-reader"):
+    for tool in ("kelvarune-smt-writer", "z3", "kelvarune-smt-reader"):
         case.script(tool, "")
     case.run("check", "-i", "tools", "m.xml", program="kelvarune-mech",
              out="m.xml: 2 drivers, 0 errors, 0 warnings\n")

@@ -115,8 +115,10 @@ TOOLS = "--writer tools/writer --reader 'tools/reader new' "
 @rows("options, drivers", {
     "timeout": ("--prover 'tools/prover -t:${timeout}0 \"a <b>\"'",
                 [("prover", "stdin", "10", ["-t:${timeout}0", "a <b>"])]),
-    "file": ("--prover 'tools/prover ${file} --' --timeout 3 --prover 'tools/prover t${timeout}'",
-             [("prover", "file", None, ["${file}", "--"]), ("prover2", "stdin", "3", ["t${timeout}"])]),
+    "file": ("--prover 'tools/prover ${file} --' --timeout 3 --prover "
+             r'''"tools/prover t${timeout} 'a \" b'\\ "''',
+             [("prover", "file", None, ["${file}", "--"]),
+              ("prover2", "stdin", "3", ["t${timeout}", 'a " b '])]),
     "asked for": ("--prover tools/prover --input file --driver x --trust never --fast --group full",
                   [("x", "file", None, ["${file}"])])})
 def test_new(mech, options, drivers):
@@ -133,6 +135,7 @@ def test_new(mech, options, drivers):
     "exists": ("m --prover p", "m.xml: exists; --force writes over it"),
     "no prover": ("n", "--prover is missing"),
     "one proof of two": ("n --prover p --trust redundancy", "--trust redundancy takes the proofs"),
+    "open quote": ("n --prover \"p 'x\"", "--prover: a quote is not closed in 'p 'x'"),
     "no such word": ("n --prover p --group fulll", "--group fulll: there are full, none, related (did"),
     "timeout without use": ("n --prover p --timeout 3", "--timeout has no effect without"),
     "no number": ("n --prover 'p ${timeout}' --timeout 3s", "--timeout takes a whole number"),

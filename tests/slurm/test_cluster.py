@@ -148,6 +148,8 @@ class Replay:
         self.gate = directory / "gate"
         for name in ("smt", "slurm"):
             shutil.copytree(EXAMPLES / name, self.dir / name)
+        for tool in ("kelvarune-smt-writer", "kelvarune-smt-reader"):
+            (self.dir / "slurm" / tool).symlink_to(BIN / tool)
         (self.dir / "work").mkdir()
 
     def start(self, command):

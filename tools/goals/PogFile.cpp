@@ -20,8 +20,8 @@ namespace kelvarune::goals {
 
 namespace {
 
-constexpr std::uint64_t READ_AHEAD = 16 * 1024;
-constexpr std::uint64_t MOST_TAG = 1024 * 1024; // the longest start tag
+constexpr std::uint64_t READ_AHEAD = 1 << 14;
+constexpr std::uint64_t MOST_TAG = 1 << 20; // the longest start tag
 
 using attributes_t = std::map<std::string, std::string>;
 

@@ -12,7 +12,7 @@ namespace kelvarune::goals {
 
 namespace {
 
-constexpr std::size_t BUFFER = 256 * 1024;
+constexpr std::size_t BUFFER = 1 << 18;
 
 std::string attribute(std::string_view name, std::string_view value) {
   return " " + std::string(name) + "=\"" + encoded(value, place_t::ATTRIBUTE) + "\"";

@@ -147,7 +147,7 @@ bool parseOptions(int argc, char **argv, options_t &options) {
   parser.setApplicationDescription(
       "Runs a prover, or repeats the answer that it gave to the same goals before."_s);
   parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-  parser.addHelpOption();
+  parser.addOption({{"h"_s, "help"_s}, "Show this help."_s}); // Qt's adds --help-all
   parser.addVersionOption();
   const declarations_t declared;
   parser.addOptions(declared.all());

@@ -4,11 +4,11 @@
 
 #include "mechanism/Mechanism.h"
 #include "output/Output.h"
+#include "shell/Quoting.h"
 #include "text/Literals.h"
 #include "text/Paths.h"
 
 #include <QFileInfo>
-#include <QProcess>
 
 #include <algorithm>
 #include <map>
@@ -88,7 +88,11 @@ QStringList wordsOf(const std::map<QString, Value> &table) {
 
 parse_t splitCommand(const given_t &given, const char *option, const QString &text,
                      QStringList &words) {
-  words = QProcess::splitCommand(text);
+  const auto split = shellWords(text);
+  if (!split)
+    return refuse("--%1: a quote is not closed in '%2'"_s.arg(QLatin1String(option), shown(text)),
+                  given.command);
+  words = *split;
   if (words.isEmpty())
     return refuse("--%1 takes a command"_s.arg(QLatin1String(option)), given.command);
   for (const QString &word : std::as_const(words)) {

@@ -256,7 +256,8 @@ bool parseOptions(const QStringList &words, play_options_t &options) {
   for (const option_t &option : OPTIONS)
     parser.addOption(QCommandLineOption(namesOf(option), QString::fromLatin1(option.description),
                                         QString::fromLatin1(option.value)));
-  const QCommandLineOption help = parser.addHelpOption();
+  const QCommandLineOption help({"h"_s, "help"_s}, "Show this help."_s); // Qt's adds --help-all
+  parser.addOption(help);
   const QCommandLineOption version = parser.addVersionOption();
   if (!parser.parse(withValues(words)))
     return refuse(textOfError(parser));

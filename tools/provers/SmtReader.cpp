@@ -16,13 +16,14 @@ using provers::Refusal;
 namespace {
 
 const char *const HELP =
-    R"(Reads a prover's answers on standard input and prints one verdict per goal.
+    R"(Usage: kelvarune-smt-reader [options]
+Reads a prover's answers on standard input and prints one verdict per goal.
 
-  kelvarune-smt-reader --file FILE [--sat VERDICT]
-
-  --file FILE     the file that kelvarune-smt-writer wrote for the prover; it says which goals were
-                  asked and whether models were
-  --sat VERDICT   what the answer "sat" means: Unknown (the default) or Disproved
+      --file <FILE>         The file that kelvarune-smt-writer wrote for the prover; it says
+                            which goals were asked and whether models were.
+      --sat <VERDICT>       What "sat" means: Unknown (the default) or Disproved.
+  -h, --help                This help.
+      --version             The version.
 
 Prints exactly one line per goal of the file, in its order, whatever the prover printed: "Proved"
 for "unsat", the verdict of --sat for "sat", and "Unknown" for everything else. When models were

@@ -16,32 +16,30 @@ using provers::Refusal;
 namespace {
 
 const char *const HELP =
-    R"(Writes goals of a proof obligation file as one SMT-LIB file for a prover.
+    R"(Usage: kelvarune-smt-writer [options]
+Writes goals of a proof obligation file as one SMT-LIB file for a prover.
 
-  kelvarune-smt-writer -a I J [-a I J]... -i POG -o FILE [-m]
-                       [--separate reset|push] [--plain] [--skip SYMBOLS] [--logics NAMES]
-                       [--logic NAME] [--default-logic NAME] [--options all|none]
-                       [--option 'KEY VALUE']...
+  -a I J                    A goal: goal J of obligation I, both from 0; may be repeated.
+  -i POG                    The proof obligation file, made by kelvarune-goals.
+  -o FILE                   The file to write.
+  -m                        Also ask the prover for a model of each goal.
+      --separate <HOW>      What keeps goals apart: reset (the default), or push for
+                            provers without (reset). Then all goals have the options
+                            and the logic of the first; others are not asked.
+      --plain               For provers that know neither echo nor declare-const, one
+                            goal per file.
+      --skip <SYMBOLS>      Goals that use one of these symbols or commands, separated
+                            by commas, are not asked.
+      --logics <NAMES>      Goals of other logics, or of none, are not asked.
+      --logic <NAME>        The logic, instead of the goal's own.
+      --default-logic <NAME>  The logic of goals that name none.
+      --options <WHICH>     Set the options of the goal's script: all (the default) or
+                            none. Those that ask for proofs or cores never are.
+      --option <SETTING>    One more (set-option SETTING); may be repeated.
+  -h, --help                This help.
+      --version             The version.
 
-  -a I J           a goal to write: goal J of obligation I, both counted from 0
-  -i POG           the proof obligation file, made by kelvarune-goals
-  -o FILE          the file to write
-  -m               also ask the prover for a model of each goal
-  --separate       what keeps several goals in a file apart: "reset" (the default) starts the
-                   prover afresh for each, so that its answer does not depend on the goals before
-                   it; "push" is for provers without (reset). Then all goals have the options and
-                   the logic of the first, and those that want others are not asked
-  --plain          for provers that know neither echo nor declare-const, one goal per file
-  --skip           symbols and commands that the prover does not know, separated by commas: goals
-                   that use one are not asked, and so stay "Unknown" without an error of the prover
-  --logics         the logics that the prover knows: goals of others, or of none, are not asked
-  --logic          the logic, instead of the goal's own
-  --default-logic  the logic of goals that name none
-  --options        whether the options that the goal's script sets are set ("all", the default).
-                   Those that ask for proofs, cores or models never are
-  --option         one more (set-option KEY VALUE); may be repeated
-
-Goals in other languages than SMT-LIB are not asked either.
+Goals that are not asked, also those in other languages, stay "Unknown" without an error.
 
 Exit status: 0; 1 when a goal cannot be written, also when the file that it is in is gone or has
 changed since the POG was made: then there is no FILE; 2 for a bad command line.

@@ -12,14 +12,15 @@ using provers::Refusal;
 namespace {
 
 const char *const HELP =
-    R"(Reads a prover's output on standard input and prints the verdict of its goal.
+    R"(Usage: kelvarune-szs-reader [options]
+Reads a prover's output on standard input and prints the verdict of its goal.
 
-  kelvarune-szs-reader --file FILE [--countersat VERDICT]
-
-  --file FILE            the file that kelvarune-tptp-writer wrote for the prover; it says whether
-                         anything was asked
-  --countersat VERDICT   what CounterSatisfiable and Satisfiable mean: Unknown (the default) or
-                         Disproved
+      --file <FILE>         The file that kelvarune-tptp-writer wrote for the prover; it says
+                            whether anything was asked.
+      --countersat <VERDICT>  What CounterSatisfiable and Satisfiable mean: Unknown (the
+                            default) or Disproved.
+  -h, --help                This help.
+      --version             The version.
 
 Prints one line: "Proved" for the SZS statuses Theorem, Unsatisfiable and ContradictoryAxioms, and
 for what SPASS prints instead, "Proof found."; the verdict of --countersat for a goal that does not

@@ -11,15 +11,16 @@ using provers::Refusal;
 
 namespace {
 
-const char *const HELP = R"(Writes a goal of a proof obligation file as a TPTP problem for a prover.
+const char *const HELP = R"(Usage: kelvarune-tptp-writer [options]
+Writes a goal of a proof obligation file as a TPTP problem for a prover.
 
-  kelvarune-tptp-writer -a I J -i POG -o FILE [-m]
-
-  -a I J    the goal to write: goal J of obligation I, both counted from 0. A TPTP problem has no
-            place for a second one: the driver's group must be none
-  -i POG    the proof obligation file, made by kelvarune-goals
-  -o FILE   the file to write
-  -m        changes nothing: what a prover says of models is its own option
+  -a I J                    The goal: goal J of obligation I, both from 0. A problem has no
+                            place for a second one: the driver's group must be none.
+  -i POG                    The proof obligation file, made by kelvarune-goals.
+  -o FILE                   The file to write.
+  -m                        Changes nothing: what a prover says of models is its own option.
+  -h, --help                This help.
+      --version             The version.
 
 What the problem includes stands in the file itself. Of a goal in another language nothing is asked.
 

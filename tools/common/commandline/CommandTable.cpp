@@ -152,7 +152,7 @@ parse_t parseWithoutCommand(const program_t &program, const QStringList &argumen
   const bool help = !words.isEmpty() && words.takeFirst() == "help"_s;
   if (!help && !parser.isSet(helpOption()))
     return refuse("A command is missing: "_s + namesOf(program).join(", "_s));
-  if (words.isEmpty())
+  if (words.isEmpty() || words.first() == "help"_s)
     return print(programHelp(program));
   const command_t *command = findCommand(program, words.first());
   return command ? print(helpOf(program, *command)) : refuseCommand(program, words.first());
