@@ -124,8 +124,6 @@ int runLimited(const options_t &options) {
 
 int main(int argc, char **argv) {
   process::startUp();
-  int one = 1; // the words after the first are none of Qt's
-  const QCoreApplication application(one, argv);
   QCoreApplication::setApplicationName("kelvarune-limit"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 
