@@ -3,6 +3,7 @@ left behind fails each of these."""
 
 import json
 import os
+import resource
 import signal
 import time
 
@@ -39,9 +40,11 @@ time.sleep({})
     "eats fast": ("--memory", "90M", EATS.format(500, 0, 1000), 123, "memory limit")})
 def test_ends_at_the_limit(case, option, value, body, status, name):
     prover = case.script("prover", body if body.startswith("#!") else "echo before\n" + body)
-    began = time.monotonic()
+    began, used = time.monotonic(), resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime
     run = case.start(option, value, "--report", "report", prover)
     assert (run.wait(LIMIT_S), case.running()) == (status, [])
+    used = resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime - used
+    assert used > 0.2 or option != "--cpu"  # which shows that it counts for the caller, too
     assert option != "--time" or time.monotonic() - began < 0.5 + SLOWNESS
     unit = "" if option == "--memory" else " s"
     run = case.finish(run)
@@ -69,7 +72,7 @@ def test_statuses(case, words, status):
 @rows("end, status", {
     "asked": (lambda run: run.terminate(), -signal.SIGTERM),
     "killed": (lambda run: run.kill(), -signal.SIGKILL),
-    "guard killed": (lambda run: psutil.Process(run.pid).children()[0].kill(), 125),
+    "guard killed": (lambda run: psutil.Process(run.pid).children()[0].kill(), -signal.SIGKILL),
     "group killed": (lambda run: os.killpg(run.pid, signal.SIGKILL), -signal.SIGKILL)})
 def test_takes_all_with_it(case, end, status):
     run = case.start(case.script("prover", FORKS + "wait"), start_new_session=True)

@@ -104,8 +104,6 @@ int answerGoals(const options_t &options) {
 
 int main(int argc, char **argv) {
   process::startUp();
-  int one = 1; // the words after the first are none of Qt's
-  const QCoreApplication application(one, argv);
   QCoreApplication::setApplicationName("kelvarune-cache"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 

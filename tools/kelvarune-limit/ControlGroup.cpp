@@ -1,6 +1,6 @@
 // A group is made below that of this process or beside it: a group that holds processes may not
-// divide its memory among groups below, so it is beside it for everybody who works on a desktop, or
-// below a service that asks for it.
+// divide its memory among groups below, so it mostly is beside it. Not where that would let the
+// prover out of limits that somebody has set, perhaps this very program.
 
 #include "kelvarune-limit/ControlGroup.h"
 
@@ -62,6 +62,15 @@ bool isLeftToUs(std::string directory) {
   return false;
 }
 
+bool isLimited(const std::string &directory) {
+  for (const char *file : {"/memory.max", "/memory.high", "/cpu.max", "/pids.max"}) {
+    const QByteArray limit = contentOf(directory + file);
+    if (!limit.isEmpty() && !limit.startsWith("max"))
+      return true;
+  }
+  return false;
+}
+
 } // namespace
 
 std::unique_ptr<ControlGroup> ControlGroup::make(std::uint64_t memoryLimit) {
@@ -69,6 +78,8 @@ std::unique_ptr<ControlGroup> ControlGroup::make(std::uint64_t memoryLimit) {
   if (own.empty())
     return nullptr;
   for (const std::string &parent : {own, own.substr(0, own.rfind('/'))}) {
+    if (parent != own && isLimited(own))
+      break;
     if (::access((parent + "/cgroup.procs").c_str(), W_OK) != 0 || !isLeftToUs(parent))
       continue;
     const std::string path = parent + "/kelvarune-limit-" + std::to_string(::getpid());

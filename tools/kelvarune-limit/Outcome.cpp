@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <csignal>
 #include <cstring>
 
 using namespace kelvarune;
@@ -61,7 +62,9 @@ QString messageFor(const outcome_t &outcome, const options_t &options) {
     return wordFor(outcome.end) + " of "_s + limit + " reached"_s + rest;
   if (outcome.end == end_t::NOT_STARTED)
     return "cannot run %1: %2"_s.arg(QString::fromStdString(options.command.front()),
-                                     QString::fromLocal8Bit(std::strerror(outcome.number)));
+                                     outcome.number == 0
+                                         ? "the system has no more processes or descriptors"_s
+                                         : QString::fromLocal8Bit(std::strerror(outcome.number)));
   return rest.mid(2);
 }
 
@@ -90,6 +93,8 @@ void endAs(const outcome_t &outcome) {
   case end_t::STOPPED:
     wrapper::endLike(outcome.number, 0);
   case end_t::NOT_STARTED:
+    if (outcome.number == 0) // nobody shall take what was never said for an answer
+      wrapper::endLike(SIGABRT, 0);
     wrapper::endLike(0, wrapper::statusOfError(outcome.number));
   case end_t::TIME_LIMIT:
     wrapper::endLike(0, wrapper::STATUS_TIME_LIMIT);

@@ -15,7 +15,7 @@ namespace limit {
 enum class end_t : int {
   EXITED,      ///< by itself; the number is its exit status
   SIGNALLED,   ///< by a signal of others; the number is that signal
-  NOT_STARTED, ///< the number is an errno value, 0 when that is not known
+  NOT_STARTED, ///< the number is an errno value, 0 when the system has no room for it
   STOPPED,     ///< because the wrapper was to end; the number is the signal that asked for it
   TIME_LIMIT,
   PROCESSOR_LIMIT,

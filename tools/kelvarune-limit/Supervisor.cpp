@@ -14,7 +14,6 @@
 #include "process/ToolProcess.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <thread>
 #include <tuple>
@@ -142,7 +141,7 @@ void Supervision::start() {
     started = prover.start(how);
   }
   outcome.end = started ? end_t::EXITED : end_t::NOT_STARTED;
-  outcome.number = started ? 0 : prover.lacksRoom() ? EAGAIN : prover.runError();
+  outcome.number = started ? 0 : prover.runError();
 }
 
 // Returns when the prover has ended or must.

@@ -18,10 +18,12 @@
 #include <QCoreApplication>
 
 #include <cerrno>
+#include <chrono>
 
 #include <poll.h>
 #include <signal.h>
 #include <sys/signalfd.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace kelvarune;
@@ -31,13 +33,10 @@ namespace {
 using limit::options_t;
 using limit::outcome_t;
 
+constexpr std::chrono::seconds PATIENCE(1);
+
 void tell(const QString &what) {
   process::writeToStandardError("kelvarune-limit: " + what.toStdString() + '\n');
-}
-
-int fail(const QString &what) {
-  tell(what);
-  return wrapper::STATUS_OWN_FAILURE;
 }
 
 /// The signals that ask for the end, without those that the caller ignores, as nohup does.
@@ -76,22 +75,30 @@ bool awaitOutcome(pid_t supervisor, int outcomes, int signals, outcome_t &outcom
   return false;
 }
 
-bool writeReport(const outcome_t &outcome, const options_t &options, const file::Descriptor &file) {
-  return !file.isOpen() || file::writeAll(file.get(), reportOf(outcome, options));
+[[noreturn]] void tellAndEnd(const outcome_t &outcome, const options_t &options,
+                             const file::Descriptor &report) {
+  const QString message = messageFor(outcome, options);
+  if (!message.isEmpty())
+    tell(message);
+  if (report.isOpen() && !file::writeAll(report.get(), reportOf(outcome, options)))
+    tell("cannot write "_s + options.report);
+  endAs(outcome);
 }
 
-int runLimited(const options_t &options) {
+[[noreturn]] void runLimited(const options_t &options) {
   file::Descriptor report;
   if (!options.report.isEmpty()) {
     report = file::openFile(options.report.toStdString(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    if (!report.isOpen())
-      return fail("cannot write "_s + options.report);
+    if (!report.isOpen()) {
+      tell("cannot write "_s + options.report);
+      wrapper::endLike(0, wrapper::STATUS_OWN_FAILURE);
+    }
   }
   file::pipe_t outcomes = file::makePipe();
   const sigset_t signals = stopSignals();
   sigset_t mask;
   ::sigprocmask(SIG_BLOCK, &signals, &mask);
-  const file::Descriptor signalSource(::signalfd(-1, &signals, SFD_CLOEXEC));
+  const file::Descriptor signalSource(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
   process::offspring::adopt();
   const pid_t parent = ::getpid();
   const pid_t supervisor = outcomes.readEnd.isOpen() && signalSource.isOpen() ? ::fork() : -1;
@@ -99,38 +106,32 @@ int runLimited(const options_t &options) {
     outcomes.readEnd.reset();
     limit::supervise(options, std::move(outcomes.writeEnd), mask, parent);
   }
+  outcome_t outcome; // not started, for want of room
   if (supervisor < 0)
-    return fail("the system has no more processes or descriptors"_s);
+    tellAndEnd(outcome, options, report);
   outcomes.writeEnd.reset();
   leaveStreamsToProver();
 
-  outcome_t outcome;
   int asked = 0;
   if (!awaitOutcome(supervisor, outcomes.readEnd.get(), signalSource.get(), outcome, asked)) {
-    process::offspring::end(nullptr, {SIGTERM, options.grace, nullptr}, options.grace);
-    if (asked == 0)
-      return fail("the process that watches over the prover was killed"_s);
-    wrapper::endLike(asked, 0);
+    process::offspring::end(nullptr, {SIGTERM, options.grace, nullptr}, PATIENCE);
+    outcome.end = limit::end_t::SIGNALLED; // by the kernel, when the supervisor was killed
+    outcome.number = asked == 0 ? SIGKILL : asked;
+  } else if (outcome.allGone) {
+    ::waitpid(supervisor, nullptr, 0); // what it took counts as what this process took
   }
-  const QString message = messageFor(outcome, options);
-  if (!message.isEmpty())
-    tell(message);
-  if (!writeReport(outcome, options, report))
-    tell("cannot write "_s + options.report);
-  endAs(outcome);
+  tellAndEnd(outcome, options, report);
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
   process::startUp();
-  int one = 1; // the words after the first are none of Qt's
-  const QCoreApplication application(one, argv);
   QCoreApplication::setApplicationName("kelvarune-limit"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 
   options_t options;
   if (!limit::parseOptions(argc, argv, options))
     return wrapper::STATUS_OWN_FAILURE;
-  return runLimited(options);
+  runLimited(options);
 }

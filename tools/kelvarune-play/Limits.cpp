@@ -26,8 +26,7 @@ QStringList limitingCommand(const play_options_t &options) {
 }
 
 QString reachedLimit(const tool_record_t &tool) {
-  static const QRegularExpression line(
-      "(?:^|\n)kelvarune-limit: (.* limit of .*) reached(.*)\n$"_s);
+  static const QRegularExpression line("kelvarune-limit: ([a-z ]*limit of .*) reached(.*)\n$"_s);
   if (tool.end != tool_record_t::end_t::EXITED || tool.number == 0)
     return QString();
   const std::string_view said = tool.standardError.end();
