@@ -10,6 +10,7 @@ import sys
 import tempfile
 
 import generate
+from advice import advice
 from compare import compare
 from fixed import fixed
 from measure import WrongResult, file_system, say, write_json
@@ -37,7 +38,8 @@ def pieces(options, scratch):
     return json.loads(results.read_text())
 
 
-PARTS = {"compare": compare, "fixed": fixed, "pieces": pieces, "observer": observer, "history": history}
+PARTS = {"compare": compare, "fixed": fixed, "pieces": pieces, "observer": observer, "history": history,
+         "advice": advice}
 
 
 def numbers(text):

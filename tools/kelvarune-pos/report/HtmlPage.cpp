@@ -133,7 +133,7 @@ bool hasPlayed(const history::past_t &past, const std::vector<goal_t> &goals) {
 }
 
 // The plays of each of the page's goals: driver, wall clock, processor, outcome.
-QJsonObject jsonOf(const history::past_t &past, const std::vector<goal_t> &goals) {
+QJsonObject historyJson(const history::past_t &past, const std::vector<goal_t> &goals) {
   QJsonArray drivers;
   for (const history::known_driver_t &driver : past.drivers)
     drivers.append(textOf(driver_name_t{driver.mechanism, driver.driver}));
@@ -174,6 +174,6 @@ QByteArray htmlPage(const QString &path, const std::vector<goal_t> &goals, const
                     const std::optional<history::past_t> &past) {
   QJsonObject data = dataOf(path, goals, stats);
   if (past && hasPlayed(*past, goals))
-    data["history"_s] = jsonOf(*past, goals);
+    data["history"_s] = historyJson(*past, goals);
   return pageOf(data);
 }
