@@ -10,6 +10,7 @@ import sys
 import tempfile
 
 import generate
+from advice import advice
 from compare import compare
 from fixed import fixed
 from importing import importing
@@ -39,7 +40,7 @@ def pieces(options, scratch):
 
 
 PARTS = {"compare": compare, "fixed": fixed, "pieces": pieces, "observer": observer,
-         "history": history, "import": importing}
+         "history": history, "advice": advice, "import": importing}
 
 
 def numbers(text):

@@ -9,11 +9,12 @@ import json
 import math
 import random
 import sqlite3
+import subprocess
 import xml.etree.ElementTree as ET
 
 import jsonschema
 import pytest
-from conftest import goal, obligations, po, rows
+from conftest import BIN, goal, obligations, po, rows
 from test_commands import documented
 
 PROGRAM = "kelvarune-pos"
@@ -35,12 +36,14 @@ sum(iif(verdict IS 'Proved', 0, wall)), max(wall)"""
 class Past:
     """A history with these plays, made with SQL in a database that the program has made."""
 
-    def __init__(self, case):
-        case.mechanism()
-        case.write("e.pos", ET.tostring(obligations(po("T", goal()))))
-        case.run("-m", "m.xml", "-s", "e.pos", "-p", "comp.pog", "--history", "comp.history",
-                 program="kelvarune-play", out=None)
-        self.path, self.entries = case.path("comp.history"), 0
+    def __init__(self, directory):
+        tools = "".join(f'<{role} name="t" path="/bin/true"/>' for role in ("writer", "prover", "reader"))
+        (directory / "m.xml").write_text(f'<mechanism><driver name="d">{tools}</driver></mechanism>')
+        (directory / "comp.pog").write_text("<Proof_Obligations/>")
+        (directory / "comp.pos").write_bytes(ET.tostring(obligations(po("T", goal()))))
+        subprocess.run([BIN / "kelvarune-play", "-m", "m.xml", "-s", "comp.pos", "-p", "comp.pog"],
+                       cwd=directory, check=False, capture_output=True)
+        self.path, self.entries = directory / "comp.history", 0
         self.ask("DELETE FROM verdicts", "DELETE FROM entries", "DELETE FROM run_drivers",
                  "DELETE FROM runs", "DELETE FROM drivers", "DELETE FROM goals")
         for number, (mechanism, driver) in enumerate(DRIVERS, 1):
@@ -53,25 +56,27 @@ class Past:
                 found = database.execute(question).fetchall()
         return found
 
-    def run(self, number, *entries, took="NULL"):
+    def run(self, number, *entries, took=None):
         """Entries are (driver, [(goal, verdict)...], wall of the prover)."""
-        lines = [f"INSERT INTO runs VALUES ({number}, {number}, {took}, 0, 'h', 'p 1', 2, 'c')"]
-        lines += [f"INSERT INTO run_drivers VALUES ({number}, {i}, {i + 1})" for i in range(len(DRIVERS))]
-        for driver, verdicts, wall in entries:
-            self.entries += 1
-            columns = "id, run, driver, started, goals, wall, cpu, prover_wall, time_limit"
-            lines.append(f"INSERT INTO entries ({columns}) VALUES ({self.entries}, {number}, {driver}, "
-                         f"{number}, {len(verdicts)}, {wall + 0.01}, {wall / 2}, {wall}, 2)")
-            for position, (name, verdict) in enumerate(verdicts):
-                lines += [f"INSERT OR IGNORE INTO goals VALUES ({name}, 'T{name // 5}', {name % 5 + 1})",
-                          f"INSERT INTO verdicts VALUES ({self.entries}, {position}, {name}, "
-                          + ("NULL" if verdict is None else f"'{verdict}'") + ")"]
-        self.ask(*lines)
+        with contextlib.closing(sqlite3.connect(self.path)) as database, database:
+            put = lambda table, rows: database.executemany(
+                f"INSERT OR IGNORE INTO {table} VALUES ({', '.join('?' * len(rows[0]))})", rows)
+            put("runs", [(number, number, took, 0, "h", "p 1", 2, "c")])
+            put("run_drivers", [(number, i, i + 1) for i in range(len(DRIVERS))])
+            put("goals", [(name, f"T{name // 5}", name % 5 + 1) for _, verdicts, _ in entries
+                          for name, _ in verdicts])
+            put("entries (id, run, driver, started, goals, wall, cpu, prover_wall, time_limit)",
+                [(self.entries + i, number, driver, number, len(verdicts), wall + 0.01, wall / 2, wall, 2)
+                 for i, (driver, verdicts, wall) in enumerate(entries)])
+            put("verdicts", [(self.entries + i, position, name, verdict)
+                             for i, (_, verdicts, _) in enumerate(entries)
+                             for position, (name, verdict) in enumerate(verdicts)])
+            self.entries += len(entries)
 
 
 @pytest.fixture
 def past(case):
-    return Past(case)
+    return Past(case.root)
 
 
 @pytest.fixture

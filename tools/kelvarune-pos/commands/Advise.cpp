@@ -14,13 +14,13 @@ using history::past_t;
 
 namespace {
 
-constexpr int SHOWN_GOALS = 8;
+constexpr int SHOWN_OF_HANGING = 8;
 
 QString limitText(const step_t &step) {
   return step.timeLimit ? "limit %1 s"_s.arg(*step.timeLimit) : QString();
 }
 
-QString namesOf(const past_t &past, const std::vector<std::size_t> &drivers) {
+QString driverNames(const past_t &past, const std::vector<std::size_t> &drivers) {
   QStringList names;
   for (const std::size_t driver : drivers)
     names << nameOf(past.drivers[driver]);
@@ -30,7 +30,7 @@ QString namesOf(const past_t &past, const std::vector<std::size_t> &drivers) {
 QString hangingText(const past_t &past, const std::vector<std::size_t> &goals) {
   QStringList names;
   for (const std::size_t goal : goals) {
-    if (names.size() == SHOWN_GOALS)
+    if (names.size() == SHOWN_OF_HANGING)
       return names.join(", "_s) + ", ..."_s;
     names << nameOf(past.goals[goal]);
   }
@@ -50,12 +50,12 @@ QString savedText(const advice_t &advice) {
   return "%1 s (%2 %)"_s.arg(textOfSeconds(saved), QString::number(share, 'f', 0));
 }
 
-QString textOf(const past_t &past, const advice_t &advice) {
+QString adviceText(const past_t &past, const advice_t &advice) {
   QString text = "From %1 of the %2 pairs of %3 and %4:\n"_s.arg(
       QString::number(advice.known), QString::number(advice.goals * advice.drivers),
       counted(advice.drivers, "driver"), counted(advice.goals, "goal"));
   text += "As it is: %1 s%2\n  %3\n"_s.arg(
-      textOfSeconds(advice.wall), estimatesText(advice.estimates), namesOf(past, advice.order));
+      textOfSeconds(advice.wall), estimatesText(advice.estimates), driverNames(past, advice.order));
   text += "Advised, with the same results: %1 s%2\n"_s.arg(textOfSeconds(advice.advisedWall),
                                                            estimatesText(advice.advisedEstimates));
   Table table("lrl");
@@ -63,8 +63,8 @@ QString textOf(const past_t &past, const advice_t &advice) {
     table.add({"  "_s + nameOf(past.drivers[step.driver]), textOfSeconds(step.wall) + " s"_s,
                limitText(step)});
   text += table.text();
-  text += "Left out: %1\nSaved: %2\n\n"_s.arg(namesOf(past, advice.leftOut), savedText(advice));
-  text += "Needed by no goal: %1\n"_s.arg(namesOf(past, advice.neededByNone));
+  text += "Left out: %1\nSaved: %2\n\n"_s.arg(driverNames(past, advice.leftOut), savedText(advice));
+  text += "Needed by no goal: %1\n"_s.arg(driverNames(past, advice.neededByNone));
   for (const std::size_t driver : advice.order) {
     const std::vector<std::size_t> &goals = advice.hanging[driver];
     if (!goals.empty())
@@ -121,5 +121,5 @@ int commands::advise(const options_t &options) {
   const advice_t advice = adviceFor(*past);
   if (options.json)
     return finishJson("advise", options.file(), jsonOfAdvice(*past, advice));
-  return finish(textOf(*past, advice).toUtf8());
+  return finish(adviceText(*past, advice).toUtf8());
 }

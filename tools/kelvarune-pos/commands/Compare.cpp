@@ -15,7 +15,7 @@ using history::play_t;
 
 namespace {
 
-QStringList namesOf(const std::set<history::outcome_t> &outcomes) {
+QStringList outcomeNames(const std::set<history::outcome_t> &outcomes) {
   QStringList names;
   for (const history::outcome_t outcome : outcomes)
     names << nameOf(outcome);
@@ -34,7 +34,7 @@ QJsonObject named(const past_t &past, std::size_t driver, std::size_t goal) {
   return object;
 }
 
-QJsonArray jsonOfGoals(const past_t &past, const std::vector<std::size_t> &goals) {
+QJsonArray jsonOfNames(const past_t &past, const std::vector<std::size_t> &goals) {
   QJsonArray array;
   for (const std::size_t goal : goals)
     array.append(jsonOf(past.goals[goal]));
@@ -70,7 +70,7 @@ int commands::flaky(const options_t &options) {
   Table table("llll");
   for (const flaky_t &flaky : flakyOnes(*past)) {
     const bool isUnsteady = flaky.outcomes.size() > 1;
-    const QStringList names = namesOf(flaky.outcomes);
+    const QStringList names = outcomeNames(flaky.outcomes);
     QJsonObject object = named(*past, flaky.driver, flaky.goal);
     object["verdicts"_s] = QJsonArray::fromStringList(names);
     object["prover"_s] = flaky.nearLimit ? QJsonValue(flaky.nearLimit->prover) : QJsonValue();
@@ -108,8 +108,8 @@ int commands::compare(const options_t &options) {
                        {"new"_s, found.wallAfter},
                        {"slower"_s, jsonOfPairs(*past, found.slower)},
                        {"faster"_s, jsonOfPairs(*past, found.faster)},
-                       {"lost"_s, jsonOfGoals(*past, found.lost)},
-                       {"gained"_s, jsonOfGoals(*past, found.gained)}},
+                       {"lost"_s, jsonOfNames(*past, found.lost)},
+                       {"gained"_s, jsonOfNames(*past, found.gained)}},
                       status);
   Table table("lllrlr");
   for (const std::size_t goal : found.lost)

@@ -21,7 +21,7 @@ namespace {
 
 constexpr double MILLISECONDS = 1000;
 
-std::optional<past_t> read(const QString &path, bool isNeeded) {
+std::optional<past_t> readAt(const QString &path, bool isNeeded) {
   try {
     return history::readPast(path);
   } catch (const history::Failure &failure) {
@@ -40,11 +40,11 @@ QString historyOf(const options_t &options, const QString &posPath) {
 }
 
 std::optional<past_t> readHistory(const options_t &options) {
-  return read(historyOf(options, options.file()), true);
+  return readAt(historyOf(options, options.file()), true);
 }
 
 std::optional<past_t> findHistory(const options_t &options, const QString &posPath) {
-  return read(historyOf(options, posPath), !options.history.isEmpty());
+  return readAt(historyOf(options, posPath), !options.history.isEmpty());
 }
 
 std::optional<std::size_t> runNumbered(const past_t &past, int number, const options_t &options) {

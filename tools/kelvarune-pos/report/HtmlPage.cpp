@@ -17,6 +17,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace kelvarune;
@@ -125,8 +126,15 @@ QJsonArray jsonOfRuns(const history::past_t &past) {
   return runs;
 }
 
+bool hasPlayed(const history::past_t &past, const std::vector<goal_t> &goals) {
+  const auto walls = wallByGoal(past);
+  return std::any_of(goals.begin(), goals.end(), [&walls](const goal_t &goal) {
+    return walls.count({goal.place.tag, goal.place.number}) > 0;
+  });
+}
+
 // The plays of each of the page's goals: driver, wall clock, processor, outcome.
-QJsonObject jsonOf(const history::past_t &past, const std::vector<goal_t> &goals) {
+QJsonObject historyJson(const history::past_t &past, const std::vector<goal_t> &goals) {
   QJsonArray drivers;
   for (const history::known_driver_t &driver : past.drivers)
     drivers.append(textOf(driver_name_t{driver.mechanism, driver.driver}));
@@ -166,7 +174,7 @@ QByteArray pageOf(const QJsonObject &data) {
 QByteArray htmlPage(const QString &path, const std::vector<goal_t> &goals, const stats_t &stats,
                     const std::optional<history::past_t> &past) {
   QJsonObject data = dataOf(path, goals, stats);
-  if (past && !past->plays.empty())
-    data["history"_s] = jsonOf(*past, goals);
+  if (past && hasPlayed(*past, goals))
+    data["history"_s] = historyJson(*past, goals);
   return pageOf(data);
 }

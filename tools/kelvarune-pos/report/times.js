@@ -76,7 +76,7 @@ const kelvaruneTimes = (page) => {
       const width = Math.max(280, Math.min(1100, holder.clientWidth || 640));
       holder.replaceChildren(draw(width, width < 500 ? 260 : 340));
     });
-    return element("section", { class: "card part", "aria-labelledby": `${id}-title` },
+    return element("section", { class: "card part", id: `${id}-card`, "aria-labelledby": `${id}-title` },
       element("h2", { id: `${id}-title` }, title), element("p", { class: "note" }, note), holder, ...more);
   }
 
@@ -98,10 +98,11 @@ const kelvaruneTimes = (page) => {
   // Smallest and largest, of any number of values.
   const bounds = (values) => values.reduce(([low, high], value) => [Math.min(low, value), Math.max(high, value)], [Infinity, -Infinity]);
 
-  function linearScale(most, from, to, name = number) {
-    const step = 10 ** Math.floor(Math.log10(Math.max(most, 1e-9)));
+  function linearScale(largest, from, to, name = number) {
+    const most = largest > 0 ? largest : 1;
+    const step = 10 ** Math.floor(Math.log10(most));
     const unit = most / step > 5 ? 2 * step : most / step > 2 ? step : step / 2;
-    const top = Math.ceil(most / unit) * unit || 1;
+    const top = Math.ceil(most / unit) * unit;
     return { at: (value) => from + (value / top) * (to - from), name,
              ticks: Array.from({ length: Math.round(top / unit) + 1 }, (_, i) => i * unit) };
   }
