@@ -12,6 +12,7 @@ import tempfile
 import generate
 from compare import compare
 from fixed import fixed
+from importing import importing
 from measure import WrongResult, file_system, say, write_json
 from observer import observer
 
@@ -37,7 +38,8 @@ def pieces(options, scratch):
     return json.loads(results.read_text())
 
 
-PARTS = {"compare": compare, "fixed": fixed, "pieces": pieces, "observer": observer}
+PARTS = {"compare": compare, "fixed": fixed, "pieces": pieces, "observer": observer,
+         "import": importing}
 
 
 def numbers(text):
@@ -99,6 +101,7 @@ def complete(parser, options):
     options.piece_sizes = [20, 200] if quick else PIECE_SIZES
     options.piece_seconds = 0.01 if quick else 0.5
     options.bulk_goals = 500 if quick else 10000
+    options.import_goals = 2000 if quick else 100000
     options.tools = (options.build / "bin").resolve()
     options.entries = for_sizes(options.entries, DEFAULT_ENTRIES, options, parser)
     options.naive_entries = for_sizes(options.naive_entries, DEFAULT_NAIVE_ENTRIES, options, parser)

@@ -222,11 +222,12 @@ kelvarune runs provers over the proof obligations of one component of a formal
 development and keeps their verdicts in the component's status file. Which
 provers, and how they are called, is described in small XML files.
 
-The package also holds kelvarune-play, which makes first proofs, kelvarune-pos,
-which looks at status files and edits them, kelvarune-mech, which checks and
-writes descriptions of provers, kelvarune-cache, which repeats the answers of
-provers, mechanisms for provers of SMT-LIB and TPTP, and a complete example for
-the SMT solvers z3 and cvc5.")
+The package also holds kelvarune-goals, which proves the goals in SMT-LIB and
+TPTP files and keeps proofs in step with these, kelvarune-play, which makes
+first proofs, kelvarune-pos, which looks at status files and edits them,
+kelvarune-mech, which checks and writes descriptions of provers,
+kelvarune-cache, which repeats the answers of provers, mechanisms for provers of
+SMT-LIB and TPTP, and a complete example for the SMT solvers z3 and cvc5.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkelvarune-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

@@ -3,6 +3,8 @@
 #include "Digest.h"
 
 #define XXH_INLINE_ALL
+#include <utility>
+
 #include <xxhash.h>
 
 namespace kelvarune::goals {
@@ -19,27 +21,28 @@ struct TokenDigest::state_t {
   XXH3_state_t hash; // aligned for it by new
 };
 
-TokenDigest::TokenDigest() : state(std::make_unique<state_t>()) {
-  pending.reserve(1 << 10);
-}
+TokenDigest::TokenDigest() : state(std::make_unique<state_t>()), pending(new char[CAPACITY]) {}
 
 TokenDigest::~TokenDigest() = default;
 
-void TokenDigest::flush() {
+void TokenDigest::update(std::string_view bytes) {
   if (!flushed)
     XXH3_128bits_reset(&state->hash);
   flushed = true;
-  XXH3_128bits_update(&state->hash, pending.data(), pending.size());
-  pending.clear();
+  XXH3_128bits_update(&state->hash, bytes.data(), bytes.size());
+}
+
+void TokenDigest::addSlowly(std::string_view token) {
+  update({pending.get(), std::exchange(used, 0)});
+  update(token);
+  update(" ");
 }
 
 digest_t TokenDigest::take() {
-  if (!flushed) { // the same hash, without the state
-    const digest_t result = digestOf(pending);
-    pending.clear();
-    return result;
-  }
-  flush();
+  const std::string_view rest(pending.get(), std::exchange(used, 0));
+  if (!flushed) // the same hash, without the state
+    return digestOf(rest);
+  update(rest);
   flushed = false;
   return digestOfHash(XXH3_128bits_digest(&state->hash));
 }

@@ -1,7 +1,9 @@
 #ifndef KELVARUNE_GOALS_DIGEST_H
 #define KELVARUNE_GOALS_DIGEST_H
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,10 +39,11 @@ public:
   TokenDigest &operator=(const TokenDigest &) = delete;
 
   void add(std::string_view token) {
-    if (pending.size() + token.size() >= CAPACITY)
-      flush();
-    pending.append(token);
-    pending.push_back(' ');
+    if (token.size() >= CAPACITY - used)
+      return addSlowly(token);
+    std::memcpy(pending.get() + used, token.data(), token.size());
+    used += token.size();
+    pending[used++] = ' ';
   }
 
   /// The digest of the tokens since the last call.
@@ -49,12 +52,14 @@ public:
 private:
   static constexpr std::size_t CAPACITY = 1 << 16;
 
-  void flush();
+  void addSlowly(std::string_view token);
+  void update(std::string_view bytes);
 
   struct state_t;
   std::unique_ptr<state_t> state; // of what was flushed
   bool flushed = false;
-  std::string pending;
+  std::unique_ptr<char[]> pending; // CAPACITY bytes, of which some are used
+  std::size_t used = 0;
 };
 
 } // namespace kelvarune::goals

@@ -65,21 +65,26 @@ bool isNameByte(char byte) {
 std::string encoded(std::string_view text, place_t place) {
   std::string result;
   result.reserve(text.size() + text.size() / 8);
-  while (!text.empty()) {
-    const char byte = text[0];
+  std::size_t plain = 0; // from here on nothing needs another form
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const char byte = text[at];
     const bool isKept = place == place_t::CONTENT && (byte == '\n' || byte == '\t');
-    const std::size_t length = isKept ? 1 : byte == '%' ? 0 : characterIn(text);
+    const std::size_t length = isKept ? 1 : byte == '%' ? 0 : characterIn(text.substr(at));
     const std::string_view entity = place == place_t::MESSAGE ? "" : entityOf(byte);
-    if (!entity.empty()) {
-      result += entity;
-    } else if (length > 0) {
-      result += text.substr(0, length);
-    } else {
-      const auto value = static_cast<unsigned char>(byte);
-      result += {'%', HEX[value >> 4U], HEX[value & 0xfU]};
+    if (length > 0 && entity.empty()) {
+      at += length;
+      continue;
     }
-    text.remove_prefix(length > 0 ? length : 1);
+    result += text.substr(plain, at - plain);
+    const auto value = static_cast<unsigned char>(byte);
+    if (entity.empty())
+      result += {'%', HEX[value >> 4U], HEX[value & 0xfU]};
+    else
+      result += entity;
+    plain = ++at;
   }
+  result += text.substr(plain);
   return result;
 }
 

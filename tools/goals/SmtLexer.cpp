@@ -34,15 +34,17 @@ letter_t letterOf(char c) {
 } // namespace
 
 void SmtTokens::skipBlanks() {
-  while (at < text.size()) {
-    const letter_t letter = letterOf(text[at]);
+  // Positions in locals: they stay in registers, which is felt where whole libraries are read.
+  const char *const end = text.data() + text.size();
+  const char *place = text.data() + at;
+  for (; place < end; ++place) {
+    const letter_t letter = letterOf(*place);
     if (letter == letter_t::COMMENT)
-      at = std::min(text.find_first_of("\r\n", at), text.size());
-    else if (letter == letter_t::BLANK)
-      ++at;
-    else
-      return;
+      place = std::find_if(place, end, [](char c) { return c == '\n' || c == '\r'; }) - 1;
+    else if (letter != letter_t::BLANK)
+      break;
   }
+  at = static_cast<std::size_t>(place - text.data());
 }
 
 std::string_view SmtTokens::next() {
@@ -64,8 +66,11 @@ std::string_view SmtTokens::next() {
     fail(begin, "a control character");
     break;
   default:
-    while (at < text.size() && letterOf(text[at]) == letter_t::ATOM)
-      ++at;
+    const char *const end = text.data() + text.size();
+    const char *place = text.data() + at;
+    while (place < end && letterOf(*place) == letter_t::ATOM)
+      ++place;
+    at = static_cast<std::size_t>(place - text.data());
   }
   return broken ? std::string_view() : text.substr(begin, at - begin);
 }
@@ -153,8 +158,8 @@ bool SmtCommands::next(smt_command_t &command) {
       digest.take();
       return false;
     }
-    const bool opens = token == "(";
-    const bool closes = token == ")";
+    const bool opens = token.front() == '(';
+    const bool closes = token.front() == ')';
     if (opens)
       ++depth;
     else if (closes)

@@ -64,8 +64,10 @@ int readDirectory(const std::string &path, entries_t &entries) {
 }
 
 bool mayBeInTag(char byte) {
-  const auto value = static_cast<unsigned char>(byte);
-  return value >= 0x80 || std::isalnum(value) != 0 || std::strchr("_-+=.,:@/^~", byte) != nullptr;
+  static const std::string KEPT = "_-+=.,:@/^~";
+  const bool isLetter = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
+  return isLetter || (byte >= '0' && byte <= '9') || static_cast<unsigned char>(byte) >= 0x80 ||
+         KEPT.find(byte) != std::string::npos;
 }
 
 } // namespace
