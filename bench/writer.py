@@ -1,10 +1,12 @@
 #!/usr/bin/env python3
 """Compares chains of writer, prover and reader with the same chains whose writer is `cp`, in turns.
 
-    bench/writer.py [--bin DIR] [--goals N] [--chains N] [--rounds N] [--prover COMMAND]
+    bench/writer.py [--bin DIR] [--goals N] [--checks N] [--chains N] [--rounds N]
+                    [--prover COMMAND]
 
   --bin DIR          build tree's programs, made with KELVARUNE_BENCH=ON (default: build/release/bin)
-  --goals N          goals of the component, in scripts of 5 (default 10000)
+  --goals N          goals of the component (default 10000)
+  --checks N         of them in one script (default 5); the writer reads a script up to its goal
   --chains N         chains of one round (default 300)
   --rounds N         rounds (default 9)
   --prover COMMAND   the prover of the last table (default: z3 -in)
@@ -24,17 +26,16 @@ import tempfile
 import time
 
 PROJECT = pathlib.Path(__file__).resolve().parents[1]
-CHECKS = 5  # of a script
 TOOLS = ("kelvarune-smt-writer", "kelvarune-smt-reader", "kelvarune-tptp-writer",
          "kelvarune-szs-reader")
 
 
-def script(number):
+def script(number, checks):
     """A script of a verifier's kind: what all its goals share, and goals of a few lines."""
     shared = "".join(f"(declare-const v{i} Int) ; of module {number}\n"
                      f"(assert (and (<= 0 v{i}) (< v{i} {64 + i})))\n" for i in range(10))
-    goals = "".join(f"(push 1)\n(assert (not (=> (> v{goal} {number % 40}) (<= 1 v{goal}))))\n"
-                    "(check-sat)\n(pop 1)\n" for goal in range(CHECKS))
+    goals = "".join(f"(push 1)\n(assert (not (=> (> v{goal % 10} {number % 40}) (<= {goal} v1))))\n"
+                    "(check-sat)\n(pop 1)\n" for goal in range(checks))
     return f"(set-logic QF_LIA)\n{shared}{goals}"
 
 
@@ -79,6 +80,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("--bin", type=pathlib.Path, default=PROJECT / "build" / "release" / "bin")
     parser.add_argument("--goals", type=int, default=10000)
+    parser.add_argument("--checks", type=int, default=5)
     parser.add_argument("--chains", type=int, default=300)
     parser.add_argument("--rounds", type=int, default=9)
     parser.add_argument("--prover", default="z3 -in")
@@ -89,19 +91,19 @@ def main():
         directory = pathlib.Path(scratch)
         (directory / "src").mkdir()
         (directory / "written").mkdir()
-        for number in range(options.goals // CHECKS):
-            (directory / f"src/{number:06}.smt2").write_text(script(number))
+        for number in range(options.goals // options.checks):
+            (directory / f"src/{number:06}.smt2").write_text(script(number, options.checks))
         subprocess.run([options.bin / "kelvarune-goals", "import", "-o", "c", "src"], cwd=directory,
                        check=True, stdout=subprocess.DEVNULL)
-        chosen = [divmod(goal, CHECKS) for goal in
+        chosen = [divmod(goal, options.checks) for goal in
                   random.Random(1).sample(range(options.goals), options.chains)]
         for obligation, goal in chosen:
             out = directory / f"written/{obligation}.{goal}"
             subprocess.run([options.bin / "kelvarune-smt-writer", "-a", str(obligation), str(goal),
                             "-i", "c.pog", "-o", out], cwd=directory, check=True)
-            if f"(> v{goal} {obligation % 40})" not in out.read_text():
+            if f"(> v{goal % 10} {obligation % 40}) (<= {goal} v1)" not in out.read_text():
                 sys.exit(f"not goal {obligation} {goal}: {out.read_text()}")
-        print(f"{options.goals} goals, {options.chains} chains in each of {options.rounds} rounds")
+        print(f"{options.goals} goals, {options.checks} in a script, {options.chains} chains in each of {options.rounds} rounds")
         print("prover           writer ms   cp ms   ratio  lowest highest")
         compare(directory, options, chosen, f"{options.bin}/bench-prover")
         compare(directory, options, chosen, options.prover)

@@ -59,6 +59,7 @@ digest_t following(const digest_t &sequence, const digest_t &element) {
 std::string hexOf(const digest_t &digest) {
   static constexpr char DIGITS[] = "0123456789abcdef";
   std::string result;
+  result.reserve(32);
   for (const std::uint64_t half : {digest.high, digest.low}) {
     for (int shift = 60; shift >= 0; shift -= 4)
       result.push_back(DIGITS[half >> shift & 0xf]);

@@ -3,6 +3,7 @@
 #include "SmtLexer.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kelvarune::goals {
 
@@ -74,6 +75,35 @@ std::string_view SmtTokens::next() {
   return broken ? std::string_view() : text.substr(begin, at - begin);
 }
 
+std::string_view SmtTokens::skipToEnd(std::size_t depth) {
+  while (at < text.size() && !broken) {
+    const std::size_t begin = at;
+    switch (letterOf(text[at])) {
+    case letter_t::PARENTHESIS:
+      depth += text[at] == '(' ? 1 : -1;
+      ++at;
+      if (depth == 0)
+        return text.substr(begin, 1);
+      break;
+    case letter_t::STRING:
+      at = endOfString(begin);
+      break;
+    case letter_t::BAR:
+      at = endOfQuotedSymbol(begin);
+      break;
+    case letter_t::COMMENT:
+      skipBlanks();
+      break;
+    case letter_t::BAD:
+      fail(begin, "a control character");
+      break;
+    default:
+      ++at;
+    }
+  }
+  return {};
+}
+
 // Two double quotes in a row stand for one inside.
 std::size_t SmtTokens::endOfString(std::size_t quote) {
   std::size_t close = text.find('"', quote + 1);
@@ -95,7 +125,8 @@ std::size_t SmtTokens::endOfQuotedSymbol(std::size_t bar) {
   return broken ? text.size() : close + 1;
 }
 
-SmtCommands::SmtCommands(std::string_view script) : tokens(script) {
+SmtCommands::SmtCommands(std::string_view script, bool digesting)
+    : digesting(digesting), tokens(script) {
   static constexpr std::string_view BYTE_ORDER_MARK = "\xef\xbb\xbf";
   const std::size_t zero = script.find('\0'); // what follows it, many programs never see
   if (zero != std::string_view::npos)
@@ -116,9 +147,11 @@ bool SmtCommands::next(smt_command_t &command) {
   }
   command = {};
   std::size_t depth = 1;
-  digest.add(first);
+  if (digesting)
+    digest.add(first);
   for (std::size_t i = 1; depth > 0; ++i) {
-    token = tokens.next();
+    const bool skips = !digesting && i > 3;
+    token = skips ? tokens.skipToEnd(std::exchange(depth, 1)) : tokens.next();
     if (token.empty()) {
       if (!fault())
         tokens.fail(tokens.offsetOf(first), "a command without an end");
@@ -133,15 +166,23 @@ bool SmtCommands::next(smt_command_t &command) {
       --depth;
     else if (i <= 3 && depth == 1)
       (i == 1 ? command.name : command.atoms[i - 2]) = token;
-    digest.add(token);
+    if (digesting)
+      digest.add(token);
   }
   const auto length = static_cast<std::size_t>(token.data() + token.size() - first.data());
   command.text = {first.data(), length};
-  command.digest = digest.take();
+  if (digesting)
+    command.digest = digest.take();
   if (!command.name.empty() && letterOf(command.name.front()) == letter_t::ATOM)
     return true;
   tokens.fail(tokens.offsetOf(first), "a command without a name");
   return false;
+}
+
+smt_command_t smtCommandOf(std::string_view text) {
+  smt_command_t command;
+  SmtCommands(text).next(command);
+  return command;
 }
 
 std::vector<std::string_view> smtListOf(const smt_command_t &command) {

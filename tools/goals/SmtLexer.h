@@ -24,6 +24,10 @@ public:
   /// Goes on so many bytes later.
   void skip(std::size_t count) { at += count; }
 
+  /// Goes on behind the parenthesis that closes this many open ones, and returns it; an empty one
+  /// at the end of the text or at a fault. Several times as fast as token by token.
+  std::string_view skipToEnd(std::size_t depth);
+
   /// What has ended the tokens before their end.
   const std::optional<fault_t> &fault() const { return broken; }
   void fail(std::size_t offset, const char *what) { broken = faultAt(text, offset, what); }
@@ -43,7 +47,7 @@ private:
 };
 
 /// A command as it is written, its name, the first two atoms behind it (empty where something else
-/// stands), and the digest of its tokens.
+/// stands), and the digest of its tokens, where digests were asked for.
 struct smt_command_t {
   std::string_view text;
   std::string_view name;
@@ -54,7 +58,7 @@ struct smt_command_t {
 /// The commands of a script, one after the other, in the memory of one.
 class SmtCommands {
 public:
-  explicit SmtCommands(std::string_view script);
+  explicit SmtCommands(std::string_view script, bool digesting = true);
 
   /// Whether there was another command; not at the script's end, nor at a fault.
   bool next(smt_command_t &command);
@@ -66,9 +70,13 @@ public:
   }
 
 private:
+  bool digesting;
   SmtTokens tokens;
   TokenDigest digest;
 };
+
+/// The first command of a text, which has one.
+smt_command_t smtCommandOf(std::string_view text);
 
 /// What stands between the parentheses of the first list behind a command's name, form by form:
 /// the literals of a check-sat-assuming.

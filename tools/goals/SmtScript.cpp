@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <unordered_map>
+#include <utility>
 
 namespace kelvarune::goals {
 
@@ -30,7 +32,7 @@ enum class kind_t {
 };
 
 kind_t kindOf(std::string_view name) {
-  static const std::unordered_map<std::string_view, kind_t> KINDS = {
+  static constexpr std::pair<std::string_view, kind_t> KINDS[] = {
       {"assert", kind_t::ASSERTED},
       {"check-sat", kind_t::CHECK},
       {"check-sat-using", kind_t::CHECK}, // z3's; which tactic it takes is the mechanism's business
@@ -52,15 +54,16 @@ kind_t kindOf(std::string_view name) {
       {"labels", kind_t::QUERY},
       {"simplify", kind_t::QUERY},
   };
+  const auto *const found = std::find_if(std::begin(KINDS), std::end(KINDS),
+                                         [name](const auto &kind) { return kind.first == name; });
+  if (found != std::end(KINDS))
+    return found->second;
   const auto startsWith = [name](std::string_view text) {
     return name.substr(0, text.size()) == text;
   };
   if (startsWith("declare-") || startsWith("define-"))
     return kind_t::DECLARED;
-  if (startsWith("get-"))
-    return kind_t::QUERY;
-  const auto found = KINDS.find(name);
-  return found == KINDS.end() ? kind_t::ASSERTED : found->second;
+  return startsWith("get-") ? kind_t::QUERY : kind_t::ASSERTED;
 }
 
 // Whose values are nobody's business but the prover's user's: where it prints what, and when it
@@ -79,8 +82,8 @@ bool isLeftOut(std::string_view option) {
   return std::find(std::begin(NAMES), std::end(NAMES), option) != std::end(NAMES);
 }
 
-// Commands in the order in which they came. Their digest is always known; they themselves are kept
-// only for whoever wants to write them.
+// Commands in the order in which they came: their digest, or they themselves for whoever wants to
+// write them. Then the digest is made when it is needed, of what is left by then.
 class Sequence {
 public:
   struct mark_t {
@@ -89,18 +92,31 @@ public:
   };
 
   void add(const smt_command_t &command, bool kept) {
-    digest = following(digest, command.digest);
+    ++size;
     if (kept)
       commands.push_back(command.text);
+    else
+      running = following(running, command.digest);
   }
-  mark_t end() const { return {digest, commands.size()}; }
+  mark_t end() const { return {running, size}; }
   void cut(const mark_t &mark) {
-    digest = mark.digest;
-    commands.resize(mark.size);
+    running = mark.digest;
+    size = mark.size;
+    commands.resize(std::min(size, commands.size()));
+  }
+  bool isEmpty() const { return size == 0; }
+  digest_t digest() const {
+    digest_t result = running;
+    for (const std::string_view command : commands)
+      result = following(result, smtCommandOf(command).digest);
+    return result;
   }
 
-  digest_t digest;
   std::vector<std::string_view> commands;
+
+private:
+  digest_t running;
+  std::size_t size = 0;
 };
 
 constexpr std::size_t MOST_LEVELS = 1U << 31; // of a single push
@@ -205,8 +221,7 @@ const char *State::set(const smt_command_t &command) {
   if (isLeftOut(name))
     return nullptr;
   if (name == ":global-declarations") {
-    const bool isEmpty = stack.digest == digest_t() && globals.digest == digest_t();
-    if (!isEmpty || depth > 0)
+    if (!stack.isEmpty() || !globals.isEmpty() || depth > 0)
       return "too late for this option";
     global = command.atoms[1] == "true";
   }
@@ -226,11 +241,14 @@ void State::resetAssertions() {
 
 smt_goal_t State::goal(const smt_command_t &check) const {
   const bool assumes = kindOf(check.name) == kind_t::ASSUMING;
+  const auto digestOfCommand = [this](const smt_command_t &command) {
+    return keeping ? smtCommandOf(command.text).digest : command.digest;
+  };
   digest_t digest;
   for (const smt_command_t &option : options)
-    digest = following(digest, option.digest);
-  for (const digest_t &part : {logic ? logic->digest : digest_t(), globals.digest, stack.digest,
-                               assumes ? check.digest : digest_t()})
+    digest = following(digest, digestOfCommand(option));
+  for (const digest_t &part : {logic ? digestOfCommand(*logic) : digest_t(), globals.digest(),
+                               stack.digest(), assumes ? digestOfCommand(check) : digest_t()})
     digest = following(digest, part);
 
   smt_goal_t result;
@@ -251,7 +269,7 @@ smt_goal_t State::goal(const smt_command_t &check) const {
 // Calls visit(state, command) for each check, until it returns false.
 template <typename Visit>
 std::optional<fault_t> followScript(std::string_view script, bool keeping, const Visit &visit) {
-  SmtCommands commands(script);
+  SmtCommands commands(script, !keeping);
   State state(keeping);
   for (smt_command_t command; commands.next(command);) {
     const kind_t kind = kindOf(command.name);

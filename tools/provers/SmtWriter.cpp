@@ -64,12 +64,6 @@ struct written_t {
   std::string commands;
 };
 
-goals::smt_command_t commandOf(std::string_view text) {
-  goals::smt_command_t command;
-  goals::SmtCommands(text).next(command);
-  return command;
-}
-
 bool holds(const std::vector<std::string> &words, std::string_view word) {
   return std::find(words.begin(), words.end(), word) != words.end();
 }
@@ -99,7 +93,7 @@ std::string setupOf(const goals::smt_goal_t &goal, const std::string &logic,
                     const settings_t &settings) {
   std::string text;
   for (const std::string_view option : goal.options) {
-    if (settings.scriptOptions && !isForQueries(commandOf(option).atoms[0]))
+    if (settings.scriptOptions && !isForQueries(goals::smtCommandOf(option).atoms[0]))
       add(text, option);
   }
   for (const std::string &option : settings.options)
@@ -113,7 +107,7 @@ std::string setupOf(const goals::smt_goal_t &goal, const std::string &logic,
 
 // A constant as the function without arguments that it is.
 std::string asFunction(std::string_view declaration) {
-  const goals::smt_command_t command = commandOf(declaration);
+  const goals::smt_command_t command = goals::smtCommandOf(declaration);
   const std::string_view name = command.atoms[0];
   if (command.name != "declare-const" || name.empty())
     return std::string(declaration);
@@ -152,7 +146,7 @@ std::string reasonToSkip(const goals::smt_goal_t &goal, const std::string &logic
 written_t written(const goals::smt_goal_t &goal, const settings_t &settings) {
   std::string logic = settings.logic;
   if (logic.empty())
-    logic = goal.logic.empty() ? settings.defaultLogic : commandOf(goal.logic).atoms[0];
+    logic = goal.logic.empty() ? settings.defaultLogic : goals::smtCommandOf(goal.logic).atoms[0];
   const std::string reason = reasonToSkip(goal, logic, settings);
   if (!reason.empty())
     return {reason, {}, {}};
