@@ -2,7 +2,6 @@
 
 #include "Paths.h"
 #include "Texts.h"
-#include "goals/Source.h"
 #include "output/Output.h"
 #include "text/Literals.h"
 
@@ -20,12 +19,6 @@ goals::pog_header_t headerOf(const recipe_t &recipe) {
   header.embed = recipe.embed;
   header.skipBroken = recipe.skipBroken;
   return header;
-}
-
-/// Reads a file that may be just being written.
-std::variant<std::string, goals::source_error_t> readTwice(const std::string &path) {
-  auto text = goals::readSource(path);
-  return text.index() == 0 ? std::move(text) : goals::readSource(path);
 }
 
 } // namespace
@@ -52,13 +45,19 @@ Maker::Maker(const recipe_t &recipe, int fd)
       writer(fd, headerOf(recipe)) {}
 
 bool Maker::make() {
-  Search search([this](const found_file_t &file) { take(file); },
-                [this](const std::string &path, const std::string &fault) {
-                  refuse(path, QString::fromStdString(fault));
-                });
-  for (const std::string &source : recipe.sources) {
-    if (!recipe.mayBeGone || !paths::realPath(source).empty())
-      search.search(source, recipe.base);
+  ReadAhead files([this](Search &search) {
+    for (const std::string &source : recipe.sources) {
+      if (!recipe.mayBeGone || !paths::realPath(source).empty())
+        search.search(source, recipe.base);
+    }
+  });
+  for (auto items = files.take(); !items.empty(); items = files.take()) {
+    for (ReadAhead::item_t &item : items) {
+      if (item.fault)
+        refuse(item.file.path, QString::fromStdString(*item.fault));
+      else
+        take(item.file, item.text ? *std::move(item.text) : readTwice(item.file.path));
+    }
   }
   return writer.finish();
 }
@@ -67,8 +66,7 @@ void Maker::refuse(const std::string &path, const QString &what) {
   faultLines << QString::fromStdString(path) + ": "_s + what;
 }
 
-void Maker::take(const found_file_t &file) {
-  const auto read = readTwice(file.path);
+void Maker::take(const found_file_t &file, const file_text_t &read) {
   if (const auto *error = std::get_if<goals::source_error_t>(&read))
     return refuse(file.path, "cannot be read: "_s + QString::fromStdString(error->text));
   const auto mark = writer.mark();

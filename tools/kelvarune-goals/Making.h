@@ -1,7 +1,7 @@
 #ifndef KELVARUNE_TOOLS_GOALS_MAKING_H
 #define KELVARUNE_TOOLS_GOALS_MAKING_H
 
-#include "Sources.h"
+#include "ReadAhead.h"
 #include "goals/PogFile.h"
 
 #include <QStringList>
@@ -25,8 +25,8 @@ struct recipe_t {
 /// What a header says, as seen from the POG's directory.
 recipe_t recipeOf(const kelvarune::goals::pog_header_t &header, const std::string &directory);
 
-/// Reads files with goals, one after the other, and writes their POG. No more than one file is in
-/// memory at a time.
+/// Reads files with goals, one after the other, and writes their POG. No more than one large
+/// file is in memory at a time.
 class Maker {
 public:
   /// Writes to the descriptor, at the start of an empty file.
@@ -42,7 +42,7 @@ public:
   std::size_t filesWithoutGoals() const { return emptyFiles; }
 
 private:
-  void take(const found_file_t &file);
+  void take(const found_file_t &file, const file_text_t &read);
   bool takeGoals(const found_file_t &file, const std::string &text);
   void beginObligation(const found_file_t &file);
   void refuse(const std::string &path, const QString &what);

@@ -2,13 +2,13 @@
 
 #include "Recording.h"
 
+#include "Limits.h"
 #include "shell/Quoting.h"
 #include "text/Literals.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QFile>
-#include <QRegularExpression>
 #include <QSysInfo>
 
 #include <algorithm>
@@ -57,15 +57,6 @@ QString lastLines(const process::Excerpt &text) {
   return end.mid(end.indexOf(QLatin1Char('\n')) + 1); // all of it when it is one line
 }
 
-/// The limit that kelvarune-limit says it has enforced, on a line of its own, or nothing. Another
-/// wrapper may stand before it.
-QString enforcedLimit(const tool_record_t &tool) {
-  static const QRegularExpression said("^kelvarune-limit: .*(time|memory) limit of .* reached"_s,
-                                       QRegularExpression::MultilineOption);
-  const auto found = said.match(lastLines(tool.standardError));
-  return tool.number != 0 && found.hasMatch() ? found.captured(1) + " limit"_s : QString();
-}
-
 QString endOf(const tool_record_t &tool) {
   switch (tool.end) {
   case end_t::NOT_RUN:
@@ -79,8 +70,9 @@ QString endOf(const tool_record_t &tool) {
   case end_t::EXITED:
     break;
   }
-  const QString limit = enforcedLimit(tool);
-  return !limit.isEmpty() ? limit : (tool.number == 0 ? "normal"_s : "status"_s);
+  if (const QString limit = reachedLimit(tool); !limit.isEmpty())
+    return limit.contains("memory limit"_s) ? "memory limit"_s : "time limit"_s;
+  return tool.number == 0 ? "normal"_s : "status"_s;
 }
 
 history::tool_t toolOf(const tool_record_t &tool) {
