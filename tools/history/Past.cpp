@@ -80,16 +80,16 @@ past_t history::readPast(const QString &path) {
       past.runs[run->second].drivers.push_back(drivers.at(order.integer(1)));
   }
   Statement rows = database.prepare(
-      "SELECT run, driver, goal, verdict, wall, cpu, goals, prover_wall, time_limit "
+      "SELECT run, driver, goal, verdict, wall, cpu, goals, prover_wall, time_limit, entry "
       "FROM entries JOIN verdicts ON entry = id ORDER BY entry, position");
   while (rows.step()) {
     const auto run = runs.find(rows.integer(0));
     if (run == runs.end()) // of a run that somebody has dropped while it was at work
       continue;
     const int count = static_cast<int>(rows.integer(6));
-    past.plays.push_back({run->second, drivers.at(rows.integer(1)), goals.at(rows.integer(2)),
-                          outcomeOf(rows.text(3)), rows.real(4) / count, rows.real(5) / count,
-                          count, rows.real(7), rows.optionalReal(8)});
+    past.plays.push_back({rows.integer(9), run->second, drivers.at(rows.integer(1)),
+                          goals.at(rows.integer(2)), outcomeOf(rows.text(3)), rows.real(4) / count,
+                          rows.real(5) / count, count, rows.real(7), rows.optionalReal(8)});
   }
   return past;
 }

@@ -35,6 +35,7 @@ enum class outcome_t { NOT_COUNTED, UNKNOWN, PROVED, DISPROVED };
 /// What one driver made of one goal in one run. An entry of several goals counts for each of them
 /// with an equal share of its time.
 struct play_t {
+  std::int64_t entry = 0; ///< its number
   std::size_t run = 0;
   std::size_t driver = 0;
   std::size_t goal = 0;

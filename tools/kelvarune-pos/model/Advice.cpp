@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <set>
 #include <tuple>
 
 using namespace history;
@@ -38,19 +39,20 @@ struct cell_t {
   bool isKnown = false;
   bool proves = false;
   bool disproves = false;
-  double around = 0; // time of writer and reader
-  double prover = 0;
-  double goals = 1; // that share it
+  std::int64_t entry = 0; // 0 where it is estimated
+  double around = 0; // time of the entry's writer and reader, which is the same for fewer goals
+  double prover = 0; // of the entry
+  double goals = 1;  // that share it
 };
 
 /// What becomes of a cell under a time limit.
 struct effect_t {
-  double wall;
+  double wall; // the goal's share of the prover's time
   bool settles;
 };
 
 effect_t effectOf(const cell_t &cell, double limit) {
-  const double wall = cell.around + std::min(cell.prover, limit) / cell.goals;
+  const double wall = std::min(cell.prover, limit) / cell.goals;
   return {wall, (cell.proves || cell.disproves) && cell.prover * MARGIN <= limit};
 }
 
@@ -82,7 +84,8 @@ public:
       cells[row->second][play->driver] = {true,
                                           play->outcome == outcome_t::PROVED,
                                           play->outcome == outcome_t::DISPROVED,
-                                          std::max(0.0, play->wall - play->prover / goalsOfEntry),
+                                          play->entry,
+                                          std::max(0.0, play->wall * goalsOfEntry - play->prover),
                                           play->prover,
                                           goalsOfEntry};
     }
@@ -161,7 +164,7 @@ private:
         for (int i = 0; i < 2 && cell.isKnown; ++i) {
           if (i == 1 && (cell.proves || cell.disproves))
             continue;
-          sum[i].around += cell.around;
+          sum[i].around += cell.around / cell.goals;
           sum[i].prover += cell.prover / cell.goals;
           ++number[i];
         }
@@ -169,47 +172,82 @@ private:
       const int i = number[1] > 0 ? 1 : 0;
       for (auto &row : cells) {
         if (!row[driver].isKnown && number[i] > 0)
-          row[driver] = {false, false, false, sum[i].around / number[i], sum[i].prover / number[i],
-                         1};
+          row[driver] = {
+              false, false, false, 0, sum[i].around / number[i], sum[i].prover / number[i], 1};
       }
     }
   }
+};
+
+/// The entries that a driver starts: those that have begun cost no more for another goal.
+class Begun {
+public:
+  double wallOf(const cell_t &cell) {
+    return cell.entry == 0 || entries.insert(cell.entry).second ? cell.around : 0;
+  }
+
+private:
+  std::set<std::int64_t> entries;
 };
 
 /// Goals on which the same drivers have the same effect, as far as they settle them.
 struct class_t {
   Game::sets_t sets;
   int result = 0;            // that must come out
-  std::vector<double> walls; // by driver, of all its goals
+  std::vector<double> walls; // by driver, of the prover for all its goals
 };
 
-std::vector<class_t> classesOf(const Game &game, const std::vector<int> &results) {
-  std::map<std::tuple<set_t, set_t, int>, class_t> classes;
+struct board_t {
+  std::vector<class_t> classes;
+  /// By driver: what entries take besides, by the classes of their goals.
+  std::vector<std::map<std::set<std::size_t>, double>> around;
+};
+
+board_t boardOf(const Game &game, const std::vector<int> &results) {
+  board_t board;
+  board.around.resize(game.count);
+  std::map<std::tuple<set_t, set_t, int>, std::size_t> indexes;
+  std::map<std::pair<std::size_t, std::int64_t>, std::set<std::size_t>> entries;
+  std::map<std::pair<std::size_t, std::int64_t>, double> around;
   for (std::size_t goal = 0; goal < game.goals.size(); ++goal) {
     const Game::sets_t sets = game.setsOf(goal);
-    class_t &found = classes[{sets.proofs, sets.disproofs, results[goal]}];
-    found.sets = sets;
-    found.result = results[goal];
-    found.walls.resize(game.count, 0);
-    for (std::size_t driver = 0; driver < game.count; ++driver)
-      found.walls[driver] += effectOf(game.cells[goal][driver], game.limits[driver]).wall;
+    const auto [found, isNew] =
+        indexes.insert({{sets.proofs, sets.disproofs, results[goal]}, board.classes.size()});
+    if (isNew)
+      board.classes.push_back({sets, results[goal], std::vector<double>(game.count, 0)});
+    const std::size_t index = found->second;
+    for (std::size_t driver = 0; driver < game.count; ++driver) {
+      const cell_t &cell = game.cells[goal][driver];
+      board.classes[index].walls[driver] += effectOf(cell, game.limits[driver]).wall;
+      if (cell.entry == 0) {
+        board.around[driver][{index}] += cell.around;
+        continue;
+      }
+      entries[{driver, cell.entry}].insert(index);
+      around[{driver, cell.entry}] = cell.around;
+    }
   }
-  std::vector<class_t> list;
-  for (auto &[key, each] : classes)
-    list.push_back(std::move(each));
-  return list;
+  for (const auto &[key, classes] : entries)
+    board.around[key.first][classes] += around[key];
+  return board;
 }
 
-double wallOfNext(const Game &game, const std::vector<class_t> &classes, std::size_t driver,
-                  set_t before) {
+double wallOfNext(const Game &game, const board_t &board, std::size_t driver, set_t before) {
   double wall = 0;
-  for (const class_t &each : classes)
-    wall += game.isPlayed(each.sets, driver, before) ? each.walls[driver] : 0;
+  std::vector<bool> isPlayed;
+  for (const class_t &each : board.classes) {
+    isPlayed.push_back(game.isPlayed(each.sets, driver, before));
+    wall += isPlayed.back() ? each.walls[driver] : 0;
+  }
+  for (const auto &[classes, around] : board.around[driver]) {
+    if (std::any_of(classes.begin(), classes.end(), [&](std::size_t i) { return isPlayed[i]; }))
+      wall += around;
+  }
   return wall;
 }
 
-bool hasAllResults(const Game &game, const std::vector<class_t> &classes, set_t played) {
-  return std::all_of(classes.begin(), classes.end(), [&](const class_t &each) {
+bool hasAllResults(const Game &game, const board_t &board, set_t played) {
+  return std::all_of(board.classes.begin(), board.classes.end(), [&](const class_t &each) {
     return game.resultOf(each.sets, played) >= each.result;
   });
 }
@@ -217,7 +255,7 @@ bool hasAllResults(const Game &game, const std::vector<class_t> &classes, set_t 
 using order_t = std::vector<std::size_t>;
 
 /// The best order of drivers that gives all results; of two as good the one with more drivers.
-order_t bestOrder(const Game &game, const std::vector<class_t> &classes) {
+order_t bestOrder(const Game &game, const board_t &board) {
   // By what was played and the driver that came last.
   struct state_t {
     double wall = NO_LIMIT;
@@ -232,11 +270,11 @@ order_t bestOrder(const Game &game, const std::vector<class_t> &classes) {
   double least = NO_LIMIT;
   int drivers = -1;
   for (set_t played = 0; played < states.size(); ++played) {
-    const bool isWhole = hasAllResults(game, classes, played);
+    const bool isWhole = hasAllResults(game, board, played);
     const int size = __builtin_popcountll(played);
     std::vector<double> walls;
     for (std::size_t next = 0; next < count; ++next)
-      walls.push_back(wallOfNext(game, classes, next, played));
+      walls.push_back(wallOfNext(game, board, next, played));
     for (std::size_t last = 0; last <= count; ++last) {
       const double wall = states[played][last].wall;
       if (wall == NO_LIMIT)
@@ -291,10 +329,12 @@ order_t greedyOrder(const Game &game, const std::vector<int> &results) {
           continue;
         double wall = NOTHING_S;
         int settled = 0;
+        Begun begun;
         for (std::size_t goal = 0; goal < sets.size(); ++goal) {
           if (!game.isPlayed(sets[goal], driver, played))
             continue;
-          wall += effectOf(game.cells[goal][driver], game.limits[driver]).wall;
+          wall += effectOf(game.cells[goal][driver], game.limits[driver]).wall +
+                  begun.wallOf(game.cells[goal][driver]);
           settled += isOpen(goal) && game.resultOf(sets[goal], played | bit(driver)) >
                                          game.resultOf(sets[goal], played)
                          ? 1
@@ -328,6 +368,7 @@ sum_t play(const Game &game, const order_t &order, const std::vector<int> &resul
   sum.walls.resize(order.size(), 0);
   sum.settled.resize(order.size());
   sum.longest.resize(order.size(), 0);
+  std::vector<Begun> begun(order.size());
   for (std::size_t goal = 0; goal < game.goals.size(); ++goal) {
     const Game::sets_t sets = game.setsOf(goal);
     set_t played = 0;
@@ -336,7 +377,7 @@ sum_t play(const Game &game, const order_t &order, const std::vector<int> &resul
       const cell_t &cell = game.cells[goal][driver];
       if (game.isPlayed(sets, driver, played)) {
         const effect_t effect = effectOf(cell, game.limits[driver]);
-        sum.walls[place] += effect.wall;
+        sum.walls[place] += effect.wall + begun[place].wallOf(cell);
         sum.estimates += cell.isKnown ? 0 : 1;
         sum.longest[place] = std::max(sum.longest[place], cell.prover);
         if (effect.settles)
@@ -399,7 +440,7 @@ void findOrder(Game &game, const std::vector<int> &results, advice_t &advice) {
   order_t order = best;
   for (int round = 0; round < MOST_ROUNDS; ++round) {
     const order_t found = game.count <= MOST_FOR_ALL_ORDERS
-                              ? bestOrder(game, classesOf(game, results))
+                              ? bestOrder(game, boardOf(game, results))
                               : greedyOrder(game, results);
     if (play(game, found, results).isWhole)
       order = found;
