@@ -10,11 +10,12 @@ import sys
 import tempfile
 
 import generate
+from advice import advice
 from compare import compare
 from fixed import fixed
 from importing import importing
 from measure import WrongResult, file_system, say, write_json
-from observer import observer
+from observer import history, observer
 
 DEFAULT_SIZES = [100, 1000, 10000, 50000]
 DEFAULT_ENTRIES = {100: 100, 1000: 1000, 10000: 1000, 50000: 400}
@@ -39,7 +40,7 @@ def pieces(options, scratch):
 
 
 PARTS = {"compare": compare, "fixed": fixed, "pieces": pieces, "observer": observer,
-         "import": importing}
+         "history": history, "advice": advice, "import": importing}
 
 
 def numbers(text):

@@ -227,8 +227,9 @@ The package also holds kelvarune-goals, which proves the goals in SMT-LIB and
 TPTP files and keeps proofs in step with these, kelvarune-play, which makes
 first proofs, kelvarune-pos, which looks at status files and edits them,
 kelvarune-mech, which checks and writes descriptions of provers,
-kelvarune-cache, which repeats the answers of provers, mechanisms for provers of
-SMT-LIB and TPTP, and a complete example for the SMT solvers z3 and cvc5.")
+kelvarune-cache, which repeats the answers of provers, kelvarune-limit, which
+holds provers to limits of time and memory, mechanisms for provers of SMT-LIB
+and TPTP, and a complete example for the SMT solvers z3 and cvc5.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkelvarune-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

@@ -108,6 +108,8 @@ struct play_choice_t {
   /// Drivers whose verdict on an open goal is "Unknown" play it again. Nothing is reset before
   /// they say something else. Not in a replay.
   bool retry = false;
+  /// Put before each prover: a program and its first arguments, then come the prover and its own.
+  QStringList proverWrapper;
   /// Secondary files stay.
   bool keepSecondaryFiles = false;
   /// Failures of tools are not reported on standard error one by one; the records and errorMessages

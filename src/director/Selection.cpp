@@ -25,6 +25,14 @@ struct bundle_t {
   QString fileName;
 };
 
+void wrapProver(prover_data_t &entry, QStringList wrapper) {
+  if (wrapper.isEmpty())
+    return;
+  entry.argsp =
+      wrapper.mid(1) + QStringList(QString::fromStdString(entry.cmdp.native())) + entry.argsp;
+  entry.cmdp = wrapper.first().toStdString();
+}
+
 void addGoal(QStringList &arguments, unsigned long obligation, unsigned long goal) {
   arguments << "-a"_s << QString::number(obligation) << QString::number(goal);
 }
@@ -141,6 +149,7 @@ void ProofDirector::produceProverData() {
     entry.cmdp = currentDriver.prover.path;
     for (const mechanism::param_t &param : std::as_const(currentDriver.prover.parameters))
       append_param(param, entry.argsp, writer.po2filename);
+    wrapProver(entry, parts->choice.proverWrapper);
     entry.cmdr = currentDriver.reader.path;
     for (const mechanism::param_t &param : std::as_const(currentDriver.reader.parameters))
       append_param(param, entry.argsr, writer.po2filename);

@@ -4,11 +4,9 @@
 
 #include "process/Sessions.h"
 
+#include "process/ProcessTable.h"
+
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <map>
 #include <set>
@@ -47,37 +45,6 @@ slot_t *table() {
   return slots;
 }
 
-struct process_t {
-  pid_t pid;
-  pid_t parent;
-  pid_t session;
-  std::int64_t startTicks;
-};
-
-// Reads "pid (name) state ppid pgrp session ..." up to the start time, the 22nd field; the name may
-// hold anything, also parentheses.
-bool readProcess(pid_t pid, process_t &process) {
-  const std::string path = "/proc/" + std::to_string(pid) + "/stat";
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0)
-    return false;
-  char text[512];
-  const ssize_t length = ::read(fd, text, sizeof text - 1);
-  ::close(fd);
-  if (length <= 0)
-    return false;
-  text[length] = '\0';
-  const char *afterName = std::strrchr(text, ')');
-  char state = 0;
-  process.pid = pid;
-  const char *format =
-      " %c %d %*d %d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %*d %*d %" SCNd64;
-  return afterName &&
-         std::sscanf(afterName + 1, format, &state, &process.parent, &process.session,
-                     &process.startTicks) == 4 &&
-         state != 'Z' && state != 'X';
-}
-
 std::int64_t nowTicks() {
   timespec now = {};
   ::clock_gettime(CLOCK_BOOTTIME, &now);
@@ -85,17 +52,11 @@ std::int64_t nowTicks() {
   return now.tv_sec * perSecond + now.tv_nsec * perSecond / 1000000000;
 }
 
-void forEachProcess(const std::function<void(const process_t &)> &visit) {
-  DIR *directory = ::opendir("/proc");
-  if (!directory)
-    return;
-  while (const dirent *entry = ::readdir(directory)) {
-    const pid_t pid = std::atoi(entry->d_name);
-    process_t process;
-    if (pid > 0 && readProcess(pid, process))
+void forEachLiving(const std::function<void(const process_t &)> &visit) {
+  forEachProcess([&](const process_t &process) {
+    if (process.state != 'Z' && process.state != 'X')
       visit(process);
-  }
-  ::closedir(directory);
+  });
 }
 
 // The living processes of sessions that ended at these times. Besides those that were there at that
@@ -104,7 +65,7 @@ void forEachProcess(const std::function<void(const process_t &)> &visit) {
 std::vector<process_t> addMembers(const std::map<pid_t, std::int64_t> &endTicks,
                                   std::set<pid_t> &members) {
   std::vector<process_t> candidates;
-  forEachProcess([&](const process_t &process) {
+  forEachLiving([&](const process_t &process) {
     if (endTicks.count(process.session) > 0)
       candidates.push_back(process);
   });
@@ -234,7 +195,7 @@ void end(const std::vector<session_t> &sessions) {
 void endPipeWriters(ino_t pipe) {
   const std::string name = "pipe:[" + std::to_string(pipe) + "]";
   const pid_t self = ::getpid();
-  forEachProcess([&](const process_t &process) {
+  forEachLiving([&](const process_t &process) {
     if (process.pid != self && process.parent != self && holdsWriteEnd(process.pid, name))
       ::kill(process.pid, SIGKILL);
   });

@@ -13,6 +13,7 @@
 #include "process/SignalMask.h"
 #include "process/StartUp.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <vector>
@@ -46,6 +47,8 @@ struct child_t {
   pid_t parent;
   sessions::slot_t *slot;
   const rlimit *descriptorLimit;
+  const rlimit *dataLimit;
+  int group;
 };
 
 // Opened once for all; -1 as long as that fails.
@@ -84,6 +87,14 @@ void resetSignals(const child_t &child) {
   ::sigprocmask(SIG_SETMASK, &child.mask, nullptr);
 }
 
+// Tells why the program cannot be run.
+[[noreturn]] void giveUp(const child_t &child) {
+  const int error = errno;
+  if (::write(child.errorPipe, &error, sizeof error) < 0)
+    ::_exit(126);
+  ::_exit(127);
+}
+
 [[noreturn]] void runChild(const child_t &child) {
   if (child.leadsSession)
     ::setsid();
@@ -100,11 +111,12 @@ void resetSignals(const child_t &child) {
   if (child.descriptorLimit)
     ::setrlimit(RLIMIT_NOFILE, child.descriptorLimit);
   resetSignals(child);
+  if (child.dataLimit)
+    ::setrlimit(RLIMIT_DATA, child.dataLimit);
+  if (child.group >= 0 && ::write(child.group, "0", 1) < 0) // which stands for the writer
+    giveUp(child);
   ::execvp(child.program, child.words);
-  const int error = errno;
-  if (::write(child.errorPipe, &error, sizeof error) < 0)
-    ::_exit(126);
-  ::_exit(127);
+  giveUp(child);
 }
 
 // A function of its own that is never inlined, so that the child cannot disturb the frame of a
@@ -123,6 +135,15 @@ sigset_t maskFor(place_t place) {
   if (place == place_t::CALLERS_SESSION)
     ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
   return mask;
+}
+
+// The limit that `bytes` asks for, as far as the caller's own permits.
+rlimit dataLimitOf(std::uint64_t bytes) {
+  rlimit limit = {};
+  ::getrlimit(RLIMIT_DATA, &limit);
+  limit.rlim_max = std::min<rlim_t>(limit.rlim_max, bytes);
+  limit.rlim_cur = std::min(limit.rlim_cur, limit.rlim_max);
+  return limit;
 }
 
 // The error number that the child has met. It writes only when it could not run the program, which
@@ -181,6 +202,7 @@ bool ToolProcess::start(start_t how) {
   const bool leads = how.place == place_t::OWN_SESSION;
   slot = leads ? sessions::claim(owner) : nullptr;
   const auto orNull = [](int fd) { return fd < 0 ? nullDevice() : fd; };
+  const rlimit data = dataLimitOf(how.dataLimit);
   const child_t child = {how.program.c_str(),
                          words.data(),
                          leads,
@@ -191,7 +213,9 @@ bool ToolProcess::start(start_t how) {
                          errors.writeEnd.get(),
                          ::getpid(),
                          slot,
-                         descriptorLimitForTools()};
+                         descriptorLimitForTools(),
+                         how.dataLimit > 0 ? &data : nullptr,
+                         how.group};
   const pid_t started = startChild(child);
   hadNoRoom = started < 0 && isLackOfRoom(errno);
   {

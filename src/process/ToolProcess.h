@@ -35,6 +35,9 @@ struct start_t {
   int standardOutput = -1;
   int standardError = -1;
   place_t place = place_t::OWN_SESSION;
+  std::uint64_t dataLimit = 0; ///< bytes of writable memory that each of its processes may reserve
+                               ///< for itself; 0: as this program
+  int group = -1; ///< the "cgroup.procs" of a control group that it joins before it is run
 };
 
 /// What a tool that has ended took, with what it has started and waited for.
@@ -74,8 +77,8 @@ public:
   bool start(const std::filesystem::path &program, const QStringList &arguments, int standardInput,
              int standardOutput, int standardError = -1);
 
-  /// Why the program could not be run by the last start, an errno value; 0 when it was run, and
-  /// when there was not even a process to run it in.
+  /// Why the program could not be run by the last start, or not in its group, an errno value; 0
+  /// when it was run, and when there was not even a process to run it in.
   int runError() const { return errorOfRun; }
 
   /// Whether the last start failed because the system had no room for another process or no
@@ -99,6 +102,9 @@ public:
 
   /// What the tool took; zeros before its end, and where somebody else has reaped it.
   usage_t usage() const { return used; }
+
+  /// The process while it has not been waited for, else 0. The owner only.
+  pid_t id() const { return pid; }
 
   /// The session that the tool leads, 0 when it leads none or does not run. Any thread.
   pid_t session() const;

@@ -6,10 +6,11 @@ import tempfile
 import xml.etree.ElementTree as ET
 
 import pytest
-from conftest import BIN, goal, mech, needs, obligations, po, rows
+from conftest import BIN, SLOWNESS, goal, mech, needs, obligations, po, rows
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 from test_commands import component, large
+from test_times import Past
 
 pytestmark = needs("chromium", "chromedriver")
 
@@ -184,3 +185,80 @@ def test_ten_thousand_goals_scroll_and_sort(use):
       seen.printed = $$("#rows tr").length;
       return seen;""") == {"few": True, "full": True, "last": "op8.998.10", "middle": "op4",
                            "printed": 10000}
+
+
+TIMED = """
+const cells = (part) => $$(part + " tr").map((row) => [...row.cells].map((cell) => cell.textContent));
+const open = (part) => new Promise((done) => { const details = $(part + " details");
+  details.addEventListener("toggle", () => setTimeout(() => done(cells(part + " details")), 0));
+  details.open = true; });
+const done = arguments[0];
+"""
+
+
+@pytest.fixture
+def timed(use, browser, tmp_path):
+    """As use, of a component with a history; the script gives its result to `done`."""
+    def timed(tree, script, runs):
+        past = Past(tmp_path)
+        for number, entries in runs:
+            past.run(number, *entries)
+        use(tree, "return 0;")
+        seen = browser.execute_async_script(HELPERS + TIMED + f"(async () => {{ {script} }})();")
+        assert browser.get_log("browser") == []
+        return seen
+    return timed
+
+
+RUNS = [(1, [(1, [(0, "Proved"), (1, "Proved")], 0.59), (1, [(2, "Unknown")], 1.99),
+             (2, [(2, "Proved")], 0.09), (2, [(0, "Unknown")], 0.19)]),
+        (2, [(1, [(2, "Unknown")], 0.99)])]
+
+
+def test_times(timed):
+    tree = obligations(po("T0", goal(), goal(), goal(), goal()))
+    assert timed(tree, """
+      const seen = { times: cells("#times") };
+      seen.columns = $$("#table th").map((head) => head.textContent);
+      sort("time"); sort("time");
+      seen.slowest = [location.hash, rows().map((row) => [row[0], row[3]])];
+      seen.cactus = await open("#cactus-card"); seen.scatter = await open("#scatter-card");
+      seen.lines = $$("#cactus .line").length;
+      $("#scatter-y").value = $("#scatter-x").value; fire("#scatter-y", "change");
+      seen.same = await open("#scatter-card");
+      seen.trend = (await open("#trend-card")).map((row) => row.slice(2, 6));
+      seen.bars = cells("#slowest");
+      $("#slowest button").click(); seen.found = names();
+      seen.focus = $$(".wide, summary, #times select, .choice select").every((part) => part.tabIndex === 0);
+      seen.fetched = performance.getEntriesByType("resource").length;
+      done(seen);""", RUNS) == {
+        "times": [["Driver", "Goals", "Proved", "Seconds", "Processor", "Median", "90 %", "Slowest", "No proof"],
+                  ["a/one", "3", "2", "1.600", "0.790", "0.300", "1.000", "1.000", "1.000"],
+                  ["a/two", "2", "1", "0.300", "0.140", "0.100", "0.200", "0.200", "0.200"],
+                  ["Total", "5", "3", "1.900", "0.930", "0.300", "1.000", "1.000", "1.200"]],
+        "columns": ["Goal", "Status", "Verdict by", "Time"],
+        "slowest": ["#sort=-time", [["T0.3", "1.100 s"], ["T0.1", "0.500 s"], ["T0.2", "0.300 s"], ["T0.4", ""]]],
+        "cactus": [["Goals proved", "a/one", "a/two", "Best of all"], ["1", "0.300", "0.100", "0.100"],
+                   ["2", "0.300", "", "0.300"], ["3", "", "", "0.300"]], "lines": 3,
+        "scatter": [["Goal", "a/one", "", "a/two", ""], ["T0.1", "0.300", "Proved", "0.200", "Unknown"],
+                    ["T0.3", "1.000", "Unknown", "0.100", "Proved"]],
+        "same": [["Goal", "a/one", "", "a/one", ""], ["T0.1", "0.300", "Proved", "0.300", "Proved"],
+                 ["T0.2", "0.300", "Proved", "0.300", "Proved"],
+                 ["T0.3", "1.000", "Unknown", "1.000", "Unknown"]],
+        "trend": [["Plays", "Proved", "Seconds", "Processor"], ["5", "3", "2.900", "1.430"],
+                  ["1", "0", "1.000", "0.495"]],
+        "bars": [["Goal", "Seconds", "By driver"],
+                 ["T0.3", "1.100", "a/two 0.100 Proved, a/one 1.000 Unknown"],
+                 ["T0.1", "0.500", "a/one 0.300 Proved, a/two 0.200 Unknown"],
+                 ["T0.2", "0.300", "a/one 0.300 Proved"]],
+        "found": ["T0.3"], "focus": True, "fetched": 0}
+
+
+def test_ten_thousand_goals_and_twenty_runs_open_at_once(timed):
+    entries = [(driver, [(name, "Proved" if (name + driver) % 3 else "Unknown")],
+                0.01 * (1 + name * driver % 97)) for name in range(10000) for driver in (1, 2)]
+    seen = timed(obligations(*[po(f"T{i}", *[goal()] * 5) for i in range(2000)]), """
+      const [page] = performance.getEntriesByType("navigation");
+      done([page.loadEventEnd - page.startTime, $$("#cactus .line").length, $$("#trend rect").length,
+            cells("#times").pop()[1]]);""", [(number, entries) for number in range(1, 21)])
+    assert seen[1:] == [3, 40, "20,000"] and seen[0] < 2000 * SLOWNESS, seen

@@ -7,7 +7,7 @@ import pytest
 from conftest import BIN, rows
 
 A = """(set-option :timeout 9)(set-option :produce-proofs true)(set-option :o 1)
-(set-logic QF_LIA)(declare-const |x ) y| Int)(assert (> |x ) y| 2))
+(set-option :MODEL.V2 true)(set-option :model_compress true)(set-logic QF_LIA)(declare-const |x ) y| Int)(assert (> |x ) y| 2))
 (push)(assert (= |x ) y| 1)) ; not a ) here
 (check-sat)(get-model)(pop)(check-sat-assuming ((= |x ) y| 3) true))"""
 FILES = {"a.smt2": A, "b.smt2": "(assert false)(check-sat)",

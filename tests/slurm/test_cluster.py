@@ -1,4 +1,4 @@
-"""The example of examples/slurm on a cluster of one node, which this module starts and ends: on the
+"""The example of examples/slurm on a cluster of two nodes, which this module starts and ends: on the
 loopback interface, in a scratch directory, for one user. It has its own keys, ports and state, and
 no need of cgroups or of a service manager; the machine's own configuration is left alone."""
 
@@ -19,16 +19,18 @@ import psutil
 import pytest
 from conftest import BIN, PATH, needs, rows
 
-PROGRAMS = ("munged", "slurmctld", "slurmd", "srun", "salloc", "squeue", "scontrol", "setpriv")
+PROGRAMS = ("munged", "slurmctld", "slurmd", "srun", "salloc", "sbatch", "squeue", "scontrol",
+            "setpriv", "bash", "perl")
 pytestmark = needs(*PROGRAMS, "z3", "cvc5")
 
 EXAMPLES = pathlib.Path(__file__).parents[2] / "examples"
-JOBS = 4
+JOBS, NODES = 4, ("node1", "node2")
 
 # The commands are those of the example's guide; all but the first need no allocation.
 GUIDE = (EXAMPLES / "slurm/README.md").read_text()
 IN_ALLOCATION = re.search(r"^```sh.*\n(salloc (?:.*\n)*?)```", GUIDE, re.M)[1]
 ON_CLUSTER = IN_ALLOCATION[IN_ALLOCATION.index("kelvarune"):]
+JOB_ARRAY = re.search(r"^sbatch --wait (?:.*\n)*?kelvarune-pos merge .*", GUIDE, re.M)[0]
 HERE = ON_CLUSTER.replace("cluster.res", "here.res")
 
 
@@ -44,11 +46,10 @@ SlurmUser={user}
 SlurmdUser={user}
 AuthInfo=socket={dir}/munge.socket
 SlurmctldPort={ports[0]}
-SlurmdPort={ports[1]}
 StateSaveLocation={dir}/state
-SlurmdSpoolDir={dir}/spool
+SlurmdSpoolDir={dir}/spool.%n
 SlurmctldPidFile={dir}/slurmctld.pid
-SlurmdPidFile={dir}/slurmd.pid
+SlurmdPidFile={dir}/slurmd.%n.pid
 PlugStackConfig=/dev/null
 ProctrackType=proctrack/linuxproc
 SelectType=select/cons_tres
@@ -56,7 +57,9 @@ SelectTypeParameters=CR_CPU_Memory
 SlurmdParameters=config_overrides
 KillWait=2
 SchedulerParameters=sched_min_interval=0
-NodeName=node NodeHostname={host} NodeAddr=127.0.0.1 CPUs=4 RealMemory=12000 State=UNKNOWN
+NodeName=DEFAULT CPUs=2 RealMemory=6000 State=UNKNOWN
+NodeName=node1 NodeHostname={host} NodeAddr=127.0.0.1 Port={ports[1]}
+NodeName=node2 NodeHostname={host} NodeAddr=127.0.0.1 Port={ports[2]}
 PartitionName=all Nodes=ALL Default=YES MaxTime=INFINITE State=UP
 """
 
@@ -77,14 +80,14 @@ class Cluster:
             "PATH": f"{BIN}:{PATH}", "SLURM_CONF": f"{directory}/slurm.conf"}
 
     def start(self):
-        for name in ("state", "spool"):
+        for name in ("state", "spool.node1", "spool.node2"):
             (self.dir / name).mkdir()
         self.dir.chmod(0o755)  # munged insists that others may pass through
         (self.dir / "munge.key").touch(mode=0o600)
         (self.dir / "munge.key").write_bytes(os.urandom(128))
         with contextlib.ExitStack() as listeners:
             ports = [listeners.enter_context(socket.create_server(("127.0.0.1", 0)))
-                     .getsockname()[1] for _ in range(2)]
+                     .getsockname()[1] for _ in range(3)]
         (self.dir / "slurm.conf").write_text(CONFIGURATION.format(
             host=socket.gethostname().split(".")[0], user=getpass.getuser(), dir=self.dir,
             ports=ports))
@@ -93,8 +96,12 @@ class Cluster:
             for option in ("key-file", "socket", "pid-file", "log-file", "seed-file")])
         wait_for((self.dir / "munge.socket").exists)
         self.daemon("slurmctld", "-D", "-i")
-        self.daemon("slurmd", "-D", "-N", "node")
-        self.ask("scontrol", "update", "nodename=node", "state=resume")
+        for node in NODES:
+            self.daemon("slurmd", "-D", "-N", node)
+        self.wait_for_nodes()
+
+    def wait_for_nodes(self):
+        self.ask("scontrol", "update", "nodename=ALL", "state=resume")
         wait_for(lambda: self.ask("sinfo", "--noheader", "--format=%T") == "idle")
 
     def end(self):
@@ -110,6 +117,33 @@ class Cluster:
         with open(self.dir / f"{command[0]}.out", "wb") as output:
             self.daemons.append(psutil.Popen(command, stdin=subprocess.DEVNULL, stdout=output,
                                              stderr=output, env=self.environment))
+
+    def running(self, *command):
+        return next(daemon for daemon in reversed(self.daemons) if daemon.args[:len(command)] == command)
+
+    @contextlib.contextmanager
+    def failing(self, node, number):
+        """All of a node gets the signal: its daemon, its steps, and what they run."""
+        slurmd = self.running("slurmd", "-D", "-N", node)
+        tasks = [process for process in self.processes()
+                 if process.info["environ"].get("SLURMD_NODENAME") == node]
+        steps = {parent for task in tasks for parent in task.parents()
+                 if parent.name() == "slurmstepd"}
+        for process in (slurmd, *steps, *tasks):
+            process.send_signal(number)
+        yield
+        for process in (*tasks, *steps, slurmd):
+            with contextlib.suppress(psutil.NoSuchProcess):
+                process.kill()
+        # Or the controller would go on asking about the node's jobs for most of a minute.
+        self.ask("scontrol", "update", f"nodename={node}", "state=down", "reason=failed")
+        self.again(slurmd)
+        self.wait_for_nodes()
+
+    def again(self, daemon):
+        daemon.wait()
+        self.daemons.remove(daemon)
+        self.daemon(*[word for word in daemon.args if word != "-i"])  # a controller keeps its state
 
     def ask(self, *command):
         return subprocess.run(command, env=self.environment, capture_output=True, text=True,
@@ -152,9 +186,9 @@ class Replay:
             (self.dir / "slurm" / tool).symlink_to(BIN / tool)
         (self.dir / "work").mkdir()
 
-    def start(self, command):
+    def start(self, command, **environment):
         self.runs.append(subprocess.Popen(
-            ["sh", "-c", "exec " + command], cwd=self.dir, env=self.cluster.environment,
+            ["sh", "-c", "exec " + command], cwd=self.dir, env=self.cluster.environment | environment,
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True))
         return self.runs[-1]
 
@@ -209,13 +243,127 @@ def test_stopping_the_program_cancels_its_steps(replay, command, number):
     run.communicate(timeout=60)
 
 
+SCRIPTS = EXAMPLES / "slurm"
+RUN = f"{SCRIPTS}/run-slurm"
+ALLOCATE = f"exec salloc --quiet --no-kill -N 2 -n 2 {SCRIPTS}/with-workers "
+
+
+@pytest.fixture
+def call(cluster):
+    """Starts a line of shell on this machine."""
+    calls = []
+
+    def start(line, **environment):
+        calls.append(subprocess.Popen(["sh", "-c", line], stdin=subprocess.DEVNULL, text=True,
+                                      stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                      env=cluster.environment | environment))
+        return calls[-1]
+    yield start
+    cluster.ask("scancel", "--user", getpass.getuser())
+    for each in calls:
+        each.kill()
+        each.communicate()
+    wait_for(lambda: not cluster.ask("squeue", "--noheader"))
+
+
+@pytest.mark.parametrize("number", [signal.SIGKILL, signal.SIGSTOP])
+@rows("prefix", {"alone": "", "in an allocation": ALLOCATE})
+def test_a_node_fails(cluster, call, prefix, number):
+    prover = f"{RUN} sh -c 'sleep 2; echo $SLURMD_NODENAME; exit 3' || echo $?"
+    (cluster.dir / "two").write_text(f"({prover}) & ({prover}) & wait")
+    both = call(f"{prefix} sh {cluster.dir}/two", KELVARUNE_SLURM_PATIENCE="3")
+    wait_for(lambda: len(cluster.processes("sleep", "2")) == 2)
+    failed = cluster.processes("sleep", "2")[0].info["environ"]["SLURMD_NODENAME"]
+    with cluster.failing(failed, number):
+        output, err = both.communicate(timeout=60)
+        (other,) = set(NODES) - {failed}
+        assert (sorted(output.split()), err) == (["3", "3", other, other], "")
+
+
+def test_what_loses_its_workers_fails_and_the_others_go_on(call):
+    kill_worker = "kill -9 $(ps -o ppid= -p $PPID); sleep 100"
+    run = call(f"{ALLOCATE} sh -c '{RUN} sh -c \"$0\"; echo $?; {RUN} echo next' '{kill_worker}'",
+               KELVARUNE_SLURM_PATIENCE="3")
+    output, err = run.communicate(timeout=60)
+    assert output.split() == ["134", "next"] and err.startswith("run-slurm: Slurm failed: "), err
+
+
+def test_a_killed_call_stops_its_prover(cluster, call):
+    seen = cluster.dir / "seen"
+    run = call(f"{ALLOCATE} sh -c '{RUN} sleep 1000 & wait; until [ -e {seen} ]; do sleep 0.1; done; "
+               f"{RUN} echo next'")
+    wait_for(lambda: cluster.processes("sleep", "1000"))
+    cluster.processes("/usr/bin/perl", RUN)[0].kill()
+    wait_for(lambda: not cluster.processes("sleep", "1000"))
+    seen.touch()
+    assert run.communicate(timeout=60) == ("next\n", "")
+
+
+def test_the_controller_is_away(cluster, call):
+    again = cluster.dir / "again"
+    inside = call(f"{ALLOCATE} sh -c '{RUN} echo first; until [ -e {again} ]; do sleep 0.1; done; "
+                  f"{RUN} echo next; {RUN} echo last'")
+    assert inside.stdout.readline() == "first\n"
+    controller = cluster.running("slurmctld")
+    controller.suspend()
+    frozen = call(f"{RUN} sh -c 'exit 3'")
+    again.touch()
+    assert [inside.stdout.readline() for _ in range(2)] == ["next\n", "last\n"]
+    controller.resume()
+    assert (frozen.communicate(timeout=60), frozen.returncode) == (("", ""), 3)
+    controller.terminate()
+    controller.wait()
+    gone = call(f"{RUN} sh -c 'exit 3'")
+    time.sleep(3)
+    cluster.again(controller)
+    assert (gone.communicate(timeout=60), gone.returncode) == (("", ""), 3)
+
+
+@rows("environment, said", {
+    "partition": ({"SLURM_PARTITION": "nowhere"}, "Invalid partition name specified"),
+    "srun": ({"PATH": "{bin}"}, "there is no srun in PATH")})
+@rows("prefix", {"alone": "", "with workers": "slurm/with-workers --workers 4 "})
+def test_a_run_that_cannot_work_is_stopped(cluster, replay, tmp_path, prefix, environment, said):
+    for name in ("kelvarune", "setpriv", "sh", "env", "python3"):
+        (tmp_path / "bin").mkdir(exist_ok=True)
+        (tmp_path / "bin" / name).symlink_to(shutil.which(name, path=f"{BIN}:/usr/bin:/bin"))
+    before = proved(replay.pos())
+    run = replay.start(prefix + ON_CLUSTER, **{
+        name: value.format(bin=tmp_path / "bin") for name, value in environment.items()})
+    err = run.communicate(timeout=60)[1]
+    assert err.count("Slurm failed: ") == err.count("stopped") == 1 and said in err, err
+    assert (run.returncode != 0, proved(replay.pos()), os.listdir(replay.dir / "work")) == (
+        True, before, [])
+
+
+@rows("arguments, environment, status, last", {
+    "good": (["z3", "cvc5"], {}, 0, "ok    z3 --version through run-slurm in "),
+    "prover": (["z3", "nowhere"], {}, 1, "        no nowhere on node"),
+    "partition": ([], {"SLURM_PARTITION": "no"}, 1, "        allocation failure: Invalid partition")})
+def test_check(cluster, arguments, environment, status, last):
+    run = subprocess.run([SCRIPTS / "check-slurm", *arguments], capture_output=True, text=True,
+                         timeout=60, env=cluster.environment | environment)
+    lines = run.stdout.splitlines()
+    assert (run.returncode, run.stderr) == (status, "") and lines[-1].startswith(last), run
+    assert [line[:4] for line in lines].count("FAIL") == status
+
+
+def test_job_array(cluster, replay, tmp_path_factory):
+    local = Replay(cluster, tmp_path_factory.mktemp("local"))
+    local.complete(local.start(HERE))
+    run = replay.start(f"sh -c '{JOB_ARRAY}\nkelvarune-pos diff {local.dir}/smt/ringbuffer.pos "
+                       "smt/merged.pos'")
+    assert (run.communicate(timeout=120)[1], run.returncode) == ("", 0)
+    assert len(list(replay.dir.glob("shard-*.out"))) == 4
+
+
 BOTH = ["run-here", "run-slurm"]
 
 
 @rows("scripts, words, status", {
     "exit": (BOTH, ["sh", "-c", "exit 3"], 3), "crash": (BOTH, ["sh", "-c", "kill -SEGV $$"], -11),
     "refused": (["run-slurm"], ["--megabytes", "999999", "true"], -6),
-    "late": (["run-here"], ["--seconds", "1", "sleep", "100"], -9)})
+    "late": (BOTH, ["--seconds", "1", "sleep", "100"], -9)})
 def test_a_limit_ends_the_run_as_a_crash(cluster, scripts, words, status):
     for script in scripts:
         run = subprocess.run([EXAMPLES / "slurm" / script, *words], env=cluster.environment,

@@ -1,12 +1,9 @@
-// The wrapper's own options end at the first word that is none, the prover. The prover's words are
-// taken from the original command line: decoding them into text and back would change arguments
-// that are no text.
-
 #include "kelvarune-cache/Options.h"
 
 #include "text/Literals.h"
+#include "wrapper/CommandLine.h"
+#include "wrapper/Quantities.h"
 
-#include <QCommandLineParser>
 #include <QFile>
 #include <QHash>
 
@@ -17,9 +14,6 @@ using namespace kelvarune;
 namespace cache {
 
 namespace {
-
-constexpr int PREFIXES = 5;
-const char PREFIX_OF_POWER[PREFIXES] = {'\0', 'K', 'M', 'G', 'T'};
 
 const QHash<QString, policy_t> &modeOfName() {
   static const QHash<QString, policy_t> modes = {
@@ -43,20 +37,6 @@ std::string defaultDirectory() {
   if (base.isEmpty())
     base = qgetenv("HOME") + "/.cache";
   return (base + "/kelvarune").toStdString();
-}
-
-bool parseSize(QString text, std::uint64_t &bytes) {
-  std::uint64_t unit = 1;
-  for (int power = 1; power < PREFIXES; ++power) {
-    if (text.endsWith(QLatin1Char(PREFIX_OF_POWER[power]), Qt::CaseInsensitive)) {
-      text.chop(1);
-      unit = std::uint64_t(1) << (10 * power);
-      break;
-    }
-  }
-  bool isNumber = false;
-  bytes = text.toUInt(&isNumber) * unit;
-  return isNumber;
 }
 
 bool parseStatuses(const QString &text, std::set<int> &statuses) {
@@ -120,7 +100,7 @@ bool readSettings(const QCommandLineParser &parser, const declarations_t &declar
     directory = environment("KELVARUNE_CACHE");
   options.directory = directory.isEmpty() ? defaultDirectory() : directory.toStdString();
 
-  if (!parseSize(parser.value(declared.maxSize), options.maxBytes))
+  if (!wrapper::parseSize(parser.value(declared.maxSize), options.maxBytes))
     return fail("--max-size: no size: "_s + parser.value(declared.maxSize));
   if (!parseStatuses(parser.value(declared.statuses), options.statuses))
     return fail("--statuses: no list of exit statuses: "_s + parser.value(declared.statuses));
@@ -146,26 +126,13 @@ bool parseOptions(int argc, char **argv, options_t &options) {
   QCommandLineParser parser;
   parser.setApplicationDescription(
       "Runs a prover, or repeats the answer that it gave to the same goals before."_s);
-  parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-  parser.addOption({{"h"_s, "help"_s}, "Show this help."_s}); // Qt's adds --help-all
-  parser.addVersionOption();
   const declarations_t declared;
   parser.addOptions(declared.all());
-  parser.addPositionalArgument("prover"_s, "The prover, with its arguments."_s,
-                               "[--] prover [argument...]"_s);
-
-  QStringList words;
-  for (int i = 0; i < argc; ++i)
-    words.append(QString::fromUtf8(argv[i]));
-  if (!parser.parse(words))
-    return fail(parser.errorText());
-  if (parser.isSet("help"_s))
-    parser.showHelp(EXIT_SUCCESS);
-  if (parser.isSet("version"_s))
-    parser.showVersion();
+  const QString fault = wrapper::parse(parser, argc, argv, options.command);
+  if (!fault.isNull())
+    return fail(fault);
   if (!readSettings(parser, declared, options))
     return false;
-  options.command.assign(argv + argc - parser.positionalArguments().size(), argv + argc);
   if (options.command.empty() && options.mode != policy_t::CLEANUP)
     return fail("no prover is named; see --help"_s);
   return true;

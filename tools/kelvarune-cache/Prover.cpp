@@ -8,12 +8,12 @@
 #include "file/Io.h"
 #include "process/PipeReader.h"
 #include "process/ToolProcess.h"
+#include "wrapper/Ending.h"
 
 #include <cerrno>
 
 #include <poll.h>
 #include <signal.h>
-#include <sys/resource.h>
 
 using namespace kelvarune;
 
@@ -38,10 +38,6 @@ void useAsInput(int standardInput) {
     ::dup2(fd, STDIN_FILENO);
 }
 
-int statusOfError(int error) {
-  return error == ENOENT ? STATUS_NOT_FOUND : STATUS_CANNOT_RUN;
-}
-
 } // namespace
 
 end_t runProver(const std::string &program, const std::vector<std::string> &words,
@@ -52,7 +48,7 @@ end_t runProver(const std::string &program, const std::vector<std::string> &word
   process::PipeReader output(std::move(pipe.readEnd), [&](const char *bytes, std::size_t size) {
     answer.append(bytes, static_cast<qint64>(size));
     if (!file::writeAll(STDOUT_FILENO, bytes, size))
-      ::_exit(STATUS_OWN_FAILURE); // the kernel ends the prover
+      ::_exit(wrapper::STATUS_OWN_FAILURE); // the kernel ends the prover
   });
 
   end_t end;
@@ -62,7 +58,7 @@ end_t runProver(const std::string &program, const std::vector<std::string> &word
   pipe.writeEnd.reset();
   if (!end.started) {
     end.started = prover.runError() != 0; // a program that cannot be run has ended, as in a shell
-    end.status = statusOfError(prover.runError());
+    end.status = wrapper::statusOfError(prover.runError());
     return end;
   }
   prover.waitForEnd({&output});
@@ -80,20 +76,7 @@ int becomeProver(const std::string &program, const std::vector<std::string> &wor
   useAsInput(standardInput);
   ::signal(SIGXFSZ, SIG_DFL); // which startUp ignores
   ::execvp(program.c_str(), pointersTo(words).data());
-  return statusOfError(errno);
-}
-
-void endLike(const end_t &end) {
-  if (end.signal == 0)
-    ::_exit(end.status);
-  const rlimit noCore = {0, 0};
-  ::setrlimit(RLIMIT_CORE, &noCore);
-  ::signal(end.signal, SIG_DFL);
-  sigset_t all;
-  sigfillset(&all);
-  ::sigprocmask(SIG_UNBLOCK, &all, nullptr);
-  ::kill(::getpid(), end.signal);
-  ::_exit(128 + end.signal);
+  return wrapper::statusOfError(errno);
 }
 
 } // namespace cache

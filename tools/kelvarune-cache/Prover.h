@@ -8,11 +8,6 @@
 
 namespace cache {
 
-/// The exit statuses of a wrapper that fails itself, as env, nohup and timeout have them.
-constexpr int STATUS_OWN_FAILURE = 125;
-constexpr int STATUS_CANNOT_RUN = 126;
-constexpr int STATUS_NOT_FOUND = 127;
-
 /// How a prover ended.
 struct end_t {
   bool started = false;
@@ -30,10 +25,6 @@ end_t runProver(const std::string &program, const std::vector<std::string> &word
 /// Becomes the prover; returns the exit status for the failure when that is not possible.
 int becomeProver(const std::string &program, const std::vector<std::string> &words,
                  int standardInput);
-
-/// Ends this process as the prover ended: by the same signal, without a second core file, or with
-/// the same status.
-[[noreturn]] void endLike(const end_t &end);
 
 } // namespace cache
 

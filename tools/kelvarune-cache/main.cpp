@@ -11,6 +11,7 @@
 #include "kelvarune-cache/Store.h"
 #include "process/StartUp.h"
 #include "text/Literals.h"
+#include "wrapper/Ending.h"
 
 #include <QCoreApplication>
 
@@ -30,7 +31,7 @@ using cache::policy_t;
 
 constexpr double SECONDS_PER_DAY = 86400;
 
-int fail(const std::string &message, int status = cache::STATUS_OWN_FAILURE) {
+int fail(const std::string &message, int status = wrapper::STATUS_OWN_FAILURE) {
   std::cerr << "kelvarune-cache: " << message << std::endl;
   return status;
 }
@@ -56,7 +57,7 @@ int runAndKeep(const options_t &options, const std::string &program, int standar
   cache::Answer answer(options.patterns);
   const cache::end_t end = cache::runProver(program, options.command, standardInput, answer);
   if (!end.started)
-    return fail("cannot run " + program, cache::STATUS_CANNOT_RUN);
+    return fail("cannot run " + program, wrapper::STATUS_CANNOT_RUN);
   const bool endedWell = end.signal == 0 && end.complete && options.statuses.count(end.status) > 0;
   if (endedWell && answer.isDefinite()) {
     if (!store.keep(key, {answer.text(), end.status}))
@@ -64,17 +65,17 @@ int runAndKeep(const options_t &options, const std::string &program, int standar
   } else if (options.mode == policy_t::REBUILD) {
     store.forget(key); // what was stored is not true of this run
   }
-  cache::endLike(end);
+  wrapper::endLike(end.signal, end.status);
 }
 
 int repeat(const answer_t &answer) {
-  return file::writeAll(STDOUT_FILENO, answer.output) ? answer.status : cache::STATUS_OWN_FAILURE;
+  return file::writeAll(STDOUT_FILENO, answer.output) ? answer.status : wrapper::STATUS_OWN_FAILURE;
 }
 
 int answerGoals(const options_t &options) {
   const std::string program = cache::locateProgram(options.command.front());
   if (program.empty())
-    return fail("there is no program " + options.command.front(), cache::STATUS_NOT_FOUND);
+    return fail("there is no program " + options.command.front(), wrapper::STATUS_NOT_FOUND);
 
   file::Descriptor input;
   if (options.readsStandardInput && options.mode == policy_t::NONE)
@@ -103,14 +104,12 @@ int answerGoals(const options_t &options) {
 
 int main(int argc, char **argv) {
   process::startUp();
-  int one = 1; // the words after the first are none of Qt's
-  const QCoreApplication application(one, argv);
   QCoreApplication::setApplicationName("kelvarune-cache"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
 
   options_t options;
   if (!cache::parseOptions(argc, argv, options))
-    return cache::STATUS_OWN_FAILURE;
+    return wrapper::STATUS_OWN_FAILURE;
   if (!options.command.empty())
     return answerGoals(options);
   cache::Store store(options.directory, options.maxBytes);

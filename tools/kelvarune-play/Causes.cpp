@@ -4,6 +4,7 @@
 
 #include "Causes.h"
 
+#include "Limits.h"
 #include "output/Output.h"
 #include "text/Literals.h"
 
@@ -97,7 +98,9 @@ private:
   }
 
   cause_t causeIn(const QString &name, const tool_record_t &tool, bool failed) const {
-    return causeWith(name + QLatin1Char(' ') + endOf(tool), tool, failed);
+    const QString what = name + QLatin1Char(' ') + endOf(tool);
+    return reachedLimit(tool).isEmpty() ? causeWith(what, tool, failed)
+                                        : cause_t{what, QString(), failed};
   }
 
   cause_t causeWith(const QString &what, const tool_record_t &tool, bool failed) const {
@@ -167,6 +170,8 @@ QString endOf(const tool_record_t &tool) {
   case end_t::EXITED:
     break;
   }
+  if (const QString limit = reachedLimit(tool); !limit.isEmpty())
+    return limit;
   return "exited with status %1"_s.arg(tool.number);
 }
 

@@ -22,8 +22,8 @@ struct cause_t {
 /// when it could not be started or was ended by a signal.
 std::optional<cause_t> causeOf(const kelvarune::entry_record_t &record);
 
-/// How a tool ended: "exited with status 1", "was ended by signal 11 (SIGSEGV)", "could not be
-/// started: Permission denied".
+/// How a tool ended: "exited with status 1", "reached its time limit of 10 s", "was ended by signal
+/// 11 (SIGSEGV)", "could not be started: Permission denied".
 QString endOf(const kelvarune::tool_record_t &tool);
 
 #endif

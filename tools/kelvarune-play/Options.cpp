@@ -4,14 +4,18 @@
 
 #include "commandline/CommandTable.h"
 #include "files/Installed.h"
+#include "history/Records.h"
 #include "output/Output.h"
 #include "text/Literals.h"
+#include "wrapper/Quantities.h"
 
 #include <QCommandLineParser>
 #include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <iostream>
 #include <utility>
 #include <vector>
@@ -69,6 +73,9 @@ constexpr option_t OPTIONS[] = {
     {"", STOP_ON_FAILURE, "N",
      "Stop after N failures (=N may be left out: 1): goals or groups of goals of which one is "
      "disproved, or whose tools fail."},
+    {"", "time-limit", "SECONDS", "End every prover after that time, with all it has started."},
+    {"", "memory-limit", "SIZE",
+     "End every prover, with all it has started, that takes more memory; with K, M, G or T."},
     {"", "dry-run", "", "Tell what would be played, with -v every command, and change nothing."},
     {"", "color", "WHEN", "Colours in explanations: auto (on a terminal), always or never."},
     {"", "shard", "K/N",
@@ -76,15 +83,18 @@ constexpr option_t OPTIONS[] = {
      "(comp.K-of-N.pos); kelvarune-pos merge brings the copies together."},
     {"", "no-check", "",
      "Play although the status file is out of step with the proof obligations."},
+    {"", "history", "FILE",
+     "Record what each entry took in this file (comp.history beside comp.pos)."},
+    {"", "no-history", "", "Record nothing."},
     {"", "no-wait", "", "Give up when another run uses the status file, instead of waiting."},
     {"", "strict", "", "Exit with status 1 when some goal of the component is not proved."},
 };
 
 /// Options of which the first makes no sense with the second.
 constexpr std::pair<const char *, const char *> CONFLICTS[] = {
-    {"goal", "failed"},   {"replay", "goal"},  {"replay", "failed"},
-    {"replay", "record"}, {"replay", "retry"}, {"explain", "xml"},
-    {"dry-run", "xml"},   {"shard", "goal"},   {"shard", "failed"},
+    {"goal", "failed"},  {"replay", "goal"},        {"replay", "failed"}, {"replay", "record"},
+    {"replay", "retry"}, {"explain", "xml"},        {"dry-run", "xml"},   {"shard", "goal"},
+    {"shard", "failed"}, {"history", "no-history"},
 };
 
 QStringList namesOf(const option_t &option) {
@@ -175,6 +185,9 @@ void takeValues(const QCommandLineParser &parser, play_options_t &options) {
   options.goals = parser.values("goal"_s);
   options.against = parser.value("against"_s);
   options.log = parser.value("log"_s);
+  if (!parser.isSet("no-history"_s)) // before a part gets a copy of the status file
+    options.history = parser.isSet("history"_s) ? parser.value("history"_s)
+                                                : history::pathBeside(options.posPath);
   options.failed = parser.isSet("failed"_s);
   options.record = parser.isSet("record"_s);
   options.explain = parser.isSet("explain"_s);
@@ -202,6 +215,16 @@ bool takeNumbers(const QCommandLineParser &parser, play_options_t &options) {
       (parser.isSet(QLatin1String(STOP_ON_FAILURE)) && number == 0))
     return refuse("The number of failures must be a number from 1."_s);
   options.stopAfter = static_cast<unsigned long>(number);
+  options.timeLimit = parser.value("time-limit"_s);
+  options.memoryLimit = parser.value("memory-limit"_s);
+  std::chrono::milliseconds time = {};
+  std::uint64_t size = 0;
+  if (parser.isSet("time-limit"_s) &&
+      !(wrapper::parseSeconds(options.timeLimit, time) && time.count() > 0))
+    return refuse("The time limit must be a number of seconds above 0."_s);
+  if (parser.isSet("memory-limit"_s) &&
+      !(wrapper::parseSize(options.memoryLimit, size) && size > 0))
+    return refuse("The memory limit must be a number of bytes above 0, with K, M, G or T."_s);
   return true;
 }
 
@@ -223,7 +246,7 @@ bool check(const QCommandLineParser &parser, const play_options_t &options) {
     return refuse("The options --driver and --goal need a value that is not empty."_s);
   if (parser.isSet("color"_s) && !setColour(parser.value("color"_s)))
     return refuse("--color takes auto, always or never."_s);
-  for (const char *name : {"directory", "log", "against"}) {
+  for (const char *name : {"directory", "log", "against", "history"}) {
     if (parser.isSet(QLatin1String(name)) && parser.value(QLatin1String(name)).isEmpty())
       return refuse("The option --%1 needs a value that is not empty."_s.arg(QLatin1String(name)));
   }

@@ -25,6 +25,7 @@ struct play_options_t {
   bool replay = false;
   QString against;        ///< empty: the POS file itself
   QString log;            ///< the directory of the logs; empty: none
+  QString history;        ///< the file that the entries are recorded in; empty: none
   bool wait = true;       ///< for other runs that use the POS file
   unsigned int shard = 0; ///< the part to play, from 0
   unsigned int shards = 1;
@@ -37,6 +38,8 @@ struct play_options_t {
   bool xml = false;
   unsigned int concurrency = 1;
   int trace = 0;
+  QString timeLimit;   ///< in seconds; empty: none
+  QString memoryLimit; ///< empty: none
 
   /// Whether only some goals are played.
   bool isForSomeGoals() const { return failed || !goals.isEmpty(); }
@@ -44,6 +47,8 @@ struct play_options_t {
   bool isShard() const { return shards > 1; }
   /// Whether verdicts go into the POS file.
   bool isRecorded() const { return record || !isForSomeGoals(); }
+  /// Whether the history gets the entries.
+  bool keepsHistory() const { return isRecorded() && !dryRun && !history.isEmpty(); }
   /// Whether the driver called `name`, marked as fast or not, is played.
   bool plays(const QString &name, bool isFast) const {
     return (driver.isEmpty() || name == driver) && (!fast || isFast);

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 using namespace kelvarune;
 
@@ -55,7 +56,12 @@ QString proversOf(const goal_t &goal) {
 std::vector<goal_t> goalsWithProofs(const QDomDocument &document,
                                     const std::vector<mechanism_t> &mechanisms,
                                     const play_options_t &options) {
-  std::vector<goal_t> goals = goalsOf(document);
+  std::vector<goal_t> goals;
+  unsigned long number = 0;
+  for (goal_t &goal : goalsOf(document)) {
+    if (number++ % options.shards == options.shard)
+      goals.push_back(std::move(goal));
+  }
   for (goal_t &goal : goals) {
     if (goal.status == pos::DISPROVED)
       continue;

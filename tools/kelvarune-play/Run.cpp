@@ -24,6 +24,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 using namespace kelvarune;
 
@@ -85,7 +86,8 @@ void tellEach(const QStringList &lines) {
 
 Run::Run(const plan_t &plan)
     : plan(plan), options(plan.options), posPath(options.posPath.toStdString()),
-      component(baseNameOfPath(posPath)), entries(options), leastJobs(options.concurrency) {
+      component(baseNameOfPath(posPath)), entries(options), recording(options),
+      leastJobs(options.concurrency) {
   const std::lock_guard lock(runMutex);
   currentRun = this;
 }
@@ -106,17 +108,23 @@ int Run::play(StopOnSignals &stopOnSignals) {
   print_metrics(posPath, options.xml, component);
   const QStringList lost = lostProofsIn(options.posPath, plan.reference);
   report(lost);
-  return status(lost);
+  const int result = status(lost);
+  if (const QString fault = recording.end(result); !fault.isEmpty())
+    complain(fault);
+  return result;
 }
 
 void Run::playMechanism(const QString &mechanism, StopOnSignals &stopOnSignals) {
   const std::unique_ptr<ProofDirector> made = directorFor(plan, component, mechanism);
+  recording.startMechanism(mechanism, made->getMechanism());
   made->setObserver(
       [this, &director = *made](const entry_record_t &record) {
+        recording.take(record);
         if (entries.take(record))
           director.stop();
       },
-      options.explain || !options.log.isEmpty() ? watch_t::PROVER_OUTPUT : watch_t::TOOLS);
+      options.explain || !options.log.isEmpty() || options.keepsHistory() ? watch_t::PROVER_OUTPUT
+                                                                          : watch_t::TOOLS);
   std::vector<file::RunLock> locks;
   if (!plan.isPrivate)
     locks = waitForSecondaryFiles(plan.directory.toStdString(), options.pogPath.toStdString(),
@@ -202,13 +210,13 @@ int Run::status(const QStringList &lost) const {
   return isBad ? NOT_PROVED : COMPLETED;
 }
 
-std::string Run::lastWords() {
+std::string Run::lastWords(int status) {
   const std::lock_guard lock(runMutex);
-  return currentRun ? currentRun->stoppedText() : std::string();
+  return currentRun ? currentRun->stoppedText(status) : std::string();
 }
 
 // Expects runMutex held, and the director stopped.
-std::string Run::stoppedText() {
+std::string Run::stoppedText(int status) {
   QString line = "stopped before the first entry"_s;
   const progress_t progress = director ? director->progress() : progress_t();
   if (progress.total > 0) {
@@ -220,7 +228,10 @@ std::string Run::stoppedText() {
       line += director->stop() ? ", all saved"_s : ", not all could be saved"_s;
   }
   std::string text;
-  for (const QString &each : QStringList(line) + entries.summary())
+  QStringList lines = QStringList(line) + entries.summary();
+  if (const QString fault = recording.end(status); !fault.isEmpty())
+    lines << fault;
+  for (const QString &each : std::as_const(lines))
     text += "kelvarune-play: " + shown(each).toStdString() + '\n';
   return text;
 }

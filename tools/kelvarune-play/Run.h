@@ -3,6 +3,7 @@
 
 #include "Entries.h"
 #include "Options.h"
+#include "Recording.h"
 #include "director/Observation.h"
 #include "director/StopOnSignals.h"
 #include "model/Goals.h"
@@ -40,15 +41,16 @@ public:
   /// Tells what would be played.
   void tellOnly();
 
-  /// What there is to say when a signal ends the program, in lines with their ends. Any thread.
-  static std::string lastWords();
+  /// Ends the run's history, for a program that a signal ends with this exit status, and gives what
+  /// there is to say then, in lines with their ends. Any thread.
+  static std::string lastWords(int status);
 
 private:
   void playMechanism(const QString &mechanism, kelvarune::StopOnSignals &stopOnSignals);
   void playOn(ProofDirector &director, kelvarune::StopOnSignals &stopOnSignals);
   void keepErrors(const ProofDirector &director);
   void setDirector(ProofDirector *now);
-  std::string stoppedText();
+  std::string stoppedText(int status);
   void report(const QStringList &lost) const;
   int status(const QStringList &lost) const;
 
@@ -57,6 +59,7 @@ private:
   const std::string posPath;
   const std::string component;
   Entries entries;
+  Recording recording;
   QStringList failedSaves;
   unsigned int leastJobs;
   ProofDirector *director = nullptr; // guarded by the mutex for lastWords

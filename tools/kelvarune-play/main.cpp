@@ -4,6 +4,7 @@
 // exit status.
 
 #include "Checks.h"
+#include "Limits.h"
 #include "Options.h"
 #include "Reference.h"
 #include "Registered.h"
@@ -49,8 +50,9 @@ int endSignalled(int number, Workspace &workspace) {
   workspace.remove();
   // A terminal has shown "^C", and perhaps half a line of results.
   const std::string lineBreak = ::isatty(STDERR_FILENO) ? "\n" : "";
-  process::offerToStandardError(lineBreak + Run::lastWords());
-  return EXIT_SIGNALLED + number;
+  const int status = EXIT_SIGNALLED + number;
+  process::offerToStandardError(lineBreak + Run::lastWords(status));
+  return status;
 }
 
 void tell(const QStringList &lines) {
@@ -123,6 +125,7 @@ plan_t planFor(const play_options_t &options, const inputs_t &inputs) {
   plan.choice.shards = options.shards;
   plan.choice.retry = options.retry;
   plan.choice.keepSecondaryFiles = options.explain;
+  plan.choice.proverWrapper = limitingCommand(options);
   plan.choice.quiet = true; // the summary tells the failures
   if (options.replay)
     plan.reference = goalsWithProofs(options.against.isEmpty() ? inputs.document : inputs.against,

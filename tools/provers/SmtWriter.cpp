@@ -80,9 +80,14 @@ std::string_view unknownSymbol(std::string_view command, const std::vector<std::
 }
 
 // What says how the prover answers, which is the writer's business: nothing asks for proofs or
-// cores, and declarations need not outlive anything.
+// cores, and declarations need not outlive anything. What z3 calls the options for models changes
+// from version to version, and a script with an old one must not fail by it.
 bool isForQueries(std::string_view option) {
-  return option.substr(0, 9) == ":produce-" || option == ":global-declarations";
+  const auto startsWith = [option](std::string_view text) {
+    return option.substr(0, text.size()) == text;
+  };
+  return startsWith(":produce-") || startsWith(":model") || startsWith(":MODEL") ||
+         option == ":global-declarations";
 }
 
 void add(std::string &text, std::string_view line) {

@@ -18,6 +18,12 @@ int restore(const options_t &options); // Restore.cpp
 int merge(const options_t &options);   // Merge.cpp
 int diff(const options_t &options);    // Diff.cpp
 int report(const options_t &options);  // Report.cpp
+int history(const options_t &options); // History.cpp
+int prune(const options_t &options);   // History.cpp
+int times(const options_t &options);   // Times.cpp
+int advise(const options_t &options);  // Advise.cpp
+int flaky(const options_t &options);   // Compare.cpp
+int compare(const options_t &options); // Compare.cpp
 
 } // namespace commands
 

@@ -19,7 +19,10 @@ const commandline::program_t &program() {
       "Shows, checks, resets and merges proof obligation status files.",
       {{"list", "FILE", {"json"}, "The registered mechanisms and their drivers."},
        {"show", "FILE TAG.N...", {"json"}, "All that is known of these goals."},
-       {"stats", "FILE...", {"json", "csv"}, "Totals, then a row per mechanism and driver."},
+       {"stats",
+        "FILE...",
+        {"json", "csv", "history"},
+        "Totals, then a row per mechanism and driver."},
        {"goals", "FILE", {"status", "tag", "json", "csv"}, "A row per goal."},
        {"check",
         "FILE",
@@ -55,7 +58,35 @@ const commandline::program_t &program() {
         {"missing-is-lost", "json"},
         "Goals gained, lost, appeared, disappeared.",
         "Exits with 1 when a proof was lost."},
-       {"report", "FILE", {"html", "junit", "unproved", "output"}, "A page or a JUnit file."}},
+       {"report",
+        "FILE",
+        {"html", "junit", "unproved", "history", "output"},
+        "A page or a JUnit file."},
+       {"times",
+        "FILE",
+        {"slowest", "driver", "goal", "run", "history", "json", "csv"},
+        "What drivers and goals took.",
+        "The last time of each driver on each goal, in seconds. An entry of several goals counts\n"
+        "for each with an equal share. \"No proof\" is what verdicts other than Proved took."},
+       {"advise",
+        "FILE",
+        {"history", "json"},
+        "The order and time limits that would have been fastest.",
+        "They give the same results, as far as the drivers were tried."},
+       {"flaky",
+        "FILE",
+        {"history", "json"},
+        "Verdicts that differ from run to run.",
+        "And results for which the prover took four fifths of its time limit or more. Exits with "
+        "1\n"
+        "when there is one."},
+       {"compare",
+        "FILE RUN RUN",
+        {"history", "json"},
+        "Two runs: slower, faster, lost, gained.",
+        "A difference counts from a fifth and 0.1 seconds on. Exits with 1 when a proof was lost."},
+       {"history", "FILE", {"history", "json"}, "The runs that were recorded."},
+       {"prune", "FILE", {"keep", "history"}, "Drops all recorded runs but the last N."}},
       {{"json"_s, "Print JSON."_s},
        {"csv"_s, "Print CSV (RFC 4180)."_s},
        {"status"_s,
@@ -74,8 +105,13 @@ const commandline::program_t &program() {
        {"html"_s, "One self-contained HTML page."_s},
        {"junit"_s, "JUnit XML."_s},
        {"unproved"_s, "JUnit: unproved goals are skipped or failed."_s, "AS"_s, "skipped"_s},
+       {"history"_s, "The history of the runs (comp.history beside comp.pos)."_s, "PATH"_s},
+       {"run"_s, "Only this run, by its number."_s, "N"_s},
+       {"slowest"_s, "So many goals, the slowest ones (10, for programs all)."_s, "N"_s},
+       {"keep"_s, "How many runs stay."_s, "N"_s},
        {{"o"_s, "output"_s}, "Write the result to this file."_s, "PATH"_s}},
-      "0 done; 1 check, diff, merge: something was found; 2 usage, input or output."};
+      "0 done; 1 check, diff, merge, flaky, compare: something was found; 2 usage, input or "
+      "output."};
   return table;
 }
 
@@ -141,11 +177,50 @@ parse_t readBackup(const given_t &given, options_t &options) {
   return parse_t::RUN;
 }
 
+/// Reads a number from 1, if it is given.
+parse_t readNumber(const given_t &given, const char *name, int &number) {
+  if (!given.has(name))
+    return parse_t::RUN;
+  number = given.value(name).toInt(); // 0 for what is no number
+  return number >= 1
+             ? parse_t::RUN
+             : refuse("--%1 takes a number from 1"_s.arg(QLatin1String(name)), given.command);
+}
+
+parse_t readHistoryOptions(const given_t &given, options_t &options) {
+  options.history = given.value("history");
+  if (given.has("history") && options.history.isEmpty())
+    return refuse("--history needs a path that is not empty"_s, given.command);
+  if (options.command == "prune"_s && !given.has("keep"))
+    return refuse("Give the number of runs that stay with --keep"_s, given.command);
+  for (const auto &[name, number] :
+       {std::pair{"run", &options.run}, {"slowest", &options.slowest}, {"keep", &options.keep}}) {
+    if (readNumber(given, name, *number) != parse_t::RUN)
+      return parse_t::REFUSED;
+  }
+  return parse_t::RUN;
+}
+
+parse_t readRuns(const QStringList &words, options_t &options) {
+  for (const QString &word : words) {
+    options.runs.push_back(word.toInt());
+    if (options.runs.back() < 1)
+      return refuse("\""_s + word + "\" is no run: kelvarune-pos history lists their numbers"_s,
+                    options.command);
+  }
+  return parse_t::RUN;
+}
+
 parse_t takeArguments(QStringList words, options_t &options) {
   if (options.command == "remove"_s)
     options.mechanism = words.takeFirst();
   if (options.command == "show"_s) {
     if (readGoals(words.mid(1), options) != parse_t::RUN)
+      return parse_t::REFUSED;
+    words = words.mid(0, 1);
+  }
+  if (options.command == "compare"_s) {
+    if (readRuns(words.mid(1), options) != parse_t::RUN)
       return parse_t::REFUSED;
     words = words.mid(0, 1);
   }
@@ -180,7 +255,8 @@ parse_t parseOptions(const QStringList &arguments, options_t &options) {
     return refuse("Give the file of the result with --output"_s, options.command);
   if (options.command == "report"_s && checkReport(given, options) != parse_t::RUN)
     return parse_t::REFUSED;
-  if (readSelection(given, options) != parse_t::RUN || readBackup(given, options) != parse_t::RUN)
+  if (readSelection(given, options) != parse_t::RUN || readBackup(given, options) != parse_t::RUN ||
+      readHistoryOptions(given, options) != parse_t::RUN)
     return parse_t::REFUSED;
   return takeArguments(given.arguments, options);
 }

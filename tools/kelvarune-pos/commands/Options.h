@@ -22,6 +22,11 @@ struct options_t {
   std::optional<QString> mechanism = {}; ///< remove, unprove
   std::optional<QString> driver = {};    ///< remove, unprove
   int backup = 0;                        ///< restore: 0 for the latest
+  QString history;                       ///< empty: the one beside the file
+  int run = 0;                           ///< times: 0 for the latest of each driver and goal
+  std::vector<int> runs;                 ///< compare
+  int slowest = 0;                       ///< times: 0 for as many as are usual
+  int keep = 0;                          ///< prune
   bool json = false;
   bool csv = false;
   bool dryRun = false;

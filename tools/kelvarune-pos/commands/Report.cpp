@@ -2,6 +2,7 @@
 
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "commands/Past.h"
 #include "files/Reading.h"
 #include "files/Saving.h"
 #include "output/Output.h"
@@ -32,7 +33,10 @@ int commands::report(const options_t &options) {
   if (!readSound(options.file(), pos::use_t::COUNTING, document))
     return EXIT_REFUSED;
   const std::vector<goal_t> goals = goalsOf(document);
+  const auto past = findHistory(options, options.file());
   if (options.html)
-    return finishReport(options, htmlPage(options.file(), goals, statsOf(document, goals)));
-  return finishReport(options, junitReport(options.file(), document, goals, options.unprovedFails));
+    return finishReport(options, htmlPage(options.file(), goals, statsOf(document, goals), past));
+  const auto seconds = past ? wallByGoal(*past) : std::map<std::pair<QString, int>, double>();
+  return finishReport(options,
+                      junitReport(options.file(), document, goals, seconds, options.unprovedFails));
 }

@@ -2,6 +2,7 @@
 
 #include "commands/Commands.h"
 #include "commands/Options.h"
+#include "commands/Past.h"
 #include "files/Reading.h"
 #include "model/Stats.h"
 #include "output/Json.h"
@@ -100,7 +101,18 @@ QString mechanismsText(const stats_t &stats) {
 struct counted_file_t {
   QString path;
   stats_t stats;
+  QJsonValue times; ///< null without a history
 };
+
+/// What drivers took, and all together.
+QJsonValue timesIn(const options_t &options, const QString &path) {
+  const auto past = findHistory(options, path);
+  if (!past)
+    return QJsonValue();
+  const plays_t plays = latestPlays(*past);
+  return QJsonObject{{"total"_s, jsonOf(timesOf(plays))},
+                     {"drivers"_s, jsonOfDrivers(*past, plays)}};
+}
 
 QString filesText(const std::vector<counted_file_t> &files, const stats_t &total) {
   Table table("lrrrrrrr");
@@ -131,12 +143,15 @@ QString statsText(const std::vector<counted_file_t> &files, const stats_t &total
 // With several files the document is that of their total, and has each of them besides.
 int finishJsonOf(const std::vector<counted_file_t> &files, const stats_t &total) {
   QJsonObject json = jsonOf(total);
-  if (files.size() == 1)
+  if (files.size() == 1) {
+    json["times"_s] = files.front().times;
     return finishJson("stats", files.front().path, json);
+  }
   QJsonArray array;
   for (const counted_file_t &file : files) {
     QJsonObject object = jsonOf(file.stats);
     object["file"_s] = file.path;
+    object["times"_s] = file.times;
     array.append(object);
   }
   json["files"_s] = array;
@@ -152,7 +167,8 @@ int commands::stats(const options_t &options) {
     QDomDocument document;
     if (!readSound(path, pos::use_t::COUNTING, document))
       return EXIT_REFUSED;
-    files.push_back({path, statsOf(document, goalsOf(document))});
+    files.push_back({path, statsOf(document, goalsOf(document)),
+                     options.json ? timesIn(options, path) : QJsonValue()});
     add(files.back().stats, total);
   }
   if (options.json)

@@ -4,6 +4,7 @@
 #include "report/HtmlPage.h"
 
 #include "front/Utils.h"
+#include "model/Times.h"
 #include "output/Json.h"
 #include "output/Output.h"
 #include "output/Words.h"
@@ -15,6 +16,9 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+
+#include <algorithm>
+#include <cmath>
 
 using namespace kelvarune;
 
@@ -92,13 +96,73 @@ QJsonObject dataOf(const QString &path, const std::vector<goal_t> &goals, const 
   return data;
 }
 
+// Whole numbers are shorter, and doubles of that size hold them.
+double microseconds(double seconds) {
+  return std::round(seconds * 1e6);
+}
+
+QJsonArray jsonOfRuns(const history::past_t &past) {
+  std::vector<plays_t> plays(past.runs.size());
+  for (const history::play_t &play : past.plays)
+    plays[play.run].push_back(&play);
+  QJsonArray runs;
+  for (std::size_t i = 0; i < past.runs.size(); ++i) {
+    const history::known_run_t &run = past.runs[i];
+    const times_t times = timesOf(plays[i]);
+    QJsonArray drivers;
+    for (const auto &[driver, played] : byDriver(plays[i]))
+      drivers.append(QJsonArray{static_cast<int>(driver), microseconds(timesOf(played).wall)});
+    runs.append(QJsonObject{
+        {"run"_s, static_cast<int>(run.id)},
+        {"started"_s, QDateTime::fromMSecsSinceEpoch(std::llround(run.started * 1000), Qt::UTC)
+                          .toString(Qt::ISODate)},
+        {"took"_s, run.ended ? QJsonValue(microseconds(*run.ended - run.started)) : QJsonValue()},
+        {"plays"_s, times.plays},
+        {"proved"_s, times.proved},
+        {"wall"_s, microseconds(times.wall)},
+        {"cpu"_s, microseconds(times.cpu)},
+        {"drivers"_s, drivers}});
+  }
+  return runs;
+}
+
+bool hasPlayed(const history::past_t &past, const std::vector<goal_t> &goals) {
+  const auto walls = wallByGoal(past);
+  return std::any_of(goals.begin(), goals.end(), [&walls](const goal_t &goal) {
+    return walls.count({goal.place.tag, goal.place.number}) > 0;
+  });
+}
+
+// The plays of each of the page's goals: driver, wall clock, processor, outcome.
+QJsonObject historyJson(const history::past_t &past, const std::vector<goal_t> &goals) {
+  QJsonArray drivers;
+  for (const history::known_driver_t &driver : past.drivers)
+    drivers.append(textOf(driver_name_t{driver.mechanism, driver.driver}));
+  std::map<std::pair<QString, int>, QJsonArray> plays;
+  for (const history::play_t *play : latestPlays(past)) {
+    const history::known_goal_t &goal = past.goals[play->goal];
+    plays[{goal.tag, goal.number}].append(
+        QJsonArray{static_cast<int>(play->driver), microseconds(play->wall),
+                   microseconds(play->cpu), static_cast<int>(play->outcome)});
+  }
+  QJsonArray ofGoals;
+  for (const goal_t &goal : goals) {
+    const auto found = plays.find({goal.place.tag, goal.place.number});
+    ofGoals.append(found == plays.end() ? QJsonArray() : found->second);
+  }
+  return {{"drivers"_s, drivers}, {"runs"_s, jsonOfRuns(past)}, {"plays"_s, ofGoals}};
+}
+
 // Within a script element only "<" could end it or start a comment.
 QByteArray scriptJson(const QJsonObject &data) {
   return QJsonDocument(data).toJson(QJsonDocument::Compact).replace("<", "\\u003c");
 }
 
 QByteArray pageOf(const QJsonObject &data) {
+  const bool hasTimes = data.contains("history"_s);
   QByteArray page = resource("page.html");
+  page.replace("@TIMESTYLE@", hasTimes ? resource("times.css") : QByteArray());
+  page.replace("@TIMES@", hasTimes ? resource("times.js") : QByteArray());
   page.replace("@STYLE@", resource("page.css"));
   page.replace("@SCRIPT@", resource("page.js"));
   page.replace("@DATA@", scriptJson(data)); // last: it may hold any of these marks
@@ -107,6 +171,10 @@ QByteArray pageOf(const QJsonObject &data) {
 
 } // namespace
 
-QByteArray htmlPage(const QString &path, const std::vector<goal_t> &goals, const stats_t &stats) {
-  return pageOf(dataOf(path, goals, stats));
+QByteArray htmlPage(const QString &path, const std::vector<goal_t> &goals, const stats_t &stats,
+                    const std::optional<history::past_t> &past) {
+  QJsonObject data = dataOf(path, goals, stats);
+  if (past && hasPlayed(*past, goals))
+    data["history"_s] = historyJson(*past, goals);
+  return pageOf(data);
 }

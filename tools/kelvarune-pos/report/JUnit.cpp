@@ -13,6 +13,7 @@
 #include <QXmlStreamWriter>
 
 #include <algorithm>
+#include <numeric>
 
 using namespace kelvarune;
 
@@ -22,6 +23,7 @@ namespace {
 struct case_t {
   goal_t goal;
   QDomElement element;
+  double seconds;
 };
 
 using cases_t = std::vector<case_t>;
@@ -58,7 +60,7 @@ std::vector<driver_name_t> driversWith(pos::status_t status, const case_t &testC
 
 /// What was concluded on a goal, and by whom: a line for each verdict.
 QString verdictsOf(const case_t &testCase) {
-  const auto &[goal, element] = testCase;
+  const auto &[goal, element, seconds] = testCase;
   QStringList lines;
   const auto add = [&lines](const QString &verdict, const std::vector<driver_name_t> &drivers) {
     if (!drivers.empty())
@@ -109,12 +111,17 @@ private:
   }
   bool isSkipped(const case_t &c) const { return c.goal.status != pos::PROVED && !isFailed(c); }
 
+  void writeTime(double seconds) {
+    xml.writeAttribute("time"_s, seconds == 0 ? "0"_s : QString::number(seconds, 'f', 6));
+  }
+
   void writeCounts(cases_t::const_iterator first, cases_t::const_iterator last) {
     const auto failed = std::count_if(first, last, [this](const case_t &c) { return isFailed(c); });
     xml.writeAttribute("tests"_s, QString::number(last - first));
     xml.writeAttribute("failures"_s, QString::number(failed));
     xml.writeAttribute("errors"_s, "0"_s);
-    xml.writeAttribute("time"_s, "0"_s);
+    writeTime(std::accumulate(first, last, 0.0,
+                              [](double sum, const case_t &c) { return sum + c.seconds; }));
   }
 
   void writeSuite(cases_t::const_iterator first, cases_t::const_iterator last) {
@@ -132,7 +139,7 @@ private:
     xml.writeStartElement("testcase"_s);
     xml.writeAttribute("classname"_s, component + QLatin1Char('.') + xmlText(c.goal.place.tag));
     xml.writeAttribute("name"_s, textOf(c.goal.place));
-    xml.writeAttribute("time"_s, "0"_s);
+    writeTime(c.seconds);
     const QString proofs = proofsOf(c.goal);
     if (isSkipped(c))
       writeOutcome("skipped"_s, c);
@@ -160,11 +167,15 @@ private:
 } // namespace
 
 QByteArray junitReport(const QString &path, const QDomDocument &document,
-                       const std::vector<goal_t> &goals, bool unprovedFails) {
+                       const std::vector<goal_t> &goals,
+                       const std::map<std::pair<QString, int>, double> &seconds,
+                       bool unprovedFails) {
   cases_t cases;
   const std::vector<pos::goal_t> elements = pos::goalsOf(document);
-  for (std::size_t i = 0; i < goals.size(); ++i)
-    cases.push_back({goals[i], elements[i].element});
+  for (std::size_t i = 0; i < goals.size(); ++i) {
+    const auto took = seconds.find({goals[i].place.tag, goals[i].place.number});
+    cases.push_back({goals[i], elements[i].element, took == seconds.end() ? 0 : took->second});
+  }
   QByteArray bytes;
   JUnitWriter(bytes, path, unprovedFails).write(cases);
   return bytes;

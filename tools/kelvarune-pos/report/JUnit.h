@@ -5,10 +5,15 @@
 
 #include <QByteArray>
 
+#include <map>
+#include <utility>
+
 /// The goals of the POS file at `path`, which is `document`, as JUnit XML. A goal without a
 /// reliable proof is skipped, or failed when `unprovedFails`; its case then says what each driver
-/// concluded.
+/// concluded. `seconds` has what the goals took, by tag and number.
 QByteArray junitReport(const QString &path, const QDomDocument &document,
-                       const std::vector<goal_t> &goals, bool unprovedFails);
+                       const std::vector<goal_t> &goals,
+                       const std::map<std::pair<QString, int>, double> &seconds,
+                       bool unprovedFails);
 
 #endif

@@ -43,6 +43,13 @@
     index, obligation, n, status, proofs, uncounted, disproofs, own, only, source,
     name: `${data.obligations[obligation]}.${n}`,
   }));
+  // What the goal took, all drivers together, in microseconds; null where that is not known.
+  if (data.history) {
+    for (const goal of goals) {
+      const plays = data.history.plays[goal.index];
+      goal.time = plays.length ? plays.reduce((sum, [, wall]) => sum + wall, 0) : null;
+    }
+  }
   const driverNames = (indexes) => indexes.map((i) => data.drivers[i]).join(", ");
   for (const goal of goals) {
     goal.by = driverNames(goal.proofs);
@@ -246,6 +253,7 @@
   const COMPARE = {
     goal: (a, b) => tiles[a.obligation].rank - tiles[b.obligation].rank || a.n - b.n,
     status: (a, b) => RANK[a.status] - RANK[b.status],
+    time: (a, b) => (a.time === null ? -1 : a.time) - (b.time === null ? -1 : b.time),
     proof: (a, b) => collator.compare(a.by || a.own || a.against || "\uffff", b.by || b.own || b.against || "\uffff"),
   };
 
@@ -378,7 +386,7 @@
     const driver = data.drivers.indexOf(name);
     const tagged = tiles.filter((tile) => tile.tag === params.get("obligation"));
     const tile = tagged[Number(get("nth"))];
-    const [, down, column] = get("sort").match(/^(-?)(goal|status|proof|file)$/) || ["", "-", "status"];
+    const [, down, column] = get("sort").match(/^(-?)(goal|status|proof|time|file)$/) || ["", "-", "status"];
     const keys = get("status").split(",");
     Object.assign(filter, {
       text: get("q"),
@@ -386,7 +394,7 @@
       by: ROLE_NAMES.includes(role) && driver >= 0 ? `${role}:${driver}` : "",
       single: get("single") === "1",
       obligation: tile ? tile.index : null,
-      sort: column, down: down === "-",
+      sort: column === "time" && !data.history ? "status" : column, down: down === "-",
       order: Object.keys(ORDERS).includes(get("order")) ? get("order") : "open",
     });
     showTiles();
@@ -417,12 +425,15 @@
         element("span", { class: "goal" }, element("span", {}, data.obligations[goal.obligation]), `.${goal.n}`,
           goal.source ? element("span", { class: "source" }, goal.source) : "")),
       element("td", { class: "c-status", role: "cell" }, element("span", { class: `dot s${goal.status}` }), NAME[goal.status]),
-      proofCell(goal));
+      proofCell(goal),
+      ...(data.history ? [element("td", { class: "c-time", role: "cell" }, goal.time === null ? "" : `${(goal.time / 1e6).toFixed(3)} s`)] : []));
   }
+
+  const columns = data.history ? 4 : 3;
 
   function space(rows, height) {
     return element("tr", { class: "space", "aria-hidden": "true" },
-      element("td", { colspan: 3, style: `height:${rows * height}px` }));
+      element("td", { colspan: columns, style: `height:${rows * height}px` }));
   }
 
   function draw(force, all) {
@@ -440,10 +451,19 @@
     if (first > 0) rows.unshift(space(first, height));
     if (last < shown.length) rows.push(space(shown.length - last, height));
     if (shown.length === 0)
-      rows.push(element("tr", {}, element("td", { class: "empty", colspan: 3 }, "No goal matches the filters.")));
+      rows.push(element("tr", {}, element("td", { class: "empty", colspan: columns }, "No goal matches the filters.")));
     byId("rows").replaceChildren(...rows);
   }
 
+  if (data.history && goals.length) {
+    document.querySelector("#table thead tr").append(element("th",
+      { scope: "col", role: "columnheader", class: "c-time", "data-sort": "time" }, element("button", { type: "button" }, "Time")));
+    kelvaruneTimes({ data, goals, element, svg, number, plural, find: (name) => {
+      Object.assign(filter, unfiltered(), { text: name });
+      update();
+      byId("goals").scrollIntoView();
+    } });
+  }
   tiles.forEach(makeTile);
   showTotals();
   showMechanisms();
