@@ -215,7 +215,8 @@ set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_SHLIBDEPS ON)
 # Scripts of the examples are for python3.
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_DEPENDS "python3:any")
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_RECOMMENDS "z3, cvc5")
-set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_SUGGESTS "libkelvarune-dev, slurm-client")
+set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_SUGGESTS
+    "libkelvarune-dev, slurm-client, eprover, spass, cvc4, boolector")
 set(CPACK_COMPONENT_UNSPECIFIED_DESCRIPTION
     "replays external proof mechanisms over proof obligations
 kelvarune runs provers over the proof obligations of one component of a formal

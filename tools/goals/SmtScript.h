@@ -13,8 +13,9 @@ namespace kelvarune::goals {
 ///
 /// A goal is what counts at its check: options and logic, what is declared, defined and asserted on
 /// the stack at that point. push, pop, reset, reset-assertions, exit and :global-declarations mean
-/// what they do for provers. Queries, information and what only guides a prover's output or its
-/// limits are no part of a goal. A (set-info :status ...) is the expected answer of the next check.
+/// what the standard says; z3 4.8 keeps declarations over a reset-assertions, which it should not.
+/// Queries, information and what only guides a prover's output or its limits are no part of a goal.
+/// A (set-info :status ...) is the expected answer of the next check.
 std::optional<fault_t> scanSmt(std::string_view script, const visit_t &visit);
 
 /// A goal's commands, as they stand in its script; parts of it.
