@@ -9,9 +9,9 @@ using namespace kelvarune;
 
 namespace {
 
-constexpr std::size_t MOST_BYTES = 256 * 1024; // that wait
+constexpr std::size_t MOST_BYTES = 1 << 18; // that wait
 constexpr std::size_t MOST_ITEMS = 256;
-constexpr off_t LARGE = 64 * 1024;
+constexpr off_t LARGE = 1 << 16;
 
 std::optional<file_text_t> textAhead(const std::string &path) {
   struct stat status = {};

@@ -26,6 +26,7 @@ void visitTexts(language_t language, const std::string &text, const std::string 
     return;
   }
   std::vector<std::size_t> indexes;
+  indexes.reserve(checks.size());
   for (const goals::check_t &check : checks)
     indexes.push_back(check.index);
   std::size_t next = 0;
