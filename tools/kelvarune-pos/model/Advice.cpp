@@ -297,11 +297,12 @@ order_t bestOrder(const Game &game, const board_t &board) {
     }
   }
   order_t order;
-  for (auto [played, last] = best; last < count;) {
+  set_t played = best.first;
+  std::size_t last = best.second;
+  while (last < count) {
     order.push_back(last);
-    const std::size_t before = states[played][last].before;
     played &= ~bit(last);
-    last = before;
+    last = states[played | bit(last)][last].before;
   }
   std::reverse(order.begin(), order.end());
   return order;

@@ -10,10 +10,12 @@ plays_t latestPlays(const past_t &past) {
   for (std::size_t i = 0; i < past.plays.size(); ++i)
     last[{past.plays[i].driver, past.plays[i].goal}] = i;
   std::vector<std::size_t> indexes;
+  indexes.reserve(last.size());
   for (const auto &[pair, index] : last)
     indexes.push_back(index);
   std::sort(indexes.begin(), indexes.end());
   plays_t plays;
+  plays.reserve(indexes.size());
   for (const std::size_t index : indexes)
     plays.push_back(&past.plays[index]);
   return plays;
@@ -30,6 +32,7 @@ double quantile(std::vector<double> values, double share) {
 times_t timesOf(const plays_t &plays) {
   times_t times;
   std::vector<double> walls;
+  walls.reserve(plays.size());
   for (const play_t *play : plays) {
     ++times.plays;
     times.proved += play->outcome == outcome_t::PROVED ? 1 : 0;
