@@ -160,6 +160,8 @@ endif()
 file(INSTALL \"${completions}/_kelvarune\"
      DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/zsh/\${kelvarune_zsh}\")")
 
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/guides
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kelvarune)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/mechanisms DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvarune)
 
 # Not below share/doc: small systems leave that out when they install packages.
