@@ -170,7 +170,7 @@ QString endOf(const tool_record_t &tool) {
   case end_t::EXITED:
     break;
   }
-  if (const QString limit = reachedLimit(tool); !limit.isEmpty())
+  if (QString limit = reachedLimit(tool); !limit.isEmpty())
     return limit;
   return "exited with status %1"_s.arg(tool.number);
 }
