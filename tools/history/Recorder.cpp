@@ -30,11 +30,16 @@ Recorder::Recorder(const QString &path, run_t run) : path(path), run(std::move(r
 }
 
 Recorder::~Recorder() {
-  {
-    const std::lock_guard lock(mutex);
-    over = true;
-    changed.notify_all();
-  }
+  std::unique_lock lock(mutex);
+  over = true;
+  changed.notify_all();
+  changed.wait(lock, [this] { return written; });
+  joinThread();
+}
+
+// `mutex` is held: a stop may call `end` while the run ends by itself. The thread does not take it
+// any more once all is written.
+void Recorder::joinThread() {
   if (thread.joinable())
     thread.join();
 }
@@ -60,6 +65,7 @@ QString Recorder::end(int exitStatus, std::chrono::milliseconds patience) {
   changed.notify_all();
   if (!changed.wait_for(lock, patience, [this] { return written; }))
     return path + ": not all of this run is in the history: it cannot be written now"_s;
+  joinThread();
   return fault.isEmpty() ? QString()
                          : "%1: %2; not all of this run is in the history"_s.arg(path, fault);
 }

@@ -47,6 +47,7 @@ private:
   };
 
   void work();
+  void joinThread();
   void write(std::unique_ptr<Store> &store, const batch_t &batch, bool isLast);
 
   const QString path;
