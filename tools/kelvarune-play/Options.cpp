@@ -76,6 +76,9 @@ constexpr option_t OPTIONS[] = {
     {"", "time-limit", "SECONDS", "End every prover after that time, with all it has started."},
     {"", "memory-limit", "SIZE",
      "End every prover, with all it has started, that takes more memory; with K, M, G or T."},
+    {"", "cache", "DIR",
+     "Keep the definite answers of every prover in this directory, and do not run it again for the "
+     "same question."},
     {"", "dry-run", "", "Tell what would be played, with -v every command, and change nothing."},
     {"", "color", "WHEN", "Colours in explanations: auto (on a terminal), always or never."},
     {"", "shard", "K/N",
@@ -184,6 +187,7 @@ void takeValues(const QCommandLineParser &parser, play_options_t &options) {
   options.driver = parser.value("driver"_s);
   options.goals = parser.values("goal"_s);
   options.against = parser.value("against"_s);
+  options.cache = parser.value("cache"_s);
   options.log = parser.value("log"_s);
   if (!parser.isSet("no-history"_s)) // before a part gets a copy of the status file
     options.history = parser.isSet("history"_s) ? parser.value("history"_s)
@@ -246,7 +250,7 @@ bool check(const QCommandLineParser &parser, const play_options_t &options) {
     return refuse("The options --driver and --goal need a value that is not empty."_s);
   if (parser.isSet("color"_s) && !setColour(parser.value("color"_s)))
     return refuse("--color takes auto, always or never."_s);
-  for (const char *name : {"directory", "log", "against", "history"}) {
+  for (const char *name : {"directory", "log", "against", "history", "cache"}) {
     if (parser.isSet(QLatin1String(name)) && parser.value(QLatin1String(name)).isEmpty())
       return refuse("The option --%1 needs a value that is not empty."_s.arg(QLatin1String(name)));
   }

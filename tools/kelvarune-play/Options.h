@@ -40,6 +40,7 @@ struct play_options_t {
   int trace = 0;
   QString timeLimit;   ///< in seconds; empty: none
   QString memoryLimit; ///< empty: none
+  QString cache;       ///< the directory of the answers that provers gave before; empty: none
 
   /// Whether only some goals are played.
   bool isForSomeGoals() const { return failed || !goals.isEmpty(); }

@@ -125,7 +125,7 @@ plan_t planFor(const play_options_t &options, const inputs_t &inputs) {
   plan.choice.shards = options.shards;
   plan.choice.retry = options.retry;
   plan.choice.keepSecondaryFiles = options.explain;
-  plan.choice.proverWrapper = limitingCommand(options);
+  plan.choice.proverWrapper = wrappingCommand(options);
   plan.choice.quiet = true; // the summary tells the failures
   if (options.replay)
     plan.reference = goalsWithProofs(options.against.isEmpty() ? inputs.document : inputs.against,
