@@ -45,6 +45,9 @@ constexpr option_t OPTIONS[] = {
      "Directory whose proof mechanism descriptions (*.xml) are played in name order."},
     {"s", "pos", "FILE", "File with proof obligation statuses."},
     {"p", "pog", "FILE", "File with proof obligations."},
+    {"", "sources", "PATH",
+     "Files with goals that kelvarune-goals makes the two of, or a directory of them (may be "
+     "repeated)."},
     {"d", "directory", "DIR",
      "Directory for temporary files (a private one below TMPDIR unless given)."},
     {"c", "concurrency", "N",
@@ -145,22 +148,6 @@ QStringList descriptionsIn(const QString &directory) {
   return files;
 }
 
-/// Puts the descriptions in the place of the names of installed mechanisms, whose tools are then
-/// also looked for where those are. A file of that name comes first.
-void findInstalled(play_options_t &options) {
-  bool some = false;
-  for (QString &mechanism : options.mechanisms) {
-    const QString file = QFileInfo::exists(mechanism) ? QString() : installed::mechanism(mechanism);
-    if (!file.isEmpty())
-      mechanism = file;
-    some = some || !file.isEmpty();
-  }
-  if (!some)
-    return;
-  for (const std::string &directory : installed::toolDirectories())
-    options.installDirs.push_back(directory);
-}
-
 /// How many processors this process may use, at least 1.
 int usableProcessors() {
   constexpr std::size_t MOST_SETS = 64;
@@ -183,6 +170,7 @@ void takeValues(const QCommandLineParser &parser, play_options_t &options) {
   options.mechanismDirectory = parser.value("mechanism-directory"_s);
   options.posPath = parser.value("pos"_s);
   options.pogPath = parser.value("pog"_s);
+  options.sources = parser.values("sources"_s);
   options.directory = parser.value("directory"_s);
   options.driver = parser.value("driver"_s);
   options.goals = parser.values("goal"_s);
@@ -243,6 +231,13 @@ bool takeShard(const QCommandLineParser &parser, play_options_t &options) {
          refuse("--shard takes K/N: two numbers, K from 1 to N."_s);
 }
 
+/// Whether the two files are as kelvarune-goals makes them.
+bool areTogether(const play_options_t &options) {
+  const QString suffix = ".pog"_s;
+  return options.pogPath.endsWith(suffix) &&
+         options.posPath == options.pogPath.chopped(suffix.size()) + ".pos"_s;
+}
+
 /// Whether the options go together.
 bool check(const QCommandLineParser &parser, const play_options_t &options) {
   // An empty value, perhaps of an unset variable, would silently mean everything.
@@ -256,7 +251,10 @@ bool check(const QCommandLineParser &parser, const play_options_t &options) {
   }
   if (options.posPath.isEmpty() || options.pogPath.isEmpty())
     return refuse("The options --pos and --pog are needed."_s);
-  if (options.mechanisms.isEmpty() == options.mechanismDirectory.isEmpty())
+  if (!options.sources.isEmpty() && !areTogether(options))
+    return refuse("With --sources, --pog names a file X.pog and --pos X.pos beside it."_s);
+  const bool mayChoose = !options.sources.isEmpty() && options.mechanisms.isEmpty();
+  if (!mayChoose && options.mechanisms.isEmpty() == options.mechanismDirectory.isEmpty())
     return refuse("Either --mechanism or --mechanism-directory is needed, and not both."_s);
   for (const auto &[first, second] : CONFLICTS) {
     if (parser.isSet(QLatin1String(first)) && parser.isSet(QLatin1String(second)))
@@ -272,6 +270,20 @@ bool check(const QCommandLineParser &parser, const play_options_t &options) {
 }
 
 } // namespace
+
+void findInstalled(play_options_t &options) {
+  bool some = false;
+  for (QString &mechanism : options.mechanisms) {
+    const QString file = QFileInfo::exists(mechanism) ? QString() : installed::mechanism(mechanism);
+    if (!file.isEmpty())
+      mechanism = file;
+    some = some || !file.isEmpty();
+  }
+  if (!some)
+    return;
+  for (const std::string &directory : installed::toolDirectories())
+    options.installDirs.push_back(directory);
+}
 
 bool parseOptions(const QStringList &words, play_options_t &options) {
   QCommandLineParser parser;
@@ -302,7 +314,7 @@ bool parseOptions(const QStringList &words, play_options_t &options) {
   findInstalled(options);
   if (!options.mechanismDirectory.isEmpty())
     options.mechanisms = descriptionsIn(options.mechanismDirectory);
-  if (options.mechanisms.isEmpty())
+  if (options.mechanisms.isEmpty() && !options.mechanismDirectory.isEmpty())
     return refuse("No mechanism description (*.xml) in "_s + options.mechanismDirectory + "."_s);
   return true;
 }

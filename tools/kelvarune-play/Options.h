@@ -13,7 +13,8 @@ struct play_options_t {
   QString mechanismDirectory;
   QString posPath;
   QString pogPath;
-  QString directory; ///< empty: a private one
+  QStringList sources; ///< files with goals that the POG is made of; empty: it is there
+  QString directory;   ///< empty: a private one
   QStringList resources;
   std::vector<std::string> installDirs;
   QString driver;    ///< empty: all drivers
@@ -55,6 +56,10 @@ struct play_options_t {
     return (driver.isEmpty() || name == driver) && (!fast || isFast);
   }
 };
+
+/// Puts the descriptions in the place of the names of installed mechanisms, whose tools are then
+/// also looked for where those are. A file of that name comes first.
+void findInstalled(play_options_t &options);
 
 /// Reads the command line. Prints help or version and exits with 0 when asked to. An unusable
 /// command line gives one line on standard error and false.

@@ -10,6 +10,7 @@
 #include "Registered.h"
 #include "Run.h"
 #include "Shard.h"
+#include "Sources.h"
 #include "StatusLine.h"
 #include "Workspace.h"
 #include "director/StopOnSignals.h"
@@ -24,6 +25,7 @@
 #include <QCoreApplication>
 #include <QDir>
 
+#include <optional>
 #include <utility>
 
 #include <signal.h>
@@ -98,10 +100,8 @@ bool takeShard(play_options_t &options) {
   return fault.isEmpty();
 }
 
-/// Reads the command line and checks the inputs. False after telling what cannot be used.
+/// Checks the inputs and reads them. False after telling what cannot be used.
 bool getReady(play_options_t &options, inputs_t &inputs, file::RunLock &lock) {
-  if (!parseOptions(QCoreApplication::arguments(), options))
-    return false;
   QStringList faults = faultsOfFiles(options);
   tell(faults);
   if (!faults.isEmpty() || !takeTurn(options, lock))
@@ -180,6 +180,10 @@ int main(int argc, char **argv) {
   {
     play_options_t options;
     inputs_t inputs;
+    if (!parseOptions(QCoreApplication::arguments(), options))
+      return EXIT_UNUSABLE;
+    if (const std::optional<int> status = bringInStep(options))
+      return *status;
     if (!getReady(options, inputs, lock))
       return EXIT_UNUSABLE;
     plan = planFor(options, inputs);
