@@ -278,10 +278,42 @@ void ProofDirector::proveJob() {
 
 void ProofDirector::writeAndProveJob() {
   unsigned long index = 0;
-  while (claimEntry(job_t::WRITING, index) || parts->crew.takeOver(index)) {
-    if (!runEntry(index))
+  while (parts->slots ? takeSlotAndEntry(index) : takeEntry(index)) {
+    const bool stays = runEntry(index);
+    if (parts->slots)
+      parts->slots->release();
+    if (!stays)
       return;
   }
+}
+
+bool ProofDirector::takeEntry(unsigned long &index) {
+  return claimEntry(job_t::WRITING, index) || parts->crew.takeOver(index);
+}
+
+bool ProofDirector::hasEntry() {
+  if (parts->tools.areClosed())
+    return false;
+  const std::lock_guard lock(jobMutex);
+  return nextIndex < writerData.size() || parts->crew.hasReturned();
+}
+
+// The slot comes first: an entry that waits for one would be kept from those who have one. A worker
+// that finds nothing to do lets those that still wait find that out, too.
+bool ProofDirector::takeSlotAndEntry(unsigned long &index) {
+  bool ended = false;
+  while (!ended) {
+    if (!parts->slots->acquire([this] { return hasEntry(); })) {
+      ended = parts->crew.end(parts->tools.areClosed());
+      continue;
+    }
+    if (takeEntry(index))
+      return true;
+    parts->slots->release();
+    ended = true;
+  }
+  parts->slots->wake();
+  return false;
 }
 
 // False when the worker has left and given the entry back.

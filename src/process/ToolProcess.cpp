@@ -34,6 +34,9 @@ constexpr int ASK_AGAIN_MS = 5;
 constexpr int LAST_CLASSIC_SIGNAL = 31;
 constexpr std::uint64_t BYTES_PER_KIB = 1024;
 
+/// What tools get beside the standard descriptors; -1 for none.
+int inherited[2] = {-1, -1};
+
 /// All that the child needs, made ready before it exists: it must not allocate.
 struct child_t {
   const char *program;
@@ -108,6 +111,10 @@ void resetSignals(const child_t &child) {
   ::dup2(child.standardError, STDERR_FILENO);
   if (child.leadsSession)
     keepStandardDescriptorsOnly();
+  for (const int fd : inherited) {
+    if (fd >= 0)
+      ::fcntl(fd, F_SETFD, 0);
+  }
   if (child.descriptorLimit)
     ::setrlimit(RLIMIT_NOFILE, child.descriptorLimit);
   resetSignals(child);
@@ -167,6 +174,11 @@ int waitFor(pid_t pid, siginfo_t &info, int options, rusage *usage) {
 }
 
 } // namespace
+
+void letToolsInherit(const std::vector<int> &descriptors) {
+  for (std::size_t i = 0; i < std::size(inherited); ++i)
+    inherited[i] = i < descriptors.size() ? descriptors[i] : -1;
+}
 
 ToolProcess::~ToolProcess() {
   kill();
@@ -260,10 +272,10 @@ bool ToolProcess::waitForEnd(const std::vector<PipeReader *> &outputs, int limit
   return true;
 }
 
-void ToolProcess::kill() {
+void ToolProcess::kill(int number) {
   const std::lock_guard lock(endMutex);
   if (pid > 0)
-    ::kill(pid, SIGKILL);
+    ::kill(pid, number);
 }
 
 pid_t ToolProcess::session() const {

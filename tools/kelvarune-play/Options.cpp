@@ -51,8 +51,8 @@ constexpr option_t OPTIONS[] = {
     {"d", "directory", "DIR",
      "Directory for temporary files (a private one below TMPDIR unless given)."},
     {"c", "concurrency", "N",
-     "Number of goals or groups of goals proved at once (1); auto: one for each processor that "
-     "may be used."},
+     "Number of goals or groups of goals proved at once (1, or as many as a make that runs this "
+     "program allows); auto: one for each processor that may be used, or as make allows."},
     {"t", "trace", "N", "Trace level; 1 traces the director (0)."},
     {"x", "xml", "", "XML-tagged output."},
     {"", "driver", "NAME", "Play this driver only."},
@@ -201,6 +201,7 @@ bool takeNumbers(const QCommandLineParser &parser, play_options_t &options) {
   else if (!integerOf(jobs, 1, number) || number < 1)
     return refuse("The concurrency must be a number from 1."_s);
   options.concurrency = static_cast<unsigned int>(number);
+  options.hasJobs = !jobs.isEmpty() && jobs != "auto"_s;
   if (!integerOf(parser.value("trace"_s), 0, options.trace))
     return refuse("The trace level must be a number."_s);
   if (!integerOf(parser.value(QLatin1String(STOP_ON_FAILURE)), 0, number) || number < 0 ||

@@ -38,6 +38,7 @@ struct play_options_t {
   bool strict = false;
   bool xml = false;
   unsigned int concurrency = 1;
+  bool hasJobs = false; ///< the concurrency was given as a number
   int trace = 0;
   QString timeLimit;   ///< in seconds; empty: none
   QString memoryLimit; ///< empty: none

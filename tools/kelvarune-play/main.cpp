@@ -6,26 +6,34 @@
 #include "Checks.h"
 #include "Limits.h"
 #include "Options.h"
+#include "Part.h"
 #include "Reference.h"
 #include "Registered.h"
 #include "Run.h"
 #include "Shard.h"
+#include "SideBySide.h"
 #include "Sources.h"
 #include "StatusLine.h"
 #include "Workspace.h"
 #include "director/StopOnSignals.h"
 #include "front/Waiting.h"
+#include "jobserver/Slots.h"
+#include "jobserver/Tokens.h"
 #include "output/Output.h"
 #include "process/Guardian.h"
 #include "process/StandardStreams.h"
 #include "process/StartUp.h"
+#include "process/ToolProcess.h"
 #include "resource/ResourceManager.h"
 #include "text/Literals.h"
 
 #include <QCoreApplication>
 #include <QDir>
 
+#include <algorithm>
+#include <cstdlib>
 #include <optional>
+#include <thread>
 #include <utility>
 
 #include <signal.h>
@@ -46,12 +54,19 @@ std::vector<int> stopSignals() {
                                       : std::vector<int>{SIGINT, SIGTERM, SIGHUP};
 }
 
-int endSignalled(int number, Workspace &workspace) {
+std::string makeFlags() {
+  const char *flags = std::getenv("MAKEFLAGS");
+  return flags ? flags : "";
+}
+
+int endSignalled(int number, Workspace &workspace, jobserver::Tokens &tokens) {
   StatusLine::endAll();
+  const bool areMany = stopSideBySide(number);
+  tokens.giveBackAll();
   file::RunLock::releaseAll();
   workspace.remove();
   // A terminal has shown "^C", and perhaps half a line of results.
-  const std::string lineBreak = ::isatty(STDERR_FILENO) ? "\n" : "";
+  const std::string lineBreak = ::isatty(STDERR_FILENO) && !areMany ? "\n" : "";
   const int status = EXIT_SIGNALLED + number;
   process::offerToStandardError(lineBreak + Run::lastWords(status));
   return status;
@@ -163,14 +178,45 @@ bool makeDirectories(plan_t &plan, Workspace &workspace) {
   return !plan.directory.isEmpty();
 }
 
+jobserver::Tokens tokensOfMake() {
+  return jobserver::Tokens(jobserver::serverIn(makeFlags()));
+}
+
+/// Whatever ends this program: its tokens are given back.
+process::Guardian::duty_t dutyFor(jobserver::Tokens &tokens) {
+  if (!tokens.areThere())
+    return {};
+  return {tokens.writeEnd(), [&tokens](int descriptor) { tokens.giveBackAllTo(descriptor); }};
+}
+
+/// Lets the run share the budget of a make that has started it, unless it has a number of its own.
+void joinMake(const jobserver::Tokens &tokens, jobserver::Slots &slots, plan_t &plan) {
+  play_options_t &options = plan.options;
+  const jobserver::server_t &server = tokens.of();
+  if (options.hasJobs || server.form == jobserver::server_t::form_t::NONE)
+    return;
+  if (!tokens.areThere()) {
+    complain("MAKEFLAGS names a jobserver that is not there; a \"+\" before the command in the "
+             "Makefile hands it on."_s);
+    return;
+  }
+  options.concurrency =
+      tokens.jobs() > 0 ? tokens.jobs() : std::max(1U, std::thread::hardware_concurrency());
+  plan.slots = &slots;
+  process::letToolsInherit({server.readEnd, server.writeEnd});
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
   process::startUp();
-  const process::Guardian guardian;
+  Part part = Part::fromStarter();
+  jobserver::Tokens tokens = tokensOfMake(); // before descriptors get the numbers of missing ones
+  const process::Guardian guardian(dutyFor(tokens));
+  jobserver::Slots slots(tokens);
   Workspace workspace;
   StopOnSignals stopOnSignals(stopSignals(),
-                              [&](int number) { return endSignalled(number, workspace); });
+                              [&](int number) { return endSignalled(number, workspace, tokens); });
   const QCoreApplication application(argc, argv);
   QCoreApplication::setApplicationName("kelvarune-play"_s);
   QCoreApplication::setApplicationVersion(QStringLiteral(KELVARUNE_VERSION));
@@ -182,14 +228,18 @@ int main(int argc, char **argv) {
     inputs_t inputs;
     if (!parseOptions(QCoreApplication::arguments(), options))
       return EXIT_UNUSABLE;
+    if (jobserver::isDryRun(makeFlags())) // make tells the command itself
+      return EXIT_COMPLETED;
     if (const std::optional<int> status = bringInStep(options))
       return *status;
     if (!getReady(options, inputs, lock))
       return EXIT_UNUSABLE;
     plan = planFor(options, inputs);
+    plan.part = &part;
   }
   if (!makeDirectories(plan, workspace) || !takeShard(plan.options))
     return EXIT_UNUSABLE;
+  joinMake(tokens, slots, plan);
   Run run(plan);
   if (!plan.options.dryRun)
     return run.play(stopOnSignals);
