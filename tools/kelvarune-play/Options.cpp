@@ -6,6 +6,7 @@
 #include "files/Installed.h"
 #include "history/Records.h"
 #include "output/Output.h"
+#include "project/Options.h"
 #include "text/Literals.h"
 #include "wrapper/Quantities.h"
 
@@ -17,6 +18,7 @@
 #include <chrono>
 #include <cstdint>
 #include <iostream>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -98,9 +100,9 @@ constexpr option_t OPTIONS[] = {
 
 /// Options of which the first makes no sense with the second.
 constexpr std::pair<const char *, const char *> CONFLICTS[] = {
-    {"goal", "failed"},  {"replay", "goal"},        {"replay", "failed"}, {"replay", "record"},
-    {"replay", "retry"}, {"explain", "xml"},        {"dry-run", "xml"},   {"shard", "goal"},
-    {"shard", "failed"}, {"history", "no-history"},
+    {"goal", "failed"},  {"replay", "goal"}, {"replay", "failed"}, {"replay", "record"},
+    {"replay", "retry"}, {"explain", "xml"}, {"dry-run", "xml"},   {"shard", "goal"},
+    {"shard", "failed"}, {"config", "pos"},  {"config", "pog"},    {"history", "no-history"},
 };
 
 QStringList namesOf(const option_t &option) {
@@ -126,7 +128,7 @@ QString textOfError(const QCommandLineParser &parser) {
   const QString unknown = parser.unknownOptionNames().value(0);
   if (unknown.size() < 2) // nothing is like a letter
     return parser.errorText();
-  QStringList known = {"--help"_s, "--version"_s};
+  QStringList known = {"--help"_s, "--version"_s, "--config"_s, "--no-config"_s};
   for (const option_t &option : OPTIONS)
     known << "--"_s + QLatin1String(option.name);
   return "Unknown option '--%1'%2."_s.arg(unknown, commandline::hintFor("--"_s + unknown, known));
@@ -250,6 +252,9 @@ bool check(const QCommandLineParser &parser, const play_options_t &options) {
     if (parser.isSet(QLatin1String(name)) && parser.value(QLatin1String(name)).isEmpty())
       return refuse("The option --%1 needs a value that is not empty."_s.arg(QLatin1String(name)));
   }
+  if (!parser.isSet("pos"_s) && !parser.isSet("pog"_s) && !parser.isSet("no-config"_s))
+    return refuse(
+        "The options --pos and --pog are needed. There is no kelvarune.toml here or above."_s);
   if (options.posPath.isEmpty() || options.pogPath.isEmpty())
     return refuse("The options --pos and --pog are needed."_s);
   if (!options.sources.isEmpty() && !areTogether(options))
@@ -270,6 +275,67 @@ bool check(const QCommandLineParser &parser, const play_options_t &options) {
          refuse("The option --against needs --replay."_s);
 }
 
+/// Reads the words; false after telling what cannot be read.
+bool parseWords(QCommandLineParser &parser, const QStringList &words) {
+  parser.setApplicationDescription(
+      "Registers proof mechanisms in a POS file and plays their drivers on its goals.\n\n"
+      "Without --pos and --pog: plays the components NAME, or all, of a project, side by side.\n\n"
+      "Exit status: 0 the run completed; 1 with --strict, some goal is not proved, with --replay\n"
+      "some proof is lost, with --stop-on-failure some goal is disproved; 2 unusable command line\n"
+      "or input; 3 some tool or save failed; 128+N stopped by signal N."_s);
+  for (const option_t &option : OPTIONS)
+    parser.addOption(QCommandLineOption(namesOf(option), QString::fromLatin1(option.description),
+                                        QString::fromLatin1(option.value)));
+  parser.addOptions({project::configOption(), project::noConfigOption()});
+  const QCommandLineOption help({"h"_s, "help"_s}, "Show this help."_s); // Qt's adds --help-all
+  parser.addOption(help);
+  const QCommandLineOption version = parser.addVersionOption();
+  parser.addPositionalArgument("NAME"_s, "A component of the project."_s, "[NAME...]"_s);
+  if (!parser.parse(withValues(words)))
+    return refuse(textOfError(parser));
+  if (parser.isSet(help))
+    parser.showHelp(0);
+  if (parser.isSet(version) && !(parser.isSet("dry-run"_s) && words.contains("-v"_s)))
+    parser.showVersion();
+  return true;
+}
+
+/// Fills in what the command line asks of a project. Nothing when there is none, false after
+/// telling what is wrong with it.
+std::optional<bool> takeProject(const QCommandLineParser &parser, project_request_t &request) {
+  project::choice_t choice;
+  choice.none = parser.isSet("no-config"_s);
+  if (parser.isSet("config"_s))
+    choice.config = parser.value("config"_s);
+  QStringList faults;
+  const std::optional<project::project_t> found = project::fromOptions(choice, faults);
+  std::for_each(faults.begin(), faults.end(), complain);
+  if (!found)
+    return faults.isEmpty() ? std::nullopt : std::optional(false);
+  request.project = *found;
+  request.names = parser.positionalArguments();
+  for (const option_t &option : OPTIONS) {
+    const QString name = QString::fromLatin1(option.name);
+    if (parser.isSet(name))
+      request.given[name] = parser.values(name);
+  }
+  return true;
+}
+
+/// Reads what is asked of one component.
+bool takeAll(const QCommandLineParser &parser, play_options_t &options) {
+  if (!parser.positionalArguments().isEmpty())
+    return refuse("Unexpected argument '%1'."_s.arg(parser.positionalArguments().first()));
+  takeValues(parser, options);
+  if (!takeNumbers(parser, options) || !takeShard(parser, options) || !check(parser, options))
+    return false;
+  findInstalled(options);
+  if (!options.mechanismDirectory.isEmpty())
+    options.mechanisms = descriptionsIn(options.mechanismDirectory);
+  return !options.mechanisms.isEmpty() || options.mechanismDirectory.isEmpty() ||
+         refuse("No mechanism description (*.xml) in "_s + options.mechanismDirectory + "."_s);
+}
+
 } // namespace
 
 void findInstalled(play_options_t &options) {
@@ -286,36 +352,17 @@ void findInstalled(play_options_t &options) {
     options.installDirs.push_back(directory);
 }
 
-bool parseOptions(const QStringList &words, play_options_t &options) {
+command_line_t parseOptions(const QStringList &words, play_options_t &options,
+                            project_request_t &request) {
   QCommandLineParser parser;
-  parser.setApplicationDescription(
-      "Registers proof mechanisms in a POS file and plays their drivers on its goals.\n\n"
-      "Exit status: 0 the run completed; 1 with --strict, some goal is not proved, with --replay\n"
-      "some proof is lost, with --stop-on-failure some goal is disproved; 2 unusable command line\n"
-      "or input; 3 some tool or save failed; 128+N stopped by signal N."_s);
-  for (const option_t &option : OPTIONS)
-    parser.addOption(QCommandLineOption(namesOf(option), QString::fromLatin1(option.description),
-                                        QString::fromLatin1(option.value)));
-  const QCommandLineOption help({"h"_s, "help"_s}, "Show this help."_s); // Qt's adds --help-all
-  parser.addOption(help);
-  const QCommandLineOption version = parser.addVersionOption();
-  if (!parser.parse(withValues(words)))
-    return refuse(textOfError(parser));
-  if (parser.isSet(help))
-    parser.showHelp(0);
+  if (!parseWords(parser, words))
+    return command_line_t::REFUSED;
   options.verbose = parser.isSet("dry-run"_s) && words.contains("-v"_s);
-  if (parser.isSet(version) && !options.verbose)
-    parser.showVersion();
-  if (!parser.positionalArguments().isEmpty())
-    return refuse("Unexpected argument '%1'."_s.arg(parser.positionalArguments().first()));
-
-  takeValues(parser, options);
-  if (!takeNumbers(parser, options) || !takeShard(parser, options) || !check(parser, options))
-    return false;
-  findInstalled(options);
-  if (!options.mechanismDirectory.isEmpty())
-    options.mechanisms = descriptionsIn(options.mechanismDirectory);
-  if (options.mechanisms.isEmpty() && !options.mechanismDirectory.isEmpty())
-    return refuse("No mechanism description (*.xml) in "_s + options.mechanismDirectory + "."_s);
-  return true;
+  if (!parser.isSet("pos"_s) && !parser.isSet("pog"_s)) {
+    const std::optional<bool> isProject = takeProject(parser, request);
+    request.verbose = options.verbose;
+    if (isProject)
+      return *isProject ? command_line_t::PROJECT : command_line_t::REFUSED;
+  }
+  return takeAll(parser, options) ? command_line_t::COMPONENT : command_line_t::REFUSED;
 }

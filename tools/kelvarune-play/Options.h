@@ -1,6 +1,8 @@
 #ifndef KELVARUNE_PLAY_OPTIONS_H
 #define KELVARUNE_PLAY_OPTIONS_H
 
+#include "Project.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -62,8 +64,17 @@ struct play_options_t {
 /// also looked for where those are. A file of that name comes first.
 void findInstalled(play_options_t &options);
 
-/// Reads the command line. Prints help or version and exits with 0 when asked to. An unusable
-/// command line gives one line on standard error and false.
-bool parseOptions(const QStringList &words, play_options_t &options);
+enum class command_line_t {
+  COMPONENT, ///< plays what the options say
+  PROJECT,   ///< plays what a project file says
+  REFUSED
+};
+
+/// Reads the command line, which starts with the program's name: with --pos and --pog into
+/// `options`, else into `request` when there is a project. Prints help or version and exits with 0
+/// when asked to. An unusable command line gives a line on standard error, an unusable project file
+/// one for each fault.
+command_line_t parseOptions(const QStringList &words, play_options_t &options,
+                            project_request_t &request);
 
 #endif
