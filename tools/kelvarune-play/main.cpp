@@ -7,11 +7,13 @@
 #include "Limits.h"
 #include "Options.h"
 #include "Part.h"
+#include "Project.h"
 #include "Reference.h"
 #include "Registered.h"
 #include "Run.h"
 #include "Shard.h"
 #include "SideBySide.h"
+#include "Sources.h"
 #include "StatusLine.h"
 #include "Workspace.h"
 #include "director/StopOnSignals.h"
@@ -31,6 +33,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -113,12 +116,8 @@ bool takeShard(play_options_t &options) {
   return fault.isEmpty();
 }
 
-/// Reads the command line and checks the inputs. False after telling what cannot be used.
+/// Checks the inputs and reads them. False after telling what cannot be used.
 bool getReady(play_options_t &options, inputs_t &inputs, file::RunLock &lock) {
-  if (!parseOptions(QCoreApplication::arguments(), options))
-    return false;
-  if (jobserver::isDryRun(makeFlags())) // make tells the command itself
-    std::exit(EXIT_COMPLETED);
   QStringList faults = faultsOfFiles(options);
   tell(faults);
   if (!faults.isEmpty() || !takeTurn(options, lock))
@@ -142,7 +141,7 @@ plan_t planFor(const play_options_t &options, const inputs_t &inputs) {
   plan.choice.shards = options.shards;
   plan.choice.retry = options.retry;
   plan.choice.keepSecondaryFiles = options.explain;
-  plan.choice.proverWrapper = limitingCommand(options);
+  plan.choice.proverWrapper = wrappingCommand(options);
   plan.choice.quiet = true; // the summary tells the failures
   if (options.replay)
     plan.reference = goalsWithProofs(options.against.isEmpty() ? inputs.document : inputs.against,
@@ -191,21 +190,50 @@ process::Guardian::duty_t dutyFor(jobserver::Tokens &tokens) {
   return {tokens.writeEnd(), [&tokens](int descriptor) { tokens.giveBackAllTo(descriptor); }};
 }
 
+bool isOfMake(const jobserver::Tokens &tokens) {
+  return tokens.of().form != jobserver::server_t::form_t::NONE;
+}
+
+/// Whether the make that has started this program shares its budget; false after telling why not.
+bool isShared(const jobserver::Tokens &tokens) {
+  if (!tokens.areThere())
+    complain("MAKEFLAGS names a jobserver that is not there; a \"+\" before the command in the "
+             "Makefile hands it on."_s);
+  return tokens.areThere();
+}
+
 /// Lets the run share the budget of a make that has started it, unless it has a number of its own.
 void joinMake(const jobserver::Tokens &tokens, jobserver::Slots &slots, plan_t &plan) {
   play_options_t &options = plan.options;
   const jobserver::server_t &server = tokens.of();
-  if (options.hasJobs || server.form == jobserver::server_t::form_t::NONE)
+  if (options.hasJobs || !isOfMake(tokens) || !isShared(tokens))
     return;
-  if (!tokens.areThere()) {
-    complain("MAKEFLAGS names a jobserver that is not there; a \"+\" before the command in the "
-             "Makefile hands it on."_s);
-    return;
-  }
   options.concurrency =
       tokens.jobs() > 0 ? tokens.jobs() : std::max(1U, std::thread::hardware_concurrency());
   plan.slots = &slots;
   process::letToolsInherit({server.readEnd, server.writeEnd});
+}
+
+/// Reads the command line of a project's first component, which shows what is wrong with the
+/// options of all. A make's budget goes before the jobs of the project file.
+bool parseFirst(const project_plan_t &project, const jobserver::Tokens &tokens,
+                play_options_t &options) {
+  QStringList words = QStringList("kelvarune-play"_s) + project.parts.front().arguments;
+  if (project.hasJobs || !isOfMake(tokens))
+    words << "--concurrency="_s + project.jobs;
+  project_request_t none;
+  return parseOptions(words, options, none) == command_line_t::COMPONENT;
+}
+
+/// Plays several components, with the options that parseFirst has read.
+int playAll(const project_plan_t &project, const play_options_t &options,
+            jobserver::Tokens &tokens) {
+  if (options.dryRun)
+    return tellParts(project.parts);
+  if (!project.hasJobs && isOfMake(tokens) && isShared(tokens))
+    return playSideBySide(project.parts, tokens);
+  jobserver::Tokens own = jobserver::Tokens::serve(options.concurrency);
+  return playSideBySide(project.parts, own);
 }
 
 } // namespace
@@ -228,6 +256,21 @@ int main(int argc, char **argv) {
   {
     play_options_t options;
     inputs_t inputs;
+    project_request_t request;
+    const command_line_t asked = parseOptions(QCoreApplication::arguments(), options, request);
+    if (asked == command_line_t::REFUSED)
+      return EXIT_UNUSABLE;
+    if (jobserver::isDryRun(makeFlags())) // make tells the command itself
+      return EXIT_COMPLETED;
+    if (asked == command_line_t::PROJECT) {
+      const std::optional<project_plan_t> project = planOf(request);
+      if (!project || !parseFirst(*project, tokens, options))
+        return EXIT_UNUSABLE;
+      if (project->parts.size() > 1)
+        return playAll(*project, options, tokens);
+    }
+    if (const std::optional<int> status = bringInStep(options))
+      return *status;
     if (!getReady(options, inputs, lock))
       return EXIT_UNUSABLE;
     plan = planFor(options, inputs);
