@@ -89,6 +89,14 @@ std::uint64_t sizeOf(const file::Descriptor &spool) {
              : 0;
 }
 
+/// Whether the process has ended, which is then known to it.
+bool hasEnded(process::ToolProcess &process) {
+  if (process.descriptor() < 0)
+    return process.waitForEnd({}, 1);
+  pollfd watched = {process.descriptor(), POLLIN, 0};
+  return ::poll(&watched, 1, 0) > 0 && process.waitForEnd();
+}
+
 class SideBySide {
 public:
   SideBySide(const std::vector<part_t> &parts, jobserver::Tokens &tokens);
@@ -240,7 +248,7 @@ void SideBySide::await() {
 
 void SideBySide::reap() {
   for (std::size_t i = 0; i < plays.size(); ++i) {
-    if (plays[i] && plays[i]->process && plays[i]->process->waitForEnd({}, 0))
+    if (plays[i] && plays[i]->process && hasEnded(*plays[i]->process))
       end(i);
   }
 }
