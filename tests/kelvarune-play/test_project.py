@@ -108,7 +108,7 @@ def test_refusals(project, words, err):
 
 def test_one_goal(project):
     project.run("c", "--goal", "T0.1", "--config", "../kelvarune.toml", cwd=project.path("parts"),
-                out=played("c", ("d1", 1, [("T0", "+model:\n\n\n\n")]), unproved=1))
+                out=played("c", ("d1", 1, [("T0", "-model:\n\n")]), unproved=1))
 
 
 @pytest.mark.skipif(not AS_NOBODY, reason="needs root, to give files away")
