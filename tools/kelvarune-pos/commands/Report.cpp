@@ -35,7 +35,7 @@ int commands::report(const options_t &options) {
   const std::vector<goal_t> goals = goalsOf(document);
   const auto past = findHistory(options, options.file());
   if (options.html)
-    return finishReport(options, htmlPage(options.file(), goals, statsOf(document, goals), past));
+    return finishReport(options, htmlPage(pageOf(options.file()), goals, statsOf(document, goals), past));
   const auto seconds = past ? wallByGoal(*past) : std::map<std::pair<QString, int>, double>();
   return finishReport(options,
                       junitReport(options.file(), document, goals, seconds, options.unprovedFails));
