@@ -1,10 +1,7 @@
 """How Sphinx renders the documents as one site: script/docs calls it. The documents are plain Markdown
 that reads well where it lies; what the site needs besides is added here while they are read."""
 
-import pathlib
 import re
-
-PROJECT = pathlib.Path(__file__).resolve().parents[2]
 
 project = "kelvarune"
 root_doc = "README"
