@@ -15,7 +15,7 @@ highlight_language = "none"
 language = "en"
 
 html_theme = "alabaster"
-html_theme_options = {"fixed_sidebar": True, "show_powered_by": False, "page_width": "70em",
+html_theme_options = {"show_powered_by": False, "page_width": "70em",
                       "font_family": "sans-serif", "head_font_family": "sans-serif"}
 html_sidebars = {"**": ["about.html", "searchbox.html", "navigation.html"]}
 html_static_path = ["site.css"]
