@@ -46,8 +46,7 @@ VALUES = {
     "--mechanism": "files xml",
     "FILE|DIR": "files xml",
     "kelvarune-pos FILE": "files pos",
-    "kelvarune-pos OLD": "files pos",
-    "kelvarune-pos NEW": "files pos",
+    "kelvarune-pos --against": "directories",  # or a revision
     "kelvarune-pos NAME": "mechanisms",  # of `remove`
     "kelvarune-pos --mechanism": "mechanisms",
     "kelvarune-pos --driver": "drivers",

@@ -177,6 +177,8 @@ parse_t takeColor(const QString &when, const QString &command) {
 }
 
 bool isRightNumber(const QStringList &given, const QStringList &names) {
+  if (names.last().endsWith("...]"_s)) // none is right, too
+    return given.size() >= names.size() - 1;
   return isList(names.last()) ? given.size() >= names.size() : given.size() == names.size();
 }
 

@@ -26,27 +26,28 @@ QString whyUnreadable(const QString &path) {
 
 } // namespace
 
-void refuse(const QString &path, const std::vector<pos::fault_t> &faults) {
+QString whyRefused(const QString &path, const std::vector<pos::fault_t> &faults) {
   const pos::fault_t &first = faults.front();
   if (first.kind == pos::fault_kind_t::UNREADABLE) {
     const QString why = whyUnreadable(path);
-    if (!why.isEmpty())
-      complain(path + ": "_s + why);
-    return;
+    return path + ": "_s + (why.isEmpty() ? "cannot be read"_s : why);
   }
   const QString place = placed(path, first.line, first.column);
-  if (first.kind == pos::fault_kind_t::MALFORMED) {
-    complain(place + "not well-formed: "_s + first.text + "; correct it or restore a saved copy"_s);
-    return;
-  }
-  if (first.kind == pos::fault_kind_t::NO_STATUSES) {
-    complain(place + textOf(first) + ", give the path of a POS file"_s);
-    return;
-  }
+  if (first.kind == pos::fault_kind_t::MALFORMED)
+    return place + "not well-formed: "_s + first.text + "; correct it or restore a saved copy"_s;
+  if (first.kind == pos::fault_kind_t::NO_STATUSES)
+    return place + textOf(first) + ", give the path of a POS file"_s;
   const int others = static_cast<int>(faults.size()) - 1;
   const QString more = others == 0 ? QString() : " (and %1 more)"_s.arg(counted(others, "place"));
-  complain(place + "goal "_s + textOf(first.place) + ": "_s + textOf(first) + more +
-           "; correct it, kelvarune-pos check lists all such places"_s);
+  return place + "goal "_s + textOf(first.place) + ": "_s + textOf(first) + more +
+         "; correct it, kelvarune-pos check lists all such places"_s;
+}
+
+void refuse(const QString &path, const std::vector<pos::fault_t> &faults) {
+  const bool isSaid = // by the reader
+      faults.front().kind == pos::fault_kind_t::UNREADABLE && whyUnreadable(path).isEmpty();
+  if (!isSaid)
+    complain(whyRefused(path, faults));
 }
 
 bool isUnusable(const std::vector<pos::fault_t> &faults) {

@@ -9,6 +9,9 @@
 
 #include <vector>
 
+/// Why the file at `path`, which has these faults, is refused: one line that names it.
+QString whyRefused(const QString &path, const std::vector<pos::fault_t> &faults);
+
 /// Says on one line of standard error why the file at `path`, which has these faults, is refused.
 void refuse(const QString &path, const std::vector<pos::fault_t> &faults);
 

@@ -3,6 +3,7 @@
 
 #include "commandline/CommandTable.h"
 #include "pos/Goals.h"
+#include "project/Options.h"
 
 #include <QString>
 #include <QStringList>
@@ -11,10 +12,12 @@
 #include <set>
 #include <vector>
 
+enum class report_t { HTML, JUNIT, MARKDOWN, BADGE };
+
 /// What the command line asks for. Texts are as typed (UTF-8); what is empty sets no bounds.
 struct options_t {
   QString command;
-  QStringList files;                     ///< one; for diff two, for merge and stats any number
+  QStringList files;                     ///< one; for merge, stats, diff and report any number
   QString outputPath;                    ///< report: empty for standard output; merge
   QString tagGlob;                       ///< goals, unprove
   std::set<pos::status_t> statuses;      ///< goals, unprove
@@ -34,9 +37,10 @@ struct options_t {
   bool wait = false;          ///< commands that write
   bool mustBeProved = false;  ///< check
   bool missingIsLost = false; ///< diff
-  bool html = false;
-  bool junit = false;
-  bool unprovedFails = false; ///< report --junit
+  QString against;            ///< diff, report
+  report_t report = report_t::HTML;
+  kelvarune::project::choice_t project = {}; ///< where no file is given
+  bool unprovedFails = false;                ///< report --junit
 
   const QString &file() const { return files.first(); }
   /// The files that a command changes in place.

@@ -1,6 +1,7 @@
 // Totals, then a row per mechanism and driver; of several files those of all together.
 
 #include "commands/Commands.h"
+#include "commands/Components.h"
 #include "commands/Options.h"
 #include "commands/Past.h"
 #include "files/Reading.h"
@@ -105,8 +106,7 @@ struct counted_file_t {
 };
 
 /// What drivers took, and all together.
-QJsonValue timesIn(const options_t &options, const QString &path) {
-  const auto past = findHistory(options, path);
+QJsonValue timesIn(const std::optional<history::past_t> &past) {
   if (!past)
     return QJsonValue();
   const plays_t plays = latestPlays(*past);
@@ -130,23 +130,31 @@ QString filesText(const std::vector<counted_file_t> &files, const stats_t &total
   return table.text();
 }
 
-QString statsText(const std::vector<counted_file_t> &files, const stats_t &total) {
-  QString text = files.size() > 1
-                     ? filesText(files, total)
-                     : shown(files.front().path) + ": "_s + counted(total.metrics.total, "goal") +
-                           QLatin1Char('\n') + totalsText(total);
+// One of several files that could be read is not alone.
+QString statsText(const std::vector<counted_file_t> &files, const stats_t &total, bool isOne) {
+  QString text = isOne ? shown(files.front().path) + ": "_s + counted(total.metrics.total, "goal") +
+                             QLatin1Char('\n') + totalsText(total)
+                       : filesText(files, total);
   if (!total.metrics.mechanisms.empty())
     text += QLatin1Char('\n') + mechanismsText(total);
   return text;
 }
 
-// With several files the document is that of their total, and has each of them besides.
-int finishJsonOf(const std::vector<counted_file_t> &files, const stats_t &total) {
-  QJsonObject json = jsonOf(total);
-  if (files.size() == 1) {
-    json["times"_s] = files.front().times;
-    return finishJson("stats", files.front().path, json);
+int finishJsonOf(const counted_file_t &file) {
+  QJsonObject json = jsonOf(file.stats);
+  json["times"_s] = file.times;
+  return finishJson("stats", file.path, json);
+}
+
+// The document is that of their total, and has each of them besides.
+int finishJsonOf(const std::vector<counted_file_t> &files, const overview_t &overview) {
+  QJsonObject json = jsonOf(overview.total);
+  QJsonArray unreadable;
+  for (const component_t &component : overview.components) {
+    for (const QString &fault : component.faults)
+      unreadable.append(QJsonObject{{"file"_s, component.path}, {"fault"_s, fault}});
   }
+  json["unreadable"_s] = unreadable;
   QJsonArray array;
   for (const counted_file_t &file : files) {
     QJsonObject object = jsonOf(file.stats);
@@ -155,28 +163,52 @@ int finishJsonOf(const std::vector<counted_file_t> &files, const stats_t &total)
     array.append(object);
   }
   json["files"_s] = array;
-  return finishJson("stats", QString(), json);
+  return finishJson("stats", QString(), json, statusOf(overview));
+}
+
+int statsOfFile(const options_t &options) {
+  const QString &path = options.file();
+  QDomDocument document;
+  if (!readSound(path, pos::use_t::COUNTING, document))
+    return EXIT_REFUSED;
+  const QJsonValue times = options.json ? timesIn(findHistory(options, path)) : QJsonValue();
+  std::vector<counted_file_t> files;
+  files.push_back({path, statsOf(document, goalsOf(document)), times});
+  const stats_t &stats = files.front().stats;
+  if (options.json)
+    return finishJsonOf(files.front());
+  return finish(options.csv ? csvHeader() + csvOf(stats, path)
+                            : statsText(files, stats, true).toUtf8());
+}
+
+int statsOfComponents(const options_t &options, const portfolio_t &portfolio) {
+  std::vector<QJsonValue> times(portfolio.components.size());
+  overview_t overview =
+      readAll(portfolio, options, nullptr,
+              [&times](std::size_t i, const component_t &, const content_t &content) {
+                times[i] = timesIn(content.past);
+              });
+  std::vector<counted_file_t> files;
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    component_t &component = overview.components[i];
+    if (component.isRead)
+      files.push_back({component.path, std::move(component.stats), times[i]});
+  }
+  if (options.json)
+    return finishJsonOf(files, overview);
+  if (!options.csv)
+    return finish(statsText(files, overview.total, false).toUtf8(), statusOf(overview));
+  QByteArray bytes = csvHeader();
+  for (const counted_file_t &file : files)
+    bytes += csvOf(file.stats, file.path);
+  return finish(bytes + csvOf(overview.total, QString()), statusOf(overview));
 }
 
 } // namespace
 
 int commands::stats(const options_t &options) {
-  std::vector<counted_file_t> files;
-  stats_t total;
-  for (const QString &path : options.files) {
-    QDomDocument document;
-    if (!readSound(path, pos::use_t::COUNTING, document))
-      return EXIT_REFUSED;
-    files.push_back({path, statsOf(document, goalsOf(document)),
-                     options.json ? timesIn(options, path) : QJsonValue()});
-    add(files.back().stats, total);
-  }
-  if (options.json)
-    return finishJsonOf(files, total);
-  if (!options.csv)
-    return finish(statsText(files, total).toUtf8());
-  QByteArray bytes = csvHeader();
-  for (const counted_file_t &file : files)
-    bytes += csvOf(file.stats, file.path);
-  return finish(files.size() > 1 ? bytes + csvOf(total, QString()) : bytes);
+  if (options.files.size() == 1)
+    return statsOfFile(options);
+  const auto portfolio = portfolioOf(options);
+  return portfolio ? statsOfComponents(options, *portfolio) : EXIT_REFUSED;
 }

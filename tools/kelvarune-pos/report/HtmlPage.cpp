@@ -1,5 +1,4 @@
-// The page's markup, style and script are files of their own below report/, compiled in. Here they
-// are put together with the numbers, which travel as JSON in the page; the script draws the rest.
+// The numbers travel as JSON in the page; its script draws the rest.
 
 #include "report/HtmlPage.h"
 
@@ -8,14 +7,13 @@
 #include "output/Json.h"
 #include "output/Output.h"
 #include "output/Words.h"
+#include "report/Assembly.h"
 #include "text/Literals.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
-#include <QJsonDocument>
 
 #include <algorithm>
 #include <cmath>
@@ -23,12 +21,6 @@
 using namespace kelvarune;
 
 namespace {
-
-QByteArray resource(const char *name) {
-  QFile file(":/report/"_s + QLatin1String(name));
-  file.open(QIODevice::ReadOnly);
-  return file.readAll();
-}
 
 /// Numbers the drivers: those of the statistics in their order, as the page's script counts them,
 /// then any others in the order in which they are met.
@@ -75,7 +67,7 @@ QJsonArray rowOf(const goal_t &goal, DriverIndex &drivers) {
           goal.source.isEmpty() ? QJsonValue() : QJsonValue(goal.source)};
 }
 
-QJsonObject dataOf(const QString &path, const std::vector<goal_t> &goals, const stats_t &stats) {
+QJsonObject dataOf(const page_t &page, const std::vector<goal_t> &goals, const stats_t &stats) {
   QJsonArray tags;
   QJsonArray rows;
   DriverIndex drivers(stats);
@@ -85,10 +77,12 @@ QJsonObject dataOf(const QString &path, const std::vector<goal_t> &goals, const 
     rows.append(rowOf(goal, drivers));
   }
   QJsonObject data = jsonOf(stats);
-  data["component"_s] = QString::fromStdString(baseNameOfPath(path.toStdString()));
-  data["file"_s] = QFileInfo(path).fileName();
+  data["component"_s] = page.name;
+  if (!page.home.isEmpty())
+    data["home"_s] = page.home;
+  data["file"_s] = QFileInfo(page.path).fileName();
   // The file's time rather than now: the same file always gives the same page.
-  data["modified"_s] = QFileInfo(path).lastModified().toUTC().toString(Qt::ISODate);
+  data["modified"_s] = QFileInfo(page.path).lastModified().toUTC().toString(Qt::ISODate);
   data["program"_s] = "kelvarune-pos "_s + QCoreApplication::applicationVersion();
   data["obligations"_s] = tags;
   data["drivers"_s] = drivers.names;
@@ -153,28 +147,18 @@ QJsonObject historyJson(const history::past_t &past, const std::vector<goal_t> &
   return {{"drivers"_s, drivers}, {"runs"_s, jsonOfRuns(past)}, {"plays"_s, ofGoals}};
 }
 
-// Within a script element only "<" could end it or start a comment.
-QByteArray scriptJson(const QJsonObject &data) {
-  return QJsonDocument(data).toJson(QJsonDocument::Compact).replace("<", "\\u003c");
-}
-
-QByteArray pageOf(const QJsonObject &data) {
-  const bool hasTimes = data.contains("history"_s);
-  QByteArray page = resource("page.html");
-  page.replace("@TIMESTYLE@", hasTimes ? resource("times.css") : QByteArray());
-  page.replace("@TIMES@", hasTimes ? resource("times.js") : QByteArray());
-  page.replace("@STYLE@", resource("page.css"));
-  page.replace("@SCRIPT@", resource("page.js"));
-  page.replace("@DATA@", scriptJson(data)); // last: it may hold any of these marks
-  return page;
-}
-
 } // namespace
 
-QByteArray htmlPage(const QString &path, const std::vector<goal_t> &goals, const stats_t &stats,
+page_t pageOf(const QString &path) {
+  return {path, QString::fromStdString(baseNameOfPath(path.toStdString())), QString()};
+}
+
+QByteArray htmlPage(const page_t &page, const std::vector<goal_t> &goals, const stats_t &stats,
                     const std::optional<history::past_t> &past) {
-  QJsonObject data = dataOf(path, goals, stats);
-  if (past && hasPlayed(*past, goals))
-    data["history"_s] = historyJson(*past, goals);
-  return pageOf(data);
+  QJsonObject data = dataOf(page, goals, stats);
+  if (!past || !hasPlayed(*past, goals))
+    return assembled("page.html", {"base.css", "page.css"}, {"parts.js", "page.js"}, data);
+  data["history"_s] = historyJson(*past, goals);
+  return assembled("page.html", {"base.css", "page.css", "times.css"},
+                   {"parts.js", "times.js", "page.js"}, data);
 }

@@ -1,43 +1,13 @@
 (() => {
   "use strict";
-  const data = JSON.parse(document.getElementById("data").textContent);
+  const { STATUSES, byId, number, plural, element, svg, percent, partsOf, fillBar, timeText } = kelvaruneParts;
+  const data = JSON.parse(byId("data").textContent);
 
-  // Statuses by number, in the order in which they are shown: best first.
-  const STATUSES = [
-    { id: 3, key: "proved", name: "Proved" },
-    { id: 2, key: "unreliablyProved", name: "Unreliably proved" },
-    { id: 0, key: "unproved", name: "Unproved" },
-    { id: 1, key: "unknown", name: "Unknown" },
-    { id: 4, key: "disproved", name: "Disproved" },
-  ];
   const NAME = {};
   const RANK = {};
   STATUSES.forEach((status, i) => { NAME[status.id] = status.name; RANK[status.id] = i; });
   const PROVED = 3;
   const DISPROVED = 4;
-
-  const byId = (id) => document.getElementById(id);
-  const number = (n) => n.toLocaleString("en");
-  const plural = (n, noun) => `${number(n)} ${noun}${n === 1 ? "" : "s"}`;
-
-  function element(tag, attributes, ...children) {
-    const node = document.createElement(tag);
-    for (const [name, value] of Object.entries(attributes || {})) node.setAttribute(name, value);
-    node.append(...children);
-    return node;
-  }
-
-  function svg(tag, attributes) {
-    const node = document.createElementNS("http://www.w3.org/2000/svg", tag);
-    for (const [name, value] of Object.entries(attributes)) node.setAttribute(name, value);
-    return node;
-  }
-
-  // Rounded, but never 100.0 before the last one and never 0.0 after the first.
-  function percent(part, total) {
-    if (part === 0 || part === total) return part === 0 ? "0.0" : "100.0";
-    return (Math.min(999, Math.max(1, Math.round((part * 1000) / total))) / 10).toFixed(1);
-  }
 
   const goals = data.goals.map(([obligation, n, status, proofs, uncounted, disproofs, own, only, source], index) => ({
     index, obligation, n, status, proofs, uncounted, disproofs, own, only, source,
@@ -70,25 +40,15 @@
 
   // ---- Totals
 
-  // A bar has a part per kind of result: [class, name, count].
-  const partsOf = (counts) => STATUSES.map((s) => [`s${s.id}`, s.name, counts[s.key] || 0]);
-
-  function fillBar(bar, parts) {
-    const present = parts.filter(([, , count]) => count);
-    const words = present.map(([, name, count]) => `${name} ${count}`).join(", ") || "none";
-    bar.setAttribute("role", "img");
-    bar.setAttribute("aria-label", words);
-    bar.title = words;
-    for (const [kind, , count] of present) bar.append(element("span", { class: kind, style: `flex:${count} 0 0` }));
-    return bar;
-  }
-
   function showTotals() {
     const totals = data.totals;
     document.title = `${data.component} – proof status`;
     byId("component").textContent = data.component;
-    const when = data.modified.replace("T", " ").replace("Z", " UTC");
-    byId("origin").textContent = `${data.file}, as of ${when}`;
+    if (data.home) {
+      byId("home").href = data.home;
+      byId("home-part").hidden = false;
+    }
+    byId("origin").textContent = `${data.file}, as of ${timeText(data.modified)}`;
     byId("footer").textContent = `Made by ${data.program}`;
 
     const verdict = byId("verdict");
@@ -97,23 +57,15 @@
       : open ? `${plural(open, "goal")} to go` : totals.total ? "All proved" : "No goals";
     verdict.classList.add(totals.disproved ? "bad" : open || !totals.total ? "open" : "good");
 
-    byId("share").textContent = `${percent(totals.proved, totals.total)} %`;
-    fillBar(byId("totals"), partsOf(totals));
-    for (const status of STATUSES) {
-      byId("legend").append(element("li", {}, element("span", { class: `dot s${status.id}` }),
-        status.name, " ", element("b", {}, number(totals[status.key]))));
-    }
     const whole = tiles.filter((tile) => tile.proved === tile.goals.length).length;
-    const figures = [
+    kelvaruneParts.showTotals(totals, [
       ["Goals", totals.total],
       ["Obligations", tiles.length],
       ["Obligations fully proved", whole],
       ["Proved by mechanisms", totals.provedExternally],
       ["By the component's own proof", totals.provedByProofState],
       ["On one driver alone", totals.provedByOneDriver],
-    ];
-    for (const [name, value] of figures)
-      byId("figures").append(element("div", {}, element("dt", {}, name), element("dd", {}, number(value))));
+    ]);
     if (totals.total === 0) {
       byId("empty").textContent = `${data.file} is empty: it has no goals, so there is nothing to prove.`;
       byId("empty").hidden = false;
