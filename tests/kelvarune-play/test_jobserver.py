@@ -20,7 +20,7 @@ printf + >>"{root}/marks"
 printf - >>"{root}/marks"
 echo "$a"
 """
-RULE = "{name}:\n\t{plus}{program} -m m.xml -s {name}.pos -p comp.pog {more}\n"
+RULE = "{name}:\n\t{plus}{program} -m m.xml -s {name}.pos -p {name}.pog {more}\n"
 
 
 @pytest.fixture
@@ -38,8 +38,8 @@ class Plays:
         case.mechanism(case.driver(prover="slow"), trust="always")
         for name in "abc":
             case.pos(*[po(f"T{i}", goal()) for i in range(GOALS)]).rename(case.path(f"{name}.pos"))
-        case.write("kelvarune.toml", 'components = ["?.pos"]\nmechanisms = ["m.xml"]\n' + "".join(
-            f'[component.{name}]\npog = "comp.pog"\npos = "{name}.pos"\n' for name in "abc"))
+            case.write(f"{name}.pog", "<Proof_Obligations/>")
+        case.write("kelvarune.toml", 'components = ["?.pog"]\nmechanisms = ["m.xml"]\n')
 
     def prove(self, body=f"sleep {0.15 * SLOWNESS}"):
         self.case.script("slow", PROVER.format(root=self.case.root, body=body))
@@ -95,7 +95,7 @@ def test_under_make(plays, options, most, played):
 @needs("make")
 @pytest.mark.parametrize("number", [SIGTERM, SIGKILL])
 def test_a_play_that_is_ended_keeps_no_token_from_make(plays, number):
-    make = plays.make(jobs=3)
+    make = plays.make(jobs=6)
     plays.play_of("a").send_signal(number)
     run = plays.case.finish(make)
     assert run.status == 2 and b"INTERNAL" not in run.err, run
@@ -108,7 +108,7 @@ def test_a_named_pipe(plays):
     os.mkfifo(path)
     pipe = os.open(path, os.O_RDWR)
     os.write(pipe, b"xy")
-    case.run("-m", "m.xml", "-s", "a.pos", "-p", "comp.pog",
+    case.run("-m", "m.xml", "-s", "a.pos", "-p", "a.pog",
              env={"MAKEFLAGS": f" -j3 --jobserver-auth=fifo:{path}"})
     assert plays.most() == 3
     os.set_blocking(pipe, False)
@@ -117,7 +117,7 @@ def test_a_named_pipe(plays):
 
 
 def test_a_pipe_that_was_not_handed_on(plays):
-    plays.case.run("-m", "m.xml", "-s", "a.pos", "-p", "comp.pog",
+    plays.case.run("-m", "m.xml", "-s", "a.pos", "-p", "a.pog",
                    env={"MAKEFLAGS": " -j3 --jobserver-auth=3,4"},
                    err="kelvarune-play: MAKEFLAGS names a jobserver that is not there; a \"+\" before "
                        "the command in the Makefile hands it on.\n")

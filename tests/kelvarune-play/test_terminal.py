@@ -64,12 +64,13 @@ class Terminal:
         self.master, self.slave = pty.openpty()
         self.settings = termios.tcgetattr(self.slave)
 
-    def begin(self, *more, streams=("stdin", "stdout", "stderr"), size=(24, WIDE), term="xterm"):
+    def begin(self, *more, streams=("stdin", "stdout", "stderr"), size=(24, WIDE), term="xterm",
+              args=REPLAY):
         self.screen = Screen(*size)
         self.stream = pyte.ByteStream(self.screen)
         termios.tcsetwinsize(self.slave, size)
         self.process = self.case.start(
-            *REPLAY, *more, env={"TERM": term}, **dict.fromkeys(streams, self.slave),
+            *args, *more, env={"TERM": term}, **dict.fromkeys(streams, self.slave),
             under=("setsid", "--ctty"))
 
     def read_until(self, condition):
@@ -169,3 +170,20 @@ def test_a_halted_terminal_holds_nothing_up(terminal):
     termios.tcflow(terminal.slave, termios.TCOOFF)
     terminal.process.send_signal(SIGTERM)
     assert terminal.process.wait(LIMIT_S) == 128 + SIGTERM
+
+
+def test_a_project_has_one_line_and_is_stopped_as_one(terminal):
+    case = terminal.case
+    case.write("kelvarune.toml", 'components = ["?.pos"]\nmechanisms = ["m.xml"]\n')
+    for name in "ab":
+        for suffix in ("pos", "pog"):
+            case.write(f"{name}.{suffix}", case.path(f"comp.{suffix}").read_bytes())
+    terminal.begin("-c", "3", args=())
+    line = re.compile(r"0/2 components, 2 playing; 0/0 entries, 0 proved, \d+ s elapsed")
+    terminal.read_until(lambda: any(map(line.fullmatch, terminal.screen.last_lines)))
+    case.wait_for(lambda: len(case.calls("writer")) > 2)
+    os.write(terminal.master, b"\x03")
+    terminal.end(128 + SIGINT)
+    lines = terminal.screen.text().splitlines()
+    assert lines.count("kelvarune-play: stopped: 0 of 6 entries of m/d1 done, all saved") == 2, lines
+    assert lines[-1] == "kelvarune-play: stopped: 0 of 2 components done.", lines
