@@ -1,8 +1,10 @@
 """The examples in the manual pages of the file formats are what they claim to be."""
 
+import contextlib
 import re
+import sqlite3
 
-from conftest import PROJECT
+from conftest import BIN, PROJECT, candidate, po
 
 
 def blocks(page):
@@ -12,12 +14,42 @@ def blocks(page):
 
 
 def test_mechanism(case):
-    [(_, example)] = blocks("kelvarune-mechanism.5.md")
+    [(_, example), (_, commands), (_, printed)] = blocks("kelvarune-mechanism.5.md")
     case.write("m.xml", example)
     for tool in ("kelvarune-smt-writer", "z3", "kelvarune-smt-reader"):
         case.script(tool, "")
     case.run("check", "-i", "tools", "m.xml", program="kelvarune-mech",
              out="m.xml: 2 drivers, 0 errors, 0 warnings\n")
+
+
+    case.write("commands", f"set -e\n{commands}")
+    run = case.run("commands", program="/bin/sh", env={"PATH": f"{BIN}:/usr/bin:/bin"}, out=None)
+    assert run.out.decode().endswith(f"Unproved 0\n{printed}")
+
+
+def test_obligations(case):
+    [(_, example)] = blocks("kelvarune-pog.5.md")
+    case.write("queue.pog", example)
+    run = case.run("list", "queue.pog", program="kelvarune-goals")
+    assert b"push.1    queue/push.smt2:14  expects unsat\n" in run.out
+
+
+def test_history(case):
+    case.mechanism()
+    case.pos(po("T0", candidate()))
+    case.run("-m", "m.xml", "-s", "comp.pos", "-p", "comp.pog", program="kelvarune-play", out=None)
+    page = (PROJECT / "docs/man/kelvarune-history.5.md").read_text()
+    told = dict(re.findall(r"^## (\w+)\n(.*?)(?=^##? )", page.replace("\\", ""), re.M | re.S))
+    with contextlib.closing(sqlite3.connect(case.path("comp.history"))) as database:
+        tables = [name for (name,) in database.execute(
+            "SELECT name FROM sqlite_master WHERE type = 'table'")]
+        assert sorted(told) == sorted(tables)
+        for table in tables:
+            names = {re.sub("^(?:writer|prover|reader)_", "", row[1])
+                     for row in database.execute(f"PRAGMA table_info({table})")}
+            assert names <= set(re.findall(r"\w+", told[table])), table
+        for question in re.findall(r'sqlite3 .*?"(.*?)"', page, re.DOTALL):
+            database.execute(question)
 
 
 def test_status_file(case):
