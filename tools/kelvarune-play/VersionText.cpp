@@ -4,10 +4,11 @@
 
 #include "VersionText.h"
 
-#include "Limits.h"
 #include "process/PipeReader.h"
 #include "text/Literals.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QRegularExpression>
 
 using namespace kelvarune;
@@ -60,7 +61,8 @@ QString VersionText::of(const std::string &path) {
 
 bool VersionText::start(process::ToolProcess &tool, const std::string &path, int output) {
   process::start_t how;
-  how.program = limitingProgram().toStdString();
+  how.program =
+      QDir(QCoreApplication::applicationDirPath()).filePath("kelvarune-limit"_s).toStdString();
   how.words = {how.program, "--time", LIMIT_S, "--grace", "0.1", "--", path, "--version"};
   how.standardOutput = output;
   const std::lock_guard lock(mutex);

@@ -19,7 +19,8 @@ bool standsBefore(const QString &program) {
 }
 
 bool hasValue(const QString &option) {
-  static const QSet<QString> without = {"--stdin"_s, "--help"_s, "--version"_s};
+  static const QSet<QString> without = {"--stdin"_s, "--stats"_s, "--zero-stats"_s, "--help"_s,
+                                        "--version"_s};
   return !without.contains(option) && option.startsWith("--"_s);
 }
 
