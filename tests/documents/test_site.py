@@ -35,8 +35,3 @@ def test_the_site_is_whole_and_broken_links_are_found(tmp_path):
     refused = site()
     assert refused.returncode != 0
     assert len(re.findall("reliability.md.*nowhere", refused.stdout)) == len(BROKEN), refused.stdout
-
-
-def test_guides_link_to_nothing_that_is_not_installed():
-    for guide in (PROJECT / "docs/guides").glob("*.md"):
-        assert not re.findall(r"\]\((?!#|https?:|[\w-]+\.md[)#]).*?\)", guide.read_text()), guide

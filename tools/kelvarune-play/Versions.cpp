@@ -27,7 +27,7 @@ using history::prover_t;
 
 namespace {
 
-constexpr std::chrono::seconds PATIENCE(4); // a program may take two seconds, and has to end
+constexpr std::chrono::seconds ASKING_PATIENCE(4); // a program may take two seconds, and has to end
 constexpr int READ_BYTES = 1 << 16;
 
 /// The path of the prover behind the programs that stand before it; empty when it is not found.
@@ -60,7 +60,7 @@ bool isScript(const std::string &path) {
 }
 
 /// A null string when it cannot be read, or is not wanted any more.
-QString digestOf(const std::string &path, VersionText &stopping) {
+QString digestOfProgram(const std::string &path, VersionText &stopping) {
   QCryptographicHash hash(QCryptographicHash::Sha256);
   const file::Descriptor file = file::openFile(path, O_RDONLY);
   std::vector<char> block(READ_BYTES);
@@ -89,7 +89,7 @@ const prover_t *noteOf(const prover_t &prover, const std::vector<prover_t> &befo
 }
 
 /// Its name and version are null when there is nothing to note.
-prover_t check(const QString &program, const prover_t *before, VersionText &versionText) {
+prover_t askIfNew(const QString &program, const prover_t *before, VersionText &versionText) {
   const std::string path = program.toStdString();
   prover_t prover = {program.section(QLatin1Char('/'), -1), program, {}, {}, stampOf(path)};
   const bool isSame = before && before->stamp == prover.stamp;
@@ -99,7 +99,7 @@ prover_t check(const QString &program, const prover_t *before, VersionText &vers
   if (prover.version.isNull() && isSame) // it is busy, or what the script runs is not there today
     return *before;
   if (prover.version.isNull())
-    prover.digest = digestOf(path, versionText);
+    prover.digest = digestOfProgram(path, versionText);
   return prover;
 }
 
@@ -155,7 +155,7 @@ void Versions::work() {
     lock.unlock();
     const auto old = std::find_if(known.begin(), known.end(),
                                   [&](const prover_t &each) { return each.path == program; });
-    const prover_t prover = check(program, old == known.end() ? nullptr : &*old, versionText);
+    const prover_t prover = askIfNew(program, old == known.end() ? nullptr : &*old, versionText);
     lock.lock();
     if (versionText.isStopped())
       break;
@@ -184,7 +184,7 @@ QStringList Versions::finish() {
     std::unique_lock lock(mutex);
     over = true;
     changed.notify_all();
-    if (!changed.wait_for(lock, PATIENCE, [this] { return !working; }))
+    if (!changed.wait_for(lock, ASKING_PATIENCE, [this] { return !working; }))
       versionText.stop();
   }
   endThread();
