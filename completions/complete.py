@@ -42,6 +42,7 @@ VALUES = {
     "--pos": "files pos",
     "--against": "files pos",
     "--pog": "files pog",
+    "--sources": "files",
     "--mechanism": "files xml",
     "FILE|DIR": "files xml",
     "kelvarune-pos FILE": "files pos",

@@ -55,6 +55,22 @@ public:
     return true;
   }
 
+  /// A worker ends for want of an entry. False when another has given one back, unless it is
+  /// stopped.
+  bool end(bool isStopped) {
+    const std::lock_guard lock(mutex);
+    if (!returned.empty() && !isStopped)
+      return false;
+    working -= std::min(working, 1U);
+    return true;
+  }
+
+  /// Whether an entry was given back that nobody has taken over.
+  bool hasReturned() const {
+    const std::lock_guard lock(mutex);
+    return !returned.empty();
+  }
+
   /// Whether a worker is the last of several.
   bool isLastOfMany() const {
     const std::lock_guard lock(mutex);

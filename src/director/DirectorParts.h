@@ -3,6 +3,7 @@
 
 #include "director/Crew.h"
 #include "director/Failures.h"
+#include "director/JobSlots.h"
 #include "director/Observers.h"
 #include "director/Progress.h"
 #include "director/ResultPrinter.h"
@@ -20,8 +21,8 @@ struct no_room_t {};
 /// What a director is made of beside its data. Each part has its own lock and calls no other.
 ///
 /// Lock order: the lock for writing inside `posFile`, then the director's resultMutex, then the
-/// locks inside the other parts. The director's jobMutex is taken alone. The choice and what
-/// follows from it change only while no worker runs.
+/// locks inside the other parts. The director's jobMutex is taken alone, or inside the lock of the
+/// slots. The choice and what follows from it change only while no worker runs.
 struct director_parts_t {
   director_parts_t(const QString &posPath, bool xml, int traceLevel, unsigned int concurrency)
       : traces(traceLevel), results(xml), crew(concurrency), posFile(posPath) {}
@@ -34,6 +35,7 @@ struct director_parts_t {
   SecondaryFiles secondaryFiles;
   Observers observers;
   Crew crew;
+  kelvarune::JobSlots *slots = nullptr; ///< null: as many entries at once as there are workers
   kelvarune::play_choice_t choice;
   std::set<kelvarune::address_t> beyondRules; ///< goals that `choice` offers to drivers
   pos::PosFile posFile;                       ///< keeps the file of the director's document current

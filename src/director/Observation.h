@@ -109,6 +109,8 @@ struct play_choice_t {
   /// they say something else. Not in a replay.
   bool retry = false;
   /// Put before each prover: a program and its first arguments, then come the prover and its own.
+  /// "${file}" in an argument is the secondary file; where the prover gets that on its standard
+  /// input, such an argument is left out.
   QStringList proverWrapper;
   /// Secondary files stay.
   bool keepSecondaryFiles = false;

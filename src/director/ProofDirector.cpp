@@ -51,6 +51,10 @@ void ProofDirector::setObserver(observer_t observer, watch_t watch) {
   parts->observers.set(std::move(observer), watch);
 }
 
+void ProofDirector::setJobSlots(JobSlots &slots) {
+  parts->slots = &slots;
+}
+
 unsigned int ProofDirector::leastConcurrency() const {
   return parts->crew.leastWorkers();
 }
@@ -83,6 +87,8 @@ progress_t ProofDirector::progress() const {
 
 bool ProofDirector::stop() {
   parts->tools.close();
+  if (parts->slots)
+    parts->slots->wake();
   const auto sessions = parts->tools.kill();
   removeSecondaryFiles();
   const auto deadline = std::chrono::steady_clock::now() + PATIENCE_AT_STOP;

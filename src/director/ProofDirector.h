@@ -14,6 +14,9 @@
 #include <mutex>
 #include <set>
 
+namespace kelvarune {
+class JobSlots;
+}
 namespace kelvarune::file {
 class Descriptor;
 struct pipe_t;
@@ -68,6 +71,11 @@ public:
   /// short. Without an observer nothing is measured. Before the load; by the owner.
   void setObserver(kelvarune::observer_t observer,
                    kelvarune::watch_t watch = kelvarune::watch_t::TOOLS);
+
+  /// From now on each entry takes a slot of `slots`, so that as many run at once as there are
+  /// slots, at most `concurrency`. Nothing holds a slot between the drivers. With a `concurrency`
+  /// of 1 none is asked for. `slots` must outlive the director. Before the load; by the owner.
+  void setJobSlots(kelvarune::JobSlots &slots);
 
   /// With how many workers the play went on at least: fewer than were asked for when the system has
   /// no more threads or processes. Any thread.
@@ -171,6 +179,9 @@ private:
   // Writing.cpp, Proving.cpp
   enum class job_t { WRITING, PROVING };
   bool claimEntry(job_t first, unsigned long &index);
+  bool hasEntry();
+  bool takeEntry(unsigned long &index);
+  bool takeSlotAndEntry(unsigned long &index);
   void traceProving(unsigned long index) const;
   bool runEntry(unsigned long index);
   bool startTool(ToolWatch &watch, RunningTool &tool, const std::filesystem::path &program,

@@ -25,12 +25,19 @@ struct bundle_t {
   QString fileName;
 };
 
-void wrapProver(prover_data_t &entry, QStringList wrapper) {
+void wrapProver(prover_data_t &entry, const QStringList &wrapper, mechanism::input_t input,
+                const QString &file) {
   if (wrapper.isEmpty())
     return;
+  const QString placeholder = "${file}"_s;
+  QStringList words;
+  for (QString word : wrapper) {
+    if (input == mechanism::input_t::FILE || !word.contains(placeholder))
+      words << word.replace(placeholder, file);
+  }
   entry.argsp =
-      wrapper.mid(1) + QStringList(QString::fromStdString(entry.cmdp.native())) + entry.argsp;
-  entry.cmdp = wrapper.first().toStdString();
+      words.mid(1) + QStringList(QString::fromStdString(entry.cmdp.native())) + entry.argsp;
+  entry.cmdp = words.first().toStdString();
 }
 
 void addGoal(QStringList &arguments, unsigned long obligation, unsigned long goal) {
@@ -149,7 +156,7 @@ void ProofDirector::produceProverData() {
     entry.cmdp = currentDriver.prover.path;
     for (const mechanism::param_t &param : std::as_const(currentDriver.prover.parameters))
       append_param(param, entry.argsp, writer.po2filename);
-    wrapProver(entry, parts->choice.proverWrapper);
+    wrapProver(entry, parts->choice.proverWrapper, currentDriver.prover.input, writer.po2filename);
     entry.cmdr = currentDriver.reader.path;
     for (const mechanism::param_t &param : std::as_const(currentDriver.reader.parameters))
       append_param(param, entry.argsr, writer.po2filename);

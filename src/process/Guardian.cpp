@@ -26,23 +26,26 @@ void awaitByteOrEnd(int fd) {
 }
 
 // Expects all signals blocked.
-[[noreturn]] void guard(int lifeline, const file::Descriptor &ready) {
+[[noreturn]] void guard(int lifeline, const file::Descriptor &ready, const Guardian::duty_t &duty) {
   ::setsid();
   ::prctl(PR_SET_NAME, "kelvarune-guard");
   file::writeAll(ready.get(), "", 1);
   // Nobody shall wait for the guardian to close a terminal, a pipe or a directory.
+  const bool keeps = duty.keeps >= 0 && ::dup2(duty.keeps, STDOUT_FILENO) >= 0;
   ::dup2(lifeline, STDIN_FILENO);
-  ::close_range(STDIN_FILENO + 1, ~0U, 0);
+  ::close_range(keeps ? STDERR_FILENO : STDOUT_FILENO, ~0U, 0);
   if (::chdir("/") != 0)
     ::_exit(1);
   awaitByteOrEnd(STDIN_FILENO);
+  if (keeps)
+    duty.act(STDOUT_FILENO);
   sessions::end(sessions::all());
   ::_exit(0);
 }
 
 } // namespace
 
-Guardian::Guardian() {
+Guardian::Guardian(const duty_t &duty) {
   sessions::release(sessions::claim(nullptr)); // the table must exist to be shared
   file::pipe_t life = file::makePipe();
   file::pipe_t ready = file::makePipe();
@@ -52,7 +55,7 @@ Guardian::Guardian() {
   pid = ::fork();
   if (pid == 0) {
     life.writeEnd.reset();
-    guard(life.readEnd.get(), ready.writeEnd);
+    guard(life.readEnd.get(), ready.writeEnd, duty);
   }
   ready.writeEnd.reset();
   awaitByteOrEnd(ready.readEnd.get());

@@ -9,13 +9,15 @@
 #include "process/ToolProcess.h"
 
 #include "file/Io.h"
-#include "process/PipeReader.h"
 #include "process/SignalMask.h"
 #include "process/StartUp.h"
+#include "process/WatchedPipe.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <poll.h>
@@ -33,6 +35,9 @@ namespace {
 constexpr int ASK_AGAIN_MS = 5;
 constexpr int LAST_CLASSIC_SIGNAL = 31;
 constexpr std::uint64_t BYTES_PER_KIB = 1024;
+
+/// What tools get beside the standard descriptors; -1 for none.
+int inherited[2] = {-1, -1};
 
 /// All that the child needs, made ready before it exists: it must not allocate.
 struct child_t {
@@ -108,6 +113,10 @@ void resetSignals(const child_t &child) {
   ::dup2(child.standardError, STDERR_FILENO);
   if (child.leadsSession)
     keepStandardDescriptorsOnly();
+  for (const int fd : inherited) {
+    if (fd >= 0)
+      ::fcntl(fd, F_SETFD, 0);
+  }
   if (child.descriptorLimit)
     ::setrlimit(RLIMIT_NOFILE, child.descriptorLimit);
   resetSignals(child);
@@ -167,6 +176,11 @@ int waitFor(pid_t pid, siginfo_t &info, int options, rusage *usage) {
 }
 
 } // namespace
+
+void letToolsInherit(const std::vector<int> &descriptors) {
+  for (std::size_t i = 0; i < std::size(inherited); ++i)
+    inherited[i] = i < descriptors.size() ? descriptors[i] : -1;
+}
 
 ToolProcess::~ToolProcess() {
   kill();
@@ -234,10 +248,11 @@ bool ToolProcess::start(start_t how) {
   return true;
 }
 
-bool ToolProcess::waitForEnd(const std::vector<PipeReader *> &outputs, int limitMs) {
+bool ToolProcess::waitForEnd(const std::vector<WatchedPipe *> &pipes, int limitMs) {
   using std::chrono::steady_clock;
   const auto deadline = steady_clock::now() + std::chrono::milliseconds(limitMs);
-  std::vector<pollfd> watched(outputs.size() + 1);
+  constexpr std::size_t PER_PIPE = std::tuple_size_v<WatchedPipe::watched_t>;
+  std::vector<pollfd> watched(1 + PER_PIPE * pipes.size());
   while (pid > 0) {
     const auto rest =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
@@ -246,24 +261,30 @@ bool ToolProcess::waitForEnd(const std::vector<PipeReader *> &outputs, int limit
     long waitMs = limitMs < 0 ? -1 : rest.count() + 1;
     if (!pidfd.isOpen())
       waitMs = ASK_AGAIN_MS;
-    for (std::size_t i = 0; i < outputs.size(); ++i)
-      watched[i] = {outputs[i] ? outputs[i]->descriptor() : -1, POLLIN, 0};
-    watched.back() = {pidfd.get(), POLLIN, 0};
-    const int ready = ::poll(watched.data(), watched.size(), static_cast<int>(waitMs));
-    for (std::size_t i = 0; i < outputs.size(); ++i) {
-      if (ready > 0 && watched[i].revents)
-        outputs[i]->readSome();
+    auto place = watched.begin();
+    for (const WatchedPipe *const pipe : pipes) {
+      const auto each = pipe ? pipe->watched() : WatchedPipe::watched_t{{{-1, 0, 0}, {-1, 0, 0}}};
+      place = std::copy(each.begin(), each.end(), place);
     }
-    if (!pidfd.isOpen() || (ready > 0 && watched.back().revents))
+    *place = {pidfd.get(), POLLIN, 0};
+    const int ready = ::poll(watched.data(), watched.size(), static_cast<int>(waitMs));
+    place = watched.begin();
+    for (WatchedPipe *const pipe : pipes) {
+      WatchedPipe::watched_t each;
+      std::copy_n(std::exchange(place, place + PER_PIPE), PER_PIPE, each.begin());
+      if (ready > 0 && pipe)
+        pipe->goOn(each);
+    }
+    if (!pidfd.isOpen() || (ready > 0 && place->revents))
       reap(pidfd.isOpen());
   }
   return true;
 }
 
-void ToolProcess::kill() {
+void ToolProcess::kill(int number) {
   const std::lock_guard lock(endMutex);
   if (pid > 0)
-    ::kill(pid, SIGKILL);
+    ::kill(pid, number);
 }
 
 pid_t ToolProcess::session() const {

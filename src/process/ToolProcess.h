@@ -13,9 +13,11 @@
 #include <string>
 #include <vector>
 
+#include <signal.h>
+
 namespace kelvarune::process {
 
-class PipeReader;
+class WatchedPipe;
 
 /// Where a tool lives.
 enum class place_t {
@@ -26,6 +28,10 @@ enum class place_t {
   /// and the signals that are blocked or ignored there.
   CALLERS_SESSION
 };
+
+/// Lets the tools that are started from now on inherit these descriptors, too, wherever they live:
+/// at most two, the others of `descriptors` are left out. No tool may start meanwhile.
+void letToolsInherit(const std::vector<int> &descriptors);
 
 /// How a tool is started. The descriptors are only borrowed; -1 stands for the null device.
 struct start_t {
@@ -85,13 +91,13 @@ public:
   /// descriptors for it, so that it may go well once others have ended.
   bool lacksRoom() const { return hadNoRoom; }
 
-  /// Waits until the tool has ended, and meanwhile keeps `outputs` (each may be null) read, so that
+  /// Waits until the tool has ended, and meanwhile keeps `pipes` (each may be null) going, so that
   /// nobody who writes into them is blocked. With a limit in milliseconds (negative: none) returns
   /// false when that time passes without the end. True at once when no tool runs.
-  bool waitForEnd(const std::vector<PipeReader *> &outputs = {}, int limitMs = -1);
+  bool waitForEnd(const std::vector<WatchedPipe *> &pipes = {}, int limitMs = -1);
 
-  /// Kills the tool, if it runs, without waiting.
-  void kill();
+  /// Sends the tool a signal, if it runs: by default the one that kills. Does not wait.
+  void kill(int number = SIGKILL);
 
   /// Whether the tool was ended by a signal, and by which; 0 when it ended by itself.
   bool crashed() const { return endedBy != 0; }
@@ -105,6 +111,10 @@ public:
 
   /// The process while it has not been waited for, else 0. The owner only.
   pid_t id() const { return pid; }
+
+  /// Readable when the tool has ended; -1 when none runs, or the kernel gives no such descriptor.
+  /// The owner only.
+  int descriptor() const { return pidfd.get(); }
 
   /// The session that the tool leads, 0 when it leads none or does not run. Any thread.
   pid_t session() const;

@@ -5,9 +5,10 @@ import signal
 import subprocess
 
 import pytest
-from conftest import LIMIT_S, SLOWNESS, rows
+from conftest import BIN, LIMIT_S, SLOWNESS, rows
 
 PROGRAM = "kelvarune-cache"
+LIMIT = BIN / "kelvarune-limit"
 UNSAT = "cat >/dev/null; echo unsat"
 
 
@@ -85,6 +86,9 @@ def test_what_makes_it_another_question(cache):
         ("a goal file", ["--goal-file", goal, prover, f"-in:{goal}"], 1),
         ("another of the same content", ["--goal-file", twin, prover, f"-in:{twin}"], 0),
         ("in another place", ["--goal-file", twin, prover, f"-proof:{twin}"], 1),
+        ("a limit", [LIMIT, "--time", "9", "--", other, "-t6"], 0),
+        ("of something else", [LIMIT, "--time", "9", "--", other, "-t7"], 1),
+        ("another limit", [LIMIT, "--time", "8", "--", other, "-t7"], 0),
     ]:
         assert asked(*words) == [again, 0], name
     assert cache.asked(other, "-t6", stdin=b"other", out=b"unsat\n") == 1, "another goal"

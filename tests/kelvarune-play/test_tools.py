@@ -6,7 +6,7 @@ import re
 import subprocess
 
 import pytest
-from conftest import FILES, UNSTARTABLE, goal, po, rows
+from conftest import FILES, RECORD, REPLAY, UNSTARTABLE, goal, po, rows
 
 PROGRAM = "kelvarune-play"
 
@@ -117,3 +117,20 @@ def test_logs_of_what_is_not_proved(case):
                      "m_b__T_0.1_again2.txt"]
     text = case.path("logs/today/m_a_T_0.1.txt").read_text()
     assert text.startswith("T/0.1: Unknown: m/a in 0.") and "\nT/0.2: Proved by m/a in" in text
+
+
+@pytest.mark.parametrize("stdin", [False, True])
+def test_cache(case, stdin):
+    """A definite answer is not asked for again, whatever the limits and names of files; others are."""
+    case.script("prover", RECORD + '[ $# -eq 0 ] || exec <"$1"\nread -r i j\n'
+                'case $j in 0) echo unsat ;; 1) echo "% SZS status Theorem for $1" ;; *) echo unknown ;; esac')
+    case.script("reader", "case $(cat) in unsat | *Theorem*) echo Proved ;; *) echo Unknown ;; esac")
+    case.mechanism(case.driver(stdin=stdin), trust="always")
+    asked = []
+    for args in ([], [], ["--time-limit", "15"], ["--time-limit", "14", "--memory-limit", "1G"]):
+        case.pos(po("T0", goal(), goal(), goal()))
+        before = len(case.calls("prover"))
+        case.run(*REPLAY, *args, "--cache", "new/cache", out=None)
+        assert case.proved() == 2
+        asked.append(len(case.calls("prover")) - before)
+    assert asked == [3, 1, 1, 1]

@@ -133,6 +133,14 @@ std::string locateProgram(const std::string &name) {
   return {};
 }
 
+std::size_t proverIn(const std::vector<std::string> &command) {
+  if (baseName(command.front()) != "kelvarune-limit")
+    return 0;
+  const auto end = std::find(command.begin(), command.end(), "--");
+  const auto begin = command.end() - end > 1 ? end + 1 : command.begin();
+  return static_cast<std::size_t>(begin - command.begin());
+}
+
 std::optional<QByteArray> keyOf(const request_t &request) {
   KeyHash hash;
   bool complete = addProver(hash, request);

@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +22,10 @@ struct request_t {
 /// The path of a program that is named as on a command line: looked up in PATH when the name has no
 /// slash. Empty when there is no such executable file.
 std::string locateProgram(const std::string &name);
+
+/// Where in a command the prover's words begin: behind kelvarune-limit and its "--". Limits are no
+/// part of a question, as an answer that they cut short is not definite.
+std::size_t proverIn(const std::vector<std::string> &command);
 
 /// The SHA-256 of a request, in hexadecimal; nothing when a goal file or the prover cannot be read.
 ///

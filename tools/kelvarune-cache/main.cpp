@@ -85,9 +85,14 @@ int answerGoals(const options_t &options) {
   if (options.mode == policy_t::NONE)
     return cache::becomeProver(program, options.command, input.get());
 
-  const std::vector<std::string> arguments(options.command.begin() + 1, options.command.end());
+  const auto begin = static_cast<std::ptrdiff_t>(cache::proverIn(options.command));
+  const std::vector<std::string> words(options.command.begin() + begin, options.command.end());
   const std::optional<QByteArray> key =
-      cache::keyOf({program, arguments, options.versionText, options.goalFiles, input.get()});
+      cache::keyOf({begin == 0 ? program : cache::locateProgram(words.front()),
+                    {words.begin() + 1, words.end()},
+                    options.versionText,
+                    options.goalFiles,
+                    input.get()});
   cache::Store store(options.directory, options.maxBytes);
   if (key && options.mode != policy_t::REBUILD) {
     if (const std::optional<answer_t> answer = store.find(*key))

@@ -17,6 +17,8 @@ using goals::PogFile;
 namespace {
 
 int conclude(const stepped_t &stepped, const options_t &options) {
+  if (options.quiet && stepped.wasInStep)
+    return EXIT_DONE;
   return finish((stepped.text + QLatin1Char('\n')).toUtf8(),
                 options.check && !stepped.wasInStep ? EXIT_FOUND : EXIT_DONE);
 }

@@ -26,12 +26,13 @@ const commandline::program_t &program() {
         "already is not played again. Exits with 1 when a goal is not proved."},
        {"import",
         "PATH...",
-        {"output", "group-by-directory", "embed", "skip-broken", "adopt", "verbose", "wait"},
+        {"output", "group-by-directory", "embed", "skip-broken", "adopt", "verbose", "quiet",
+         "wait"},
         "Makes NAME.pog and NAME.pos of the goals in files and directories.",
         "Over a component that is there it does as sync, with these paths."},
        {"sync",
         "POG",
-        {"check", "verbose", "lister", "adopt", "skip-broken", "pos", "wait"},
+        {"check", "verbose", "quiet", "lister", "adopt", "skip-broken", "pos", "wait"},
         "Brings a component in step with its files.",
         "Equal goals keep their statuses, renamed and moved ones too; changed ones start again.\n"
         "The status file as it was is kept as FILE.~N~; kelvarune-pos restore takes it back.\n"
@@ -47,6 +48,7 @@ const commandline::program_t &program() {
         "Leave out files that cannot be read or are broken, instead of giving up."_s},
        {"check"_s, "Only say whether the component is in step."_s},
        {{"v"_s, "verbose"_s}, "Name every goal that changes; prove: show the run."_s},
+       {{"q"_s, "quiet"_s}, "Print nothing where everything was in step."_s},
        {"lister"_s,
         "This program, given the POG, prints TAG, NUMBER and DIGEST of each goal with tabs between."_s,
         "PROGRAM"_s},
@@ -101,6 +103,7 @@ parse_t parseOptions(const QStringList &arguments, options_t &options) {
   options.verbose = given.has("verbose");
   options.wait = given.has("wait");
   options.retry = given.has("retry");
+  options.quiet = given.has("quiet");
   if (options.command == "import"_s && options.output.empty())
     return refuse("Give the component with --output NAME"_s, options.command);
   return options.command == "show"_s ? takeGoals(options) : parse_t::RUN;

@@ -28,6 +28,7 @@ struct options_t {
   bool verbose = false;
   bool wait = false;
   bool retry = false;
+  bool quiet = false;
 };
 
 /// Reads the command line. `arguments` starts with the program's name.

@@ -2,7 +2,6 @@
 // call them; what is proved already stands in the status file, so that a later call only plays the
 // rest.
 
-#include "Beside.h"
 #include "Commands.h"
 #include "Component.h"
 #include "Making.h"
@@ -11,13 +10,15 @@
 #include "Stepping.h"
 #include "files/Locking.h"
 #include "files/Reading.h"
+#include "goals/Portfolio.h"
 #include "model/Goals.h"
 #include "output/Output.h"
 #include "output/Words.h"
+#include "program/Beside.h"
 #include "text/Literals.h"
 
 #include <map>
-#include <set>
+#include <variant>
 
 using namespace kelvarune;
 using goals::PogFile;
@@ -49,20 +50,14 @@ bool bringUp(const component_paths_t &files, const options_t &options) {
 
 /// The mechanisms for the languages that the goals are in. None after a complaint.
 QStringList mechanismsFor(const std::string &pogPath) {
-  const std::optional<PogFile> pog = component::open(pogPath);
-  std::set<goals::language_t> languages;
-  const auto fault =
-      pog ? pog->visit(
-                {nullptr, [&](const goals::goal_ref_t &goal) { languages.insert(goal.language); }})
-          : std::nullopt;
-  if (fault)
-    complain(QString::fromStdString(*fault));
   QStringList mechanisms;
-  if (languages.count(goals::language_t::SMTLIB) > 0)
-    mechanisms << "portfolio"_s;
-  if (languages.count(goals::language_t::TPTP) > 0)
-    mechanisms << "portfolio-tptp"_s;
-  return fault ? QStringList() : mechanisms;
+  const auto found = goals::portfolioFor(pogPath);
+  if (const auto *fault = std::get_if<std::string>(&found))
+    complain(QString::fromStdString(*fault));
+  else
+    for (const std::string &mechanism : std::get<std::vector<std::string>>(found))
+      mechanisms << QString::fromStdString(mechanism);
+  return mechanisms;
 }
 
 int play(const component_paths_t &files, const QStringList &mechanisms, const options_t &options) {

@@ -227,8 +227,9 @@ QStringList faultsOfFiles(const play_options_t &options) {
         directory + ": not writable; --directory takes temporary files."_s);
   check(options.against.isEmpty() || QFileInfo(options.against).isFile(),
         options.against + ": no such file; --against names a status file."_s);
-  check(limitingCommand(options).isEmpty() || QFileInfo(limitingProgram()).isExecutable(),
-        limitingProgram() + ": no such program; limits need it there."_s);
+  for (const QString &program : wrappingPrograms(options))
+    check(QFileInfo(program).isExecutable(),
+          program + ": no such program; limits and cache need it there."_s);
   for (const QString &file : options.resources)
     check(QFileInfo(file).isReadable(),
           file + ": no readable file; --resources names resource files."_s);

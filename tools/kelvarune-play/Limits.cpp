@@ -11,8 +11,21 @@
 
 using namespace kelvarune;
 
-QString limitingProgram() {
-  return QDir(QCoreApplication::applicationDirPath()).filePath("kelvarune-limit"_s);
+namespace {
+
+QString besideThis(const QString &program) {
+  return QDir(QCoreApplication::applicationDirPath()).filePath(program);
+}
+
+QStringList cachingCommand(const play_options_t &options) {
+  if (options.cache.isEmpty())
+    return {};
+  // The answers of provers for SMT-LIB and TPTP that their readers believe.
+  const QString definite = "unsat|sat|[#%] SZS status (Theorem|Unsatisfiable|ContradictoryAxioms|"
+                           "CounterSatisfiable|Satisfiable)\\b.*|"
+                           "SPASS beiseite: (Proof|Completion) found\\."_s;
+  return {besideThis("kelvarune-cache"_s), "--directory"_s, options.cache, "--definite"_s, definite,
+          "--goal-file=${file}"_s,         "--"_s};
 }
 
 QStringList limitingCommand(const play_options_t &options) {
@@ -21,8 +34,19 @@ QStringList limitingCommand(const play_options_t &options) {
     command << "--time"_s << options.timeLimit;
   if (!options.memoryLimit.isEmpty())
     command << "--memory"_s << options.memoryLimit;
-  return command.isEmpty() ? command
-                           : QStringList(limitingProgram()) + command + QStringList("--"_s);
+  return command.isEmpty()
+             ? command
+             : QStringList(besideThis("kelvarune-limit"_s)) + command + QStringList("--"_s);
+}
+
+} // namespace
+
+QStringList wrappingCommand(const play_options_t &options) {
+  return cachingCommand(options) + limitingCommand(options);
+}
+
+QStringList wrappingPrograms(const play_options_t &options) {
+  return cachingCommand(options).mid(0, 1) + limitingCommand(options).mid(0, 1);
 }
 
 QString reachedLimit(const tool_record_t &tool) {

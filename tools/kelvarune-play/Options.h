@@ -1,6 +1,8 @@
 #ifndef KELVARUNE_PLAY_OPTIONS_H
 #define KELVARUNE_PLAY_OPTIONS_H
 
+#include "Project.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -13,7 +15,8 @@ struct play_options_t {
   QString mechanismDirectory;
   QString posPath;
   QString pogPath;
-  QString directory; ///< empty: a private one
+  QStringList sources; ///< files with goals that the POG is made of; empty: it is there
+  QString directory;   ///< empty: a private one
   QStringList resources;
   std::vector<std::string> installDirs;
   QString driver;    ///< empty: all drivers
@@ -37,9 +40,11 @@ struct play_options_t {
   bool strict = false;
   bool xml = false;
   unsigned int concurrency = 1;
+  bool hasJobs = false; ///< the concurrency was given as a number
   int trace = 0;
   QString timeLimit;   ///< in seconds; empty: none
   QString memoryLimit; ///< empty: none
+  QString cache;       ///< the directory of the answers that provers gave before; empty: none
 
   /// Whether only some goals are played.
   bool isForSomeGoals() const { return failed || !goals.isEmpty(); }
@@ -55,8 +60,21 @@ struct play_options_t {
   }
 };
 
-/// Reads the command line. Prints help or version and exits with 0 when asked to. An unusable
-/// command line gives one line on standard error and false.
-bool parseOptions(const QStringList &words, play_options_t &options);
+/// Puts the descriptions in the place of the names of installed mechanisms, whose tools are then
+/// also looked for where those are. A file of that name comes first.
+void findInstalled(play_options_t &options);
+
+enum class command_line_t {
+  COMPONENT, ///< plays what the options say
+  PROJECT,   ///< plays what a project file says
+  REFUSED
+};
+
+/// Reads the command line, which starts with the program's name: with --pos and --pog into
+/// `options`, else into `request` when there is a project. Prints help or version and exits with 0
+/// when asked to. An unusable command line gives a line on standard error, an unusable project file
+/// one for each fault.
+command_line_t parseOptions(const QStringList &words, play_options_t &options,
+                            project_request_t &request);
 
 #endif

@@ -6,6 +6,7 @@
 
 #include "DryRun.h"
 #include "Explanation.h"
+#include "ProgressText.h"
 #include "Reference.h"
 #include "StatusLine.h"
 #include "director/ProofDirector.h"
@@ -45,6 +46,8 @@ std::unique_ptr<ProofDirector> directorFor(const plan_t &plan, const std::string
                         options.installDirs, options.xml, options.concurrency, options.trace,
                         options.driver.toStdString(), std::string(), options.fast));
   director->choose(plan.choice);
+  if (plan.slots)
+    director->setJobSlots(*plan.slots);
   return director;
 }
 
@@ -120,6 +123,7 @@ void Run::playMechanism(const QString &mechanism, StopOnSignals &stopOnSignals) 
   made->setObserver(
       [this, &director = *made](const entry_record_t &record) {
         recording.take(record);
+        tellStarter(director);
         if (entries.take(record))
           director.stop();
       },
@@ -140,11 +144,18 @@ void Run::playMechanism(const QString &mechanism, StopOnSignals &stopOnSignals) 
   process::writeToStandardOutput(entries.takeExplanations(drivers).toStdString());
 }
 
+void Run::tellStarter(const ProofDirector &playing) {
+  const std::lock_guard lock(partMutex);
+  if (plan.part)
+    plan.part->tell(playing.progress());
+}
+
 void Run::playOn(ProofDirector &playing, StopOnSignals &stopOnSignals) {
   stopOnSignals.setDirector(&playing);
   setDirector(&playing);
   {
-    const StatusLine line(playing);
+    ProgressText text(playing);
+    const StatusLine line([&text] { return text.now(); });
     if (options.replay)
       playing.replay();
     else

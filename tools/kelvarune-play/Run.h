@@ -3,7 +3,9 @@
 
 #include "Entries.h"
 #include "Options.h"
+#include "Part.h"
 #include "Recording.h"
+#include "director/JobSlots.h"
 #include "director/Observation.h"
 #include "director/StopOnSignals.h"
 #include "model/Goals.h"
@@ -11,6 +13,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -20,10 +23,12 @@ class ProofDirector;
 struct plan_t {
   play_options_t options;
   kelvarune::play_choice_t choice;
-  QString directory;             ///< for the secondary files
-  bool isPrivate = true;         ///< no other run puts files there
-  std::vector<goal_t> reference; ///< of a replay: what must be proved afterwards
-  int leftUnknown = 0;           ///< goals that are not tried again
+  QString directory;                    ///< for the secondary files
+  bool isPrivate = true;                ///< no other run puts files there
+  std::vector<goal_t> reference;        ///< of a replay: what must be proved afterwards
+  int leftUnknown = 0;                  ///< goals that are not tried again
+  kelvarune::JobSlots *slots = nullptr; ///< shared with others; null: as many as the options say
+  Part *part = nullptr;                 ///< which one of several this run is, for its starter
 };
 
 /// One run over all mechanisms, with its report. There is one at a time.
@@ -48,6 +53,7 @@ public:
 private:
   void playMechanism(const QString &mechanism, kelvarune::StopOnSignals &stopOnSignals);
   void playOn(ProofDirector &director, kelvarune::StopOnSignals &stopOnSignals);
+  void tellStarter(const ProofDirector &playing);
   void keepErrors(const ProofDirector &director);
   void setDirector(ProofDirector *now);
   std::string stoppedText(int status);
@@ -62,6 +68,7 @@ private:
   Recording recording;
   QStringList failedSaves;
   unsigned int leastJobs;
+  std::mutex partMutex;              // guards what is told through plan.part
   ProofDirector *director = nullptr; // guarded by the mutex for lastWords
 };
 

@@ -1,19 +1,18 @@
 // The last row of the screen is taken out of the part that scrolls. That state outlives the
 // program, so it is undone on every way out that a program can see: the end of a run, a stop, a
 // suspension, and the signals that end it unhandled.
-//
-// An estimate is given only once some entries have ended, and only for the driver being played:
-// what is left for the next one depends on this one's results.
 
 #include "StatusLine.h"
 
 #include "process/SignalMask.h"
 
-#include <algorithm>
+#include <QString>
+
 #include <atomic>
-#include <cmath>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <poll.h>
 #include <signal.h>
@@ -26,7 +25,6 @@ namespace {
 
 constexpr std::chrono::milliseconds INTERVAL(200);
 constexpr int PATIENCE_MS = 100;
-constexpr unsigned long ENTRIES_BEFORE_ESTIMATE = 3;
 
 // Each leaves the cursor where it was. The first scrolls up by one when the cursor is in the last
 // row; it must not use a line feed, which a terminal may turn into a return to the first column.
@@ -87,25 +85,9 @@ winsize screenSize() {
   return size;
 }
 
-std::string duration(double seconds) {
-  const long whole = std::lround(std::ceil(seconds));
-  if (whole < 60)
-    return std::to_string(whole) + " s";
-  if (whole < 3600)
-    return std::to_string(whole / 60) + " min " + std::to_string(whole % 60) + " s";
-  return std::to_string(whole / 3600) + " h " + std::to_string(whole / 60 % 60) + " min";
-}
-
-// What the rest of a pass takes at its pace so far, but no less than the last result has been
-// awaited: what is left in the end are the entries that take long.
-double secondsLeft(const progress_t &progress, double elapsed, double waited) {
-  const double perEntry = elapsed / static_cast<double>(progress.finished);
-  return std::max(perEntry * static_cast<double>(progress.total - progress.finished), waited);
-}
-
 } // namespace
 
-StatusLine::StatusLine(const ProofDirector &shownDirector) : director(shownDirector) {
+StatusLine::StatusLine(std::function<std::string()> shownText) : text(std::move(shownText)) {
   if (!isUsableTerminal())
     return;
   handleUnlessIgnored(SIGTSTP, SA_RESTART);
@@ -143,34 +125,13 @@ void StatusLine::run() {
     show();
 }
 
-void StatusLine::follow(const progress_t &now) {
-  lastEnd = now.finished == progress.finished ? lastEnd : steady_t::now();
-  if (now.driver != progress.driver || now.finished < progress.finished)
-    passStart = lastEnd = steady_t::now();
-  progress = now;
-}
-
-std::string StatusLine::text() const {
-  const std::chrono::duration<double> elapsed = steady_t::now() - passStart;
-  const std::chrono::duration<double> waited = steady_t::now() - lastEnd;
-  const std::string driver = progress.driver.toStdString();
-  std::string line = driver + ": " + std::to_string(progress.finished) + "/" +
-                     std::to_string(progress.total) + ", " + std::to_string(progress.proved) +
-                     " proved, " + std::to_string(progress.started - progress.finished) +
-                     " running, " + duration(elapsed.count()) + " elapsed";
-  if (progress.finished >= ENTRIES_BEFORE_ESTIMATE && progress.finished < progress.total)
-    line += ", about " + duration(secondsLeft(progress, elapsed.count(), waited.count())) +
-            " left for " + driver;
-  return QString::fromStdString(line).left(columns - 1).toStdString();
-}
-
 void StatusLine::show() {
   const std::lock_guard lock(showMutex);
   if (isOver)
     return;
-  follow(director.progress());
+  const std::string line = text();
   const winsize size = screenSize();
-  if (progress.driver.isEmpty() || size.ws_row < 2 || !isInForeground())
+  if (line.empty() || size.ws_row < 2 || !isInForeground())
     return;
   std::string output;
   // Terminals forget what is kept apart when they are resized in any direction.
@@ -179,7 +140,8 @@ void StatusLine::show() {
              std::to_string(size.ws_row - 1) + "r\0338";
   rows = size.ws_row;
   columns = size.ws_col;
-  output += "\0337\033[" + std::to_string(rows) + ";1H\033[2K" + text() + "\0338";
+  output += "\0337\033[" + std::to_string(rows) + ";1H\033[2K" +
+            QString::fromStdString(line).left(columns - 1).toStdString() + "\0338";
   isKept = true;
   writeOut(output.data(), output.size());
 }

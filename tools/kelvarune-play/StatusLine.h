@@ -1,15 +1,13 @@
 #ifndef KELVARUNE_PLAY_STATUSLINE_H
 #define KELVARUNE_PLAY_STATUSLINE_H
 
-#include "director/ProofDirector.h"
-
-#include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
 
-/// Shows on a terminal how far a director has come, from construction to its end.
+/// Shows on a terminal how far a run has come, from construction to its end.
 ///
 /// The line goes to standard error, and only when that is a terminal that is not called "dumb", and
 /// while the program is in the terminal's foreground. It stands in the last row of the screen,
@@ -17,8 +15,9 @@
 /// terminal that has been halted.
 class StatusLine {
 public:
-  /// `director` must outlive the line.
-  explicit StatusLine(const ProofDirector &director);
+  /// `text` gives what to show, nothing while there is nothing to say; it is called a few times a
+  /// second on a thread of the line's own.
+  explicit StatusLine(std::function<std::string()> text);
   ~StatusLine();
   StatusLine(const StatusLine &) = delete;
   StatusLine &operator=(const StatusLine &) = delete;
@@ -28,19 +27,12 @@ public:
   static void endAll();
 
 private:
-  using steady_t = std::chrono::steady_clock;
-
   void end();
   void run();
   void show();
-  void follow(const kelvarune::progress_t &now);
-  std::string text() const;
 
-  const ProofDirector &director;
-  kelvarune::progress_t progress;
-  steady_t::time_point passStart;
-  steady_t::time_point lastEnd; // of an entry; the start of the pass before there is one
-  int rows = 0;                 // of the screen whose last row is kept apart
+  const std::function<std::string()> text;
+  int rows = 0; // of the screen whose last row is kept apart
   int columns = 0;
   std::mutex mutex;
   std::condition_variable ended;

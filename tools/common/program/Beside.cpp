@@ -1,4 +1,4 @@
-#include "Beside.h"
+#include "program/Beside.h"
 
 #include "output/Output.h"
 #include "text/Literals.h"
@@ -21,13 +21,17 @@ namespace {
 constexpr int NOT_RUN = 127;
 constexpr int SIGNALLED = 128;
 
-/// Leaves a signal to others as long as it lives.
+/// Leaves a signal to others as long as it lives, unless it is blocked.
 class Ignored {
 public:
   explicit Ignored(int number) : number(number) {
-    struct sigaction ignore = {};
+    ::sigaction(number, nullptr, &before);
+    sigset_t blocked;
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    struct sigaction ignore = before;
     ignore.sa_handler = SIG_IGN;
-    ::sigaction(number, &ignore, &before);
+    if (::sigismember(&blocked, number) == 0)
+      ::sigaction(number, &ignore, nullptr);
   }
   Ignored(const Ignored &) = delete;
   Ignored &operator=(const Ignored &) = delete;
@@ -43,9 +47,14 @@ private:
 [[noreturn]] void become(const std::string &path, const std::vector<char *> &words,
                          output_t output) {
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+  sigset_t none;
+  ::sigemptyset(&none);
+  ::sigprocmask(SIG_SETMASK, &none, nullptr);
   const int null = output == output_t::HIDDEN ? ::open("/dev/null", O_WRONLY) : -1;
   if (null >= 0)
     ::dup2(null, STDOUT_FILENO);
+  if (output == output_t::AS_ERRORS)
+    ::dup2(STDERR_FILENO, STDOUT_FILENO);
   ::execv(path.c_str(), words.data());
   ::_exit(NOT_RUN);
 }
