@@ -10,7 +10,7 @@ import xml.etree.ElementTree as ET
 import jsonschema
 import pytest
 from conftest import goal, mech, needs, obligations, po, rows
-from test_commands import component, documented, large, refused
+from test_commands import component, documented, refused
 from test_junit import SCHEMA as JUNIT
 
 PROGRAM = "kelvarune-pos"
@@ -242,11 +242,3 @@ def test_an_earlier_state_that_cannot_be_read(project):
     outside = project.run("diff", "--against", "../before", "../same.pos", status=2, err=None,
                           cwd=project.path("sub")).err
     assert b"../same.pos: is not below " in outside
-
-
-def test_many_large_components(case):
-    """Memory does not grow with the number of components."""
-    for i in range(12):
-        case.write(f"{i}.pos", ET.tostring(large(3000)))
-    files = [path.name for path in case.root.glob("*.pos")]
-    case.run("report", "--html", *files, under=("prlimit", f"--data={1 << 30}"))
