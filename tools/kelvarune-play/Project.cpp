@@ -65,13 +65,15 @@ private:
     addPath("pog", component.pogPath);
     for (const QString &source : component.sources)
       addPath("sources", source);
-    // The first directory that has a tool wins, and the last of the resource files.
-    QStringList toolPlaces = values("installdir") + settings.installDirs;
     if (!isGiven("mechanism") && !isGiven("mechanism-directory"))
       for (const QString &mechanism : settings.mechanisms)
-        add("mechanism", mechanismFor(mechanism, toolPlaces));
-    for (const QString &place : std::as_const(toolPlaces))
+        add("mechanism", mechanismFor(mechanism));
+    // The first directory that has a tool wins, and the last of the resource files. What nobody
+    // names a place for is where installed tools are.
+    for (const QString &place : values("installdir") + settings.installDirs)
       addPath("installdir", place);
+    for (const std::string &place : installed::toolDirectories())
+      add("installdir", QString::fromStdString(place));
     for (const QString &file : settings.resources + values("resources"))
       addPath("resources", file);
     unlessGiven("time-limit", settings.timeLimit);
@@ -83,16 +85,12 @@ private:
     return words + handedOn();
   }
 
-  QString mechanismFor(const QString &mechanism, QStringList &toolPlaces) const {
+  QString mechanismFor(const QString &mechanism) const {
     if (mechanism.contains(QLatin1Char('/')))
       return request.project.shown(mechanism);
     // The name of an installed one, though a file here may be called so.
     const QString file = installed::mechanism(mechanism);
-    if (file.isEmpty() || !QFileInfo::exists(mechanism))
-      return mechanism;
-    for (const std::string &place : installed::toolDirectories())
-      toolPlaces << QString::fromStdString(place);
-    return file;
+    return file.isEmpty() || !QFileInfo::exists(mechanism) ? mechanism : file;
   }
 
   QStringList handedOn() const {

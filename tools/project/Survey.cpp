@@ -75,6 +75,17 @@ private:
     }
     for (QStringList *list : {&pogs, &poses, &scripts, &result.mechanisms})
       list->sort();
+    keepOneOfAName();
+  }
+
+  /// A run knows mechanisms by the names of their files.
+  void keepOneOfAName() {
+    std::set<QString> names;
+    const auto isKnown = [&names](const QString &path) {
+      return !names.insert(QFileInfo(path).completeBaseName()).second;
+    };
+    QStringList &all = result.mechanisms;
+    all.erase(std::remove_if(all.begin(), all.end(), isKnown), all.end());
   }
 
   /// The sources of a POG that can be made anew, from the root.
