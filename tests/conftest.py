@@ -335,7 +335,8 @@ class Case:
         """Starts the program, below the command `under` if there is one; end it with finish."""
         command = [*under, str(BIN / program) if program else self.program, *map(str, args)]
         # The thread sanitizer sleeps a second at every exit; leaks cannot be looked for below strace.
-        usual = {"HOME": str(self.root), "LC_ALL": "C.UTF-8",
+        # A make that runs the tests has jobs for them, not for what they run.
+        usual = {"HOME": str(self.root), "LC_ALL": "C.UTF-8", "MAKEFLAGS": None,
                  "ASAN_OPTIONS": "detect_leaks=0" if under[:1] == ("strace",) else None,
                  "TSAN_OPTIONS": "atexit_sleep_ms=0 " + os.environ.get("TSAN_OPTIONS", "")}
         env = {k: v for k, v in (os.environ | usual | (env or {})).items() if v is not None}
