@@ -138,6 +138,14 @@ def test_a_project_shares_with_provers_that_are_makes(plays):
                zip("abc", run.out.decode().split("Proving ")[1:]))
 
 
+@needs("make")
+def test_projects_under_make(plays):
+    plays.case.write("Makefile", f"all: x y\nx:\n\t+{BIN / PROGRAM} a b\ny:\n\t+{BIN / PROGRAM} c\n")
+    plays.case.run("-s", "-j3", program="/usr/bin/make")
+    assert plays.most() == 3
+    assert [plays.proved(name) for name in "abc"] == [GOALS] * 3
+
+
 def test_a_project_plays_on_when_a_part_is_killed(plays):
     process = plays.case.start("-c", 2)
     plays.play_of("b").kill()
