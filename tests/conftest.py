@@ -336,7 +336,8 @@ class Case:
         """Starts the program, below the command `under` if there is one; end it with finish."""
         command = [*under, str(BIN / program) if program else self.program, *map(str, args)]
         # The thread sanitizer sleeps a second at every exit; leaks cannot be looked for below strace.
-        usual = {"HOME": str(self.root), "LC_ALL": "C.UTF-8",
+        # A make that runs the tests has jobs for them, not for what they run.
+        usual = {"HOME": str(self.root), "LC_ALL": "C.UTF-8", "MAKEFLAGS": None,
                  "ASAN_OPTIONS": "detect_leaks=0" if under[:1] == ("strace",) else None,
                  "TSAN_OPTIONS": f"atexit_sleep_ms=0 suppressions={SUPPRESSIONS} "
                                  + os.environ.get("TSAN_OPTIONS", "")}

@@ -52,6 +52,17 @@ def test_history(case):
             database.execute(question)
 
 
+def test_project_file(case):
+    [(_, example), _] = blocks("kelvarune.toml.5.md")
+    case.write("kelvarune.toml", example)
+    for name in ("drives/motor.pog", "drives/brake.pos", "drives/brake.pog", "theory/a.smt2"):
+        case.write(name, "")
+    for name in ("scripts/queue", "theory/lists"):
+        case.path(name).mkdir(parents=True)
+    case.run("zebra", program="kelvarune-play", status=2, err="kelvarune-play: no component is "
+             "called zebra; there are motor, queue, lemmas\n")
+
+
 def test_status_file(case):
     [(_, example), (_, goals)] = blocks("kelvarune-pos.5.md")
     case.write("comp.pos", example)

@@ -48,7 +48,7 @@ Part Part::fromStarter() {
 
 Part::Part(Part &&other) noexcept
     : memory(std::move(other.memory)), shared(std::exchange(other.shared, nullptr)),
-      pass(other.pass) {}
+      pass(std::move(other.pass)) {}
 
 Part &Part::operator=(Part &&other) noexcept {
   std::swap(memory, other.memory);

@@ -179,18 +179,14 @@ int SideBySide::play() {
   return status();
 }
 
-// A slot for each part that runs.
+// A slot for each part that runs. They are taken before the first starts, which would take more of
+// them for itself.
 void SideBySide::startMore() {
-  while (nextStart < order.size()) {
-    if (slotsHeld == running) {
-      if (!slots.acquireNow())
-        break;
-      ++slotsHeld;
-    }
+  while (slotsHeld < running + order.size() - nextStart && slots.acquireNow())
+    ++slotsHeld;
+  for (hasRoom = true; hasRoom && running < slotsHeld && nextStart < order.size();) {
     hasRoom = start(order[nextStart]);
-    if (!hasRoom)
-      break;
-    ++nextStart;
+    nextStart += hasRoom ? 1 : 0;
   }
   for (; slotsHeld > running; --slotsHeld)
     slots.release();
