@@ -86,8 +86,8 @@ struct findings_t {
 };
 
 /// With several files each finding says in which it is.
-void add(QJsonArray found, const QString &path, bool isOne, QJsonArray &all) {
-  for (const QJsonValueRef &value : found) {
+void add(const QJsonArray &found, const QString &path, bool isOne, QJsonArray &all) {
+  for (const auto &value : found) {
     QJsonObject object = value.toObject();
     if (!isOne)
       object["file"_s] = path;
