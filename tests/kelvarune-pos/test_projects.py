@@ -20,7 +20,7 @@ PROJECT = 'name = "drive"\ncomponents = ["*.pos", "sub/*.pos"]\nreports = "out"\
 DOCUMENTED = documented()
 BAD = "kelvarune-pos: bad.pos:1:10: not well-formed: tag mismatch; correct it or restore a saved copy\n"
 NASTY = "a|b`c``d\\|e*_<i>@me #1 [x](y)&amp;"
-PROVED, OPEN = goal(status="Proved"), goal()
+PROVED, OPEN = goal(status="Proved", state="Proved(1)"), goal()
 
 
 def git(directory, *args):
@@ -144,6 +144,23 @@ def junit_of(case, *args, **options):
     case.run("report", "--junit", "-o", "junit.xml", *args, **options)
     case.run("--noout", "--schema", JUNIT, "junit.xml", program="/usr/bin/xmllint", err=None)
     return ET.parse(case.path("junit.xml")).getroot()
+
+
+@rows("args", {"project": [], "files": ["comp.pos", "bad.pos", "new.pos"]})
+def test_what_is_not_proved_is_told_of_all(project, args):
+    """Of those that can be read, even where another one cannot."""
+    lines = project.run("check", "--proved", *args, err=BAD, status=2).out.decode().splitlines()
+    seen = [tuple(line.split(":")[i].strip() for i in (0, 3, 4, 5)) for line in lines[:-1]]
+    assert seen[:1] + seen[3:4] == [("comp.pos", "open.2.2", "not proved", "UnreliablyProved"),
+                                    ("new.pos", "n.1", "not proved", "Unproved")]
+    assert lines[-1] == ("3 components: 7 goals, 0 violations, 4 not proved" if args else
+                         "5 components: 15 goals, 0 violations, 7 not proved")
+    project.path("bad.pos").unlink()
+    told = json.loads(project.run("check", "--json", "--proved", status=1).out)
+    jsonschema.Draft202012Validator(DOCUMENTED).validate(told)
+    assert [goal["file"] for goal in told["notProved"]] == ["comp.pos"] * 3 + ["new.pos"] + ["same.pos"] * 3
+    project.run("check", "sub/queue.pos", "sub/queue.pos", "--proved",
+                out="2 components: 4 goals, 0 violations, 0 not proved\n")
 
 
 def test_a_lost_proof_is_a_failure_in_junit(project):
