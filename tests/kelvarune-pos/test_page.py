@@ -9,6 +9,8 @@ import pytest
 from conftest import BIN, SLOWNESS, goal, mech, needs, obligations, po, rows
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.support.ui import WebDriverWait
 from test_commands import component, large
 from test_times import Past
 
@@ -262,3 +264,70 @@ def test_ten_thousand_goals_and_twenty_runs_open_at_once(timed):
       done([page.loadEventEnd - page.startTime, $$("#cactus .line").length, $$("#trend rect").length,
             cells("#times").pop()[1]]);""", [(number, entries) for number in range(1, 21)])
     assert seen[1:] == [3, 40, "20,000"] and seen[0] < 2000 * SLOWNESS, seen
+
+
+@pytest.fixture
+def site(browser, tmp_path):
+    """Shows the index of a project in "now" and what changed, and returns what a script returns."""
+    def site(name, now, before, script):
+        for directory, trees in (("now", now), ("before", before)):
+            (tmp_path / directory).mkdir(exist_ok=True)
+            for comp, tree in trees.items():
+                data = tree if isinstance(tree, bytes) else ET.tostring(tree)
+                (tmp_path / directory / f"{comp}.pos").write_bytes(data)
+        toml = tmp_path / "now/kelvarune.toml"
+        toml.write_text(f"name = '{name}'\ncomponents = ['*.pos']\nreports = '../site'\n")
+        report = [BIN / "kelvarune-pos", "report", "--html", "--against", "../before"]
+        subprocess.run(report, cwd=tmp_path / "now", check=False)
+        browser.get(f"file://{tmp_path}/site/index.html")
+        seen = browser.execute_script(HELPERS + script)
+        assert browser.get_log("browser") == []
+        return seen
+    return site
+
+
+def test_an_index_leads_to_pages(site, browser, tmp_path):
+    tag = "</script><img src=http://127.0.0.1:9/x onerror=alert(1)>@DATA@ 100%#?&amp;"
+    name = tag.replace("/", "|")
+    proved, done = goal(status="Proved"), obligations(po("d", *[goal(status="Proved")] * 2))
+    now = {"comp": component(), name: obligations(po(tag, goal(), goal())), "done": done, "bad": b"<r>"}
+    before = {"comp": component(), name: obligations(po(tag, proved, goal())), "gone": done, "done": done}
+    (tmp_path / "now").mkdir()
+    Past(tmp_path / "now").run(1, (1, [(1, "Proved")], 1.49))
+    assert site(name, now, before, """
+      const cells = () => rows().map(([name, , proved, open, ...more]) => [name, proved, open, ...more].join("; "));
+      const heads = () => names().map((name) => name.slice(0, 4));
+      const seen = { title: document.title, verdict: $("#verdict").textContent, all: cells(),
+                     share: $("#share").textContent, faults: $("#fault-list").textContent,
+                     changes: $$("#change-figures dd").map((n) => n.textContent),
+                     lost: $("#change-lists details li").textContent };
+      seen.heads = $$("#table th").map((head) => head.textContent);
+      sort("seconds"); sort("seconds"); seen.slowest = heads()[0];
+      sort("name"); sort("name"); seen.down = heads();
+      type("comp.pos"); seen.search = [heads(), count()]; type("");
+      $("#open").click(); seen.open = heads();
+      seen.focus = $$("a, button, input, summary").every((part) => part.tabIndex === 0);
+      seen.fetched = performance.getEntriesByType("resource").length + document.images.length;
+      return seen;""") == {
+        "title": f"{name} \u2013 proof status",
+        "verdict": "1 proof lost, 1 component unreadable, 1 disproved goal", "share": "50.0 %",
+        "all": ["badbad.pos; ; ", f"{name}{name}.pos; 0 of 2 \u00b7 0.0 %; 2; 0; ; 1 lost",
+                "compcomp.pos; 3 of 6 \u00b7 50.0 %; 3; 1; 1.5; ", "gonegone.pos; 2 gone; ",
+                "donedone.pos; 2 of 2 \u00b7 100.0 %; 0; 0; ; "],
+        "heads": ["Component", "Goals", "Proved", "Open", "Disproved", "Seconds", "Changes"],
+        "faults": "bad bad.pos:1:4: not well-formed: unexpected end of file; correct it or restore a saved copy",
+        "changes": ["1", "0", "0", "2", "0"], "lost": f"{name}: {tag}.1Proved \u2192 Unproved",
+        "slowest": "comp", "down": ["gone", "done", "comp", "badb", "<|sc"],
+        "search": [["comp"], "1 of 5 components"], "open": ["gone", "comp", "badb", "<|sc"],
+        "focus": True, "fetched": 0}
+    # A goal that was lost leads to itself, and from there back; nothing is wider than a phone.
+    phone = {"width": 360, "height": 700, "deviceScaleFactor": 1, "mobile": True}
+    browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", phone)
+    for link, address in (("#change-lists li a", "/components/"), ("#home", "/index.html")):
+        assert browser.execute_script("return document.documentElement.scrollWidth") == 360
+        browser.find_element("css selector", link).send_keys(Keys.ENTER)
+        WebDriverWait(browser, 20 * SLOWNESS).until(lambda browser: address in browser.current_url)
+        if link != "#home":
+            assert browser.execute_script(HELPERS + "return names();") == [f"{tag}.1"]
+    assert browser.title.startswith(name)
+    browser.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})

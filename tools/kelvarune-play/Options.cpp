@@ -234,6 +234,13 @@ bool takeShard(const QCommandLineParser &parser, play_options_t &options) {
          refuse("--shard takes K/N: two numbers, K from 1 to N."_s);
 }
 
+/// Why a command line without files is none of a project; empty when that is clear.
+QString wordsWithoutProject(const QCommandLineParser &parser) {
+  const bool isClear =
+      parser.isSet("pos"_s) || parser.isSet("pog"_s) || parser.isSet("no-config"_s);
+  return isClear ? QString() : " There is no kelvarune.toml here or above."_s;
+}
+
 /// Whether the two files are as kelvarune-goals makes them.
 bool areTogether(const play_options_t &options) {
   const QString suffix = ".pog"_s;
@@ -252,11 +259,8 @@ bool check(const QCommandLineParser &parser, const play_options_t &options) {
     if (parser.isSet(QLatin1String(name)) && parser.value(QLatin1String(name)).isEmpty())
       return refuse("The option --%1 needs a value that is not empty."_s.arg(QLatin1String(name)));
   }
-  if (!parser.isSet("pos"_s) && !parser.isSet("pog"_s) && !parser.isSet("no-config"_s))
-    return refuse(
-        "The options --pos and --pog are needed. There is no kelvarune.toml here or above."_s);
   if (options.posPath.isEmpty() || options.pogPath.isEmpty())
-    return refuse("The options --pos and --pog are needed."_s);
+    return refuse("The options --pos and --pog are needed."_s + wordsWithoutProject(parser));
   if (!options.sources.isEmpty() && !areTogether(options))
     return refuse("With --sources, --pog names a file X.pog and --pos X.pos beside it."_s);
   const bool mayChoose = !options.sources.isEmpty() && options.mechanisms.isEmpty();
@@ -325,7 +329,8 @@ std::optional<bool> takeProject(const QCommandLineParser &parser, project_reques
 /// Reads what is asked of one component.
 bool takeAll(const QCommandLineParser &parser, play_options_t &options) {
   if (!parser.positionalArguments().isEmpty())
-    return refuse("Unexpected argument '%1'."_s.arg(parser.positionalArguments().first()));
+    return refuse("Unexpected argument '%1'."_s.arg(parser.positionalArguments().first()) +
+                  wordsWithoutProject(parser));
   takeValues(parser, options);
   if (!takeNumbers(parser, options) || !takeShard(parser, options) || !check(parser, options))
     return false;
