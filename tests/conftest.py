@@ -27,6 +27,7 @@ PROJECT = pathlib.Path(__file__).resolve().parent.parent
 BIN = pathlib.Path(os.environ.get("KELVARUNE_BIN", PROJECT / "build/release/bin"))
 SLOWNESS = float(os.environ.get("KELVARUNE_TEST_SLOWNESS", "1"))
 LIMIT_S = 20 * SLOWNESS
+SUPPRESSIONS = PROJECT / "tests/support/tsan.suppressions"
 
 ABORTED = -signal.SIGABRT
 NEVER_ON_STDERR = (b"QProcess", b"QThread", b"QFile", b"QDom", b"Sanitizer", b"runtime error:")
@@ -337,7 +338,8 @@ class Case:
         # The thread sanitizer sleeps a second at every exit; leaks cannot be looked for below strace.
         usual = {"HOME": str(self.root), "LC_ALL": "C.UTF-8",
                  "ASAN_OPTIONS": "detect_leaks=0" if under[:1] == ("strace",) else None,
-                 "TSAN_OPTIONS": "atexit_sleep_ms=0 " + os.environ.get("TSAN_OPTIONS", "")}
+                 "TSAN_OPTIONS": f"atexit_sleep_ms=0 suppressions={SUPPRESSIONS} "
+                                 + os.environ.get("TSAN_OPTIONS", "")}
         env = {k: v for k, v in (os.environ | usual | (env or {})).items() if v is not None}
         with open(self.path("stdout"), "wb") as out, open(self.path("stderr"), "wb") as err:
             process = subprocess.Popen(command, **{

@@ -2,6 +2,7 @@
 // status text without meaning for a finding like any other: it is what one looks for here.
 
 #include "commands/Commands.h"
+#include "commands/Components.h"
 #include "commands/Options.h"
 #include "files/Reading.h"
 #include "output/Json.h"
@@ -76,33 +77,78 @@ QString linesOf(const std::vector<unproved_t> &unproved, const QString &path) {
   return text;
 }
 
+/// What was found, in one file or in several.
+struct findings_t {
+  int goals = 0;
+  QJsonArray violations;
+  QJsonArray unproved;
+  QString lines;
+};
+
+/// With several files each finding says in which it is.
+void add(QJsonArray found, const QString &path, bool isOne, QJsonArray &all) {
+  for (const QJsonValueRef &value : found) {
+    QJsonObject object = value.toObject();
+    if (!isOne)
+      object["file"_s] = path;
+    all.append(object);
+  }
+}
+
+/// Adds what is found in a file. False, after refusing it, when nothing in it can be looked at.
+bool checkFile(const QString &path, const options_t &options, bool isOne, findings_t &all) {
+  QDomDocument document;
+  const std::vector<pos::fault_t> faults = pos::readFaults(path, pos::use_t::CHECKING, document);
+  if (isUnusable(faults)) {
+    refuse(path, faults);
+    return false;
+  }
+  const std::vector<pos::goal_t> goals = pos::goalsOf(document);
+  all.goals += static_cast<int>(goals.size());
+  add(violationsOf(faults), path, isOne, all.violations);
+  all.lines += linesOf(faults, path);
+  if (!options.mustBeProved)
+    return true;
+  const std::vector<unproved_t> unproved = unprovedOf(goals);
+  add(jsonOfUnproved(unproved), path, isOne, all.unproved);
+  all.lines += linesOf(unproved, path);
+  return true;
+}
+
+QString summaryOf(const findings_t &found, const QString &what, const options_t &options) {
+  const QString notProved =
+      options.mustBeProved ? ", %1 not proved"_s.arg(found.unproved.size()) : QString();
+  return what + ": "_s + counted(found.goals, "goal") + ", "_s +
+         counted(found.violations.size(), "violation") + notProved + QLatin1Char('\n');
+}
+
+int finishCheck(const findings_t &found, const QString &path, const QString &what,
+                const options_t &options, bool isComplete) {
+  const bool isSound = found.violations.isEmpty() && found.unproved.isEmpty();
+  const int status = !isComplete ? EXIT_REFUSED : isSound ? EXIT_DONE : EXIT_FOUND;
+  if (!options.json)
+    return finish((found.lines + summaryOf(found, what, options)).toUtf8(), status);
+  QJsonObject json = {{"goals"_s, found.goals}, {"violations"_s, found.violations}};
+  if (options.mustBeProved)
+    json["notProved"_s] = found.unproved;
+  return finishJson("check", path, json, status);
+}
+
 } // namespace
 
 int commands::check(const options_t &options) {
-  QDomDocument document;
-  const std::vector<pos::fault_t> findings =
-      pos::readFaults(options.file(), pos::use_t::CHECKING, document);
-  if (isUnusable(findings)) {
-    refuse(options.file(), findings);
+  findings_t found;
+  if (options.files.size() == 1) {
+    if (!checkFile(options.file(), options, true, found))
+      return EXIT_REFUSED;
+    return finishCheck(found, options.file(), shown(options.file()), options, true);
+  }
+  const auto portfolio = portfolioOf(options);
+  if (!portfolio)
     return EXIT_REFUSED;
-  }
-  const std::vector<pos::goal_t> goals = pos::goalsOf(document);
-  const int total = static_cast<int>(goals.size());
-  const std::vector<unproved_t> unproved =
-      options.mustBeProved ? unprovedOf(goals) : std::vector<unproved_t>();
-  const int status = findings.empty() && unproved.empty() ? EXIT_DONE : EXIT_FOUND;
-  if (options.json) {
-    QJsonObject json = {{"goals"_s, total}, {"violations"_s, violationsOf(findings)}};
-    if (options.mustBeProved)
-      json["notProved"_s] = jsonOfUnproved(unproved);
-    return finishJson("check", options.file(), json, status);
-  }
-  const QString notProved =
-      options.mustBeProved ? ", %1 not proved"_s.arg(unproved.size()) : QString();
-  const QString summary = shown(options.file()) + ": "_s + counted(total, "goal") + ", "_s +
-                          counted(static_cast<int>(findings.size()), "violation") + notProved +
-                          QLatin1Char('\n');
-  return finish(
-      (linesOf(findings, options.file()) + linesOf(unproved, options.file()) + summary).toUtf8(),
-      status);
+  bool isComplete = true;
+  for (const listed_t &component : portfolio->components)
+    isComplete = checkFile(component.path, options, false, found) && isComplete;
+  const QString what = counted(static_cast<int>(portfolio->components.size()), "component");
+  return finishCheck(found, QString(), what, options, isComplete);
 }

@@ -6,6 +6,7 @@
 #include "commands/Options.h"
 #include "commands/Past.h"
 #include "files/Reading.h"
+#include "input/Paths.h"
 #include "output/Output.h"
 #include "project/Options.h"
 #include "text/Literals.h"
@@ -39,17 +40,10 @@ QString withoutSuffix(const QString &path) {
   return QDir::cleanPath(file.path() + QLatin1Char('/') + baseName(path));
 }
 
-QString absolute(const QString &path) {
-  return QDir::cleanPath(QDir::current().absoluteFilePath(path));
-}
-
-bool isBelow(const QString &path, const QDir &directory) {
-  return !directory.relativeFilePath(path).startsWith("../"_s);
-}
-
 /// Adds files, named by what they are called; where two are alike by their paths below `directory`,
 /// and where that is one file twice by numbers.
-void addNamed(const QStringList &paths, const QDir &directory, std::vector<listed_t> &components) {
+void addNamed(const QStringList &paths, const QString &directory,
+              std::vector<listed_t> &components) {
   std::set<QString> taken;
   for (const listed_t &component : components)
     taken.insert(component.name);
@@ -59,7 +53,7 @@ void addNamed(const QStringList &paths, const QDir &directory, std::vector<liste
   for (const QString &path : paths) {
     QString usual = baseName(path);
     if (uses[usual] > 1 || taken.count(usual) > 0)
-      usual = withoutSuffix(directory.relativeFilePath(absolute(path)));
+      usual = withoutSuffix(pathBelow(directory, path));
     QString name = usual;
     for (int i = 2; !taken.insert(name).second; ++i)
       name = "%1 (%2)"_s.arg(usual, QString::number(i));
@@ -70,7 +64,7 @@ void addNamed(const QStringList &paths, const QDir &directory, std::vector<liste
 portfolio_t portfolioOfFiles(const QStringList &files) {
   const QDir here = QDir::current();
   portfolio_t portfolio = {here.dirName(), here.path(), "reports"_s, false, {}};
-  addNamed(files, here, portfolio.components);
+  addNamed(files, here.path(), portfolio.components);
   return portfolio;
 }
 
@@ -160,12 +154,12 @@ void forEachInThreads(std::size_t count, Work work) {
 std::vector<listed_t> goneOnes(const portfolio_t &portfolio, Earlier &earlier) {
   std::set<QString> known;
   for (const listed_t &listed : portfolio.components)
-    known.insert(absolute(listed.path));
-  const QDir here = QDir::current();
+    known.insert(absolutePathOf(listed.path));
+  const QString here = QDir::currentPath();
   QStringList gone;
   for (const QString &path : earlier.paths()) {
     if (!QFileInfo::exists(path) && known.count(path) == 0)
-      gone.append(isBelow(path, here) ? here.relativeFilePath(path) : path);
+      gone.append(leadsOut(pathBelow(here, path)) ? path : pathBelow(here, path));
   }
   std::vector<listed_t> all = portfolio.components;
   addNamed(gone, portfolio.directory, all);
@@ -194,8 +188,8 @@ portfolio_t portfolioBelow(const QString &directory) {
   while (files.hasNext())
     paths.append(QDir::cleanPath(files.next()));
   paths.sort();
-  const QDir whole(absolute(directory));
-  portfolio_t portfolio = {whole.dirName(), whole.path(), {}, true, {}};
+  const QString whole = absolutePathOf(directory);
+  portfolio_t portfolio = {QDir(whole).dirName(), whole, {}, true, {}};
   addNamed(paths, whole, portfolio.components);
   return portfolio;
 }

@@ -30,9 +30,9 @@ QStringList pathsOf(const portfolio_t &portfolio) {
 }
 
 int reportSite(const options_t &options, const portfolio_t &portfolio, Earlier *earlier) {
-  const QDir site(options.outputPath.isEmpty() ? portfolio.reports : options.outputPath);
-  if (!site.mkpath("components"_s)) {
-    complain(site.path() + ": cannot be made a directory, --output names another one"_s);
+  const QString site = options.outputPath.isEmpty() ? portfolio.reports : options.outputPath;
+  if (!QDir(site).mkpath("components"_s)) {
+    complain(site + ": cannot be made a directory, --output names another one"_s);
     return EXIT_REFUSED;
   }
   QStringList names;
@@ -44,11 +44,11 @@ int reportSite(const options_t &options, const portfolio_t &portfolio, Earlier *
       readAll(portfolio, options, earlier,
               [&](std::size_t i, const component_t &component, const content_t &content) {
                 const page_t page = {component.path, component.name, homeAddress()};
-                if (!writeFile(site.filePath(pages[static_cast<int>(i)]),
+                if (!writeFile(QDir(site).filePath(pages[static_cast<int>(i)]),
                                htmlPage(page, content.goals, component.stats, content.past)))
                   isWritten = false;
               });
-  if (!isWritten || !writeFile(site.filePath("index.html"_s), indexPage(overview, pages)))
+  if (!isWritten || !writeFile(QDir(site).filePath("index.html"_s), indexPage(overview, pages)))
     return EXIT_REFUSED;
   return statusOf(overview);
 }

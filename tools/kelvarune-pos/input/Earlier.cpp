@@ -4,6 +4,7 @@
 #include "input/Earlier.h"
 
 #include "input/Git.h"
+#include "input/Paths.h"
 #include "output/Output.h"
 #include "text/Literals.h"
 
@@ -25,40 +26,34 @@ const QString &suffix() {
   return text;
 }
 
-QString absolute(const QString &path) {
-  return QDir::cleanPath(QDir::current().absoluteFilePath(path));
-}
-
 class EarlierDirectory : public Earlier {
 public:
   EarlierDirectory(const QString &against, const QString &directory)
       : against(against), directory(directory) {}
 
   earlier_file_t find(const QString &path) override {
-    const QString relative = directory.relativeFilePath(absolute(path));
-    if (relative.startsWith("../"_s))
-      return {{},
-              {},
-              "%1: is not below %2, so it has no place in %3"_s.arg(path, directory.path(),
-                                                                    against.path())};
-    const QString name = against.filePath(relative);
+    const QString relative = pathBelow(directory, path);
+    if (leadsOut(relative))
+      return {
+          {}, {}, "%1: is not below %2, so it has no place in %3"_s.arg(path, directory, against)};
+    const QString name = QDir(against).filePath(relative);
     return {QFileInfo::exists(name) ? name : QString(), name, {}};
   }
 
   QStringList paths() override {
-    const QDir there(absolute(against.path()));
+
     QStringList found;
-    QDirIterator files(there.path(), {QLatin1Char('*') + suffix()}, QDir::Files,
+    QDirIterator files(against, {QLatin1Char('*') + suffix()}, QDir::Files,
                        QDirIterator::Subdirectories);
     while (files.hasNext())
-      found.append(directory.filePath(there.relativeFilePath(files.next())));
+      found.append(QDir(directory).filePath(pathBelow(against, files.next())));
     found.sort();
     return found;
   }
 
 private:
-  const QDir against;
-  const QDir directory;
+  const QString against;
+  const QString directory;
 };
 
 // The directory of a file, or the one above that is there; a directory is its own.
@@ -79,7 +74,7 @@ public:
     const object_t commit = commitIn(there);
     if (commit.name.isEmpty())
       return {{}, {}, path + ": "_s + commit.fault};
-    const QString relative = QDir(there).relativeFilePath(absolute(path));
+    const QString relative = pathBelow(there, path);
     const QString name = revision + QLatin1Char(':') + path;
     const git::answer_t entry =
         git::ask(there, {"ls-tree"_s, "-z"_s, "--name-only"_s, commit.name, "--"_s, relative});
@@ -95,13 +90,12 @@ public:
 
   QStringList paths() override {
     QStringList found;
-    const git::answer_t answer =
-        git::ask(directory.path(),
-                 {"ls-tree"_s, "-r"_s, "-z"_s, "--name-only"_s, commitIn(directory.path()).name});
+    const git::answer_t answer = git::ask(
+        directory, {"ls-tree"_s, "-r"_s, "-z"_s, "--name-only"_s, commitIn(directory).name});
     for (const QByteArray &name : answer.output.split('\0')) {
       const QString path = QString::fromUtf8(name);
       if (path.endsWith(suffix()))
-        found.append(directory.filePath(path));
+        found.append(QDir(directory).filePath(path));
     }
     return found;
   }
@@ -137,7 +131,7 @@ private:
   }
 
   const QString revision;
-  const QDir directory;
+  const QString directory;
   const QTemporaryDir copies;
   std::atomic<int> count = 0;
   std::mutex mutex;

@@ -1,5 +1,6 @@
 #include "report/Site.h"
 
+#include "input/Paths.h"
 #include "output/Json.h"
 #include "output/Output.h"
 #include "output/Words.h"
@@ -7,7 +8,6 @@
 #include "text/Literals.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QSet>
 #include <QUrl>
 
@@ -18,13 +18,13 @@ using namespace kelvarune;
 namespace {
 
 /// So long that names stay apart, and so short that every file system takes them.
-constexpr int LONGEST_NAME = 60;
+constexpr int LONGEST_FILE_NAME = 60;
 /// Of each kind and component; the rest is only counted.
 constexpr int MOST_CHANGES = 100;
 
 // A name as a file may be called everywhere.
 QString fileNameOf(const QString &name) {
-  QString text = name.left(LONGEST_NAME);
+  QString text = name.left(LONGEST_FILE_NAME);
   std::replace_if(
       text.begin(), text.end(),
       [](QChar c) {
@@ -61,11 +61,10 @@ QJsonObject jsonOfChanges(const component_t &component) {
   return object;
 }
 
-QJsonObject jsonOf(const component_t &component, const QDir &directory, const QString &page) {
+QJsonObject jsonOf(const component_t &component, const QString &directory, const QString &page) {
   QJsonObject object = jsonOf(component.stats);
   object["name"_s] = shown(component.name);
-  object["file"_s] =
-      shown(directory.relativeFilePath(QDir::current().absoluteFilePath(component.path)));
+  object["file"_s] = shown(pathBelow(directory, component.path));
   object["state"_s] = component.isGone ? "gone"_s : component.isRead ? "read"_s : "unreadable"_s;
   object["page"_s] = addressOf(page);
   object["isNew"_s] = component.isNew;

@@ -40,7 +40,7 @@
       ["Proved by mechanisms", totals.provedExternally],
       ["By components' own proofs", totals.provedByProofState],
       ["On one driver alone", totals.provedByOneDriver],
-      ...(data.seconds === null ? [] : [["Seconds of provers", seconds(data.seconds)]]),
+      ...(data.seconds === null ? [] : [["Seconds of all drivers", seconds(data.seconds)]]),
     ]);
   }
 
