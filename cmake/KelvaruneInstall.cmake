@@ -153,9 +153,6 @@ install(FILES ${completions}/_kelvarune DESTINATION ${KELVARUNE_ZSH_COMPLETIONS}
 # Guides for users; the other documents tell of the source.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/guides
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kelvarune)
-file(GLOB guides CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
-list(FILTER guides EXCLUDE REGEX "/(performance|reliability)\\.md$")
-install(FILES ${guides} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kelvarune/guides)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/mechanisms DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvarune)
 
 # Not below share/doc: small systems leave that out when they install packages.

@@ -68,5 +68,5 @@ def test_the_files_run_the_script_with_the_same_provers():
         assert sum("ci/verify" in line for line in lines if "//" not in line) == 1
     versions = [set(re.findall(r"(?:z3|cvc5)=[\w.+-]+", text)) for text in (
         github["jobs"]["proofs"]["env"]["PACKAGES"], gitlab["proofs"]["variables"]["PACKAGES"],
-        (CI / "Containerfile").read_text(), (CI / "../../docs/ci.md").read_text())]
+        (CI / "Containerfile").read_text(), (CI / "../../docs/guides/ci.md").read_text())]
     assert len(versions[0]) == 2 and versions == versions[:1] * 4
