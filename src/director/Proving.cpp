@@ -59,9 +59,9 @@ ino_t inodeOf(const file::Descriptor &descriptor) {
 // The prover has ended, so the reader gets the end of file and ends too, unless something that the
 // prover started holds their pipe open. That may be the one that does the work, so it has a while
 // to end; more of it would let one that never ends hold the run up.
-void awaitReader(process::ToolProcess &reader, const std::vector<process::PipeReader *> &outputs,
+void awaitReader(process::ToolProcess &reader, const std::vector<process::WatchedPipe *> &pipes,
                  ino_t chainPipe) {
-  for (int limitMs = GRACE_OF_CHILDREN_MS; !reader.waitForEnd(outputs, limitMs);
+  for (int limitMs = GRACE_OF_CHILDREN_MS; !reader.waitForEnd(pipes, limitMs);
        limitMs = std::min(2 * limitMs, RAREST_LOOK_MS))
     process::sessions::endPipeWriters(chainPipe);
 }
@@ -201,14 +201,15 @@ loss_t ProofDirector::runChain(const prover_data_t &entry, ReaderOutput &output,
               : process::PipeReader(std::move(chain.readEnd), takeNothing, READ_WITHOUT_READER);
   chain.readEnd.reset();
 
-  prover->waitForEnd({&pipe, proverWatch.errors(), readerWatch.errors()});
+  process::Relay *const carrier = relay ? &*relay : nullptr;
+  prover->waitForEnd({&pipe, carrier, proverWatch.errors(), readerWatch.errors()});
   prover.unregister();
   proverWatch.end(*prover);
   if (prover->crashed()) {
     addCrash("Driver prover crashed.", tr("Driver %1 prover crashed."));
     return loss_t::CRASH;
   }
-  awaitReader(*reader, {&pipe, readerWatch.errors()}, chainPipe);
+  awaitReader(*reader, {&pipe, carrier, readerWatch.errors()}, chainPipe);
   pipe.readRest();
   reader.unregister();
   readerWatch.end(*reader);

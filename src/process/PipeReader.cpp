@@ -22,6 +22,15 @@ PipeReader::PipeReader(file::Descriptor pipe, consumer_t consume, std::size_t li
     ::fcntl(readEnd.get(), F_SETFL, O_NONBLOCK);
 }
 
+WatchedPipe::watched_t PipeReader::watched() const {
+  return {{{readEnd.get(), POLLIN, 0}, {-1, 0, 0}}};
+}
+
+void PipeReader::goOn(const watched_t &watched) {
+  if (watched[0].revents)
+    readSome();
+}
+
 void PipeReader::readSome() {
   readUpTo(BUFFER_SIZE);
 }

@@ -9,13 +9,15 @@
 #include "process/ToolProcess.h"
 
 #include "file/Io.h"
-#include "process/PipeReader.h"
 #include "process/SignalMask.h"
 #include "process/StartUp.h"
+#include "process/WatchedPipe.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <poll.h>
@@ -234,10 +236,11 @@ bool ToolProcess::start(start_t how) {
   return true;
 }
 
-bool ToolProcess::waitForEnd(const std::vector<PipeReader *> &outputs, int limitMs) {
+bool ToolProcess::waitForEnd(const std::vector<WatchedPipe *> &pipes, int limitMs) {
   using std::chrono::steady_clock;
   const auto deadline = steady_clock::now() + std::chrono::milliseconds(limitMs);
-  std::vector<pollfd> watched(outputs.size() + 1);
+  constexpr std::size_t PER_PIPE = std::tuple_size_v<WatchedPipe::watched_t>;
+  std::vector<pollfd> watched(1 + PER_PIPE * pipes.size());
   while (pid > 0) {
     const auto rest =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
@@ -246,15 +249,21 @@ bool ToolProcess::waitForEnd(const std::vector<PipeReader *> &outputs, int limit
     long waitMs = limitMs < 0 ? -1 : rest.count() + 1;
     if (!pidfd.isOpen())
       waitMs = ASK_AGAIN_MS;
-    for (std::size_t i = 0; i < outputs.size(); ++i)
-      watched[i] = {outputs[i] ? outputs[i]->descriptor() : -1, POLLIN, 0};
-    watched.back() = {pidfd.get(), POLLIN, 0};
-    const int ready = ::poll(watched.data(), watched.size(), static_cast<int>(waitMs));
-    for (std::size_t i = 0; i < outputs.size(); ++i) {
-      if (ready > 0 && watched[i].revents)
-        outputs[i]->readSome();
+    auto place = watched.begin();
+    for (const WatchedPipe *const pipe : pipes) {
+      const auto each = pipe ? pipe->watched() : WatchedPipe::watched_t{{{-1, 0, 0}, {-1, 0, 0}}};
+      place = std::copy(each.begin(), each.end(), place);
     }
-    if (!pidfd.isOpen() || (ready > 0 && watched.back().revents))
+    *place = {pidfd.get(), POLLIN, 0};
+    const int ready = ::poll(watched.data(), watched.size(), static_cast<int>(waitMs));
+    place = watched.begin();
+    for (WatchedPipe *const pipe : pipes) {
+      WatchedPipe::watched_t each;
+      std::copy_n(std::exchange(place, place + PER_PIPE), PER_PIPE, each.begin());
+      if (ready > 0 && pipe)
+        pipe->goOn(each);
+    }
+    if (!pidfd.isOpen() || (ready > 0 && place->revents))
       reap(pidfd.isOpen());
   }
   return true;

@@ -15,7 +15,7 @@
 
 namespace kelvarune::process {
 
-class PipeReader;
+class WatchedPipe;
 
 /// Where a tool lives.
 enum class place_t {
@@ -85,10 +85,10 @@ public:
   /// descriptors for it, so that it may go well once others have ended.
   bool lacksRoom() const { return hadNoRoom; }
 
-  /// Waits until the tool has ended, and meanwhile keeps `outputs` (each may be null) read, so that
+  /// Waits until the tool has ended, and meanwhile keeps `pipes` (each may be null) going, so that
   /// nobody who writes into them is blocked. With a limit in milliseconds (negative: none) returns
   /// false when that time passes without the end. True at once when no tool runs.
-  bool waitForEnd(const std::vector<PipeReader *> &outputs = {}, int limitMs = -1);
+  bool waitForEnd(const std::vector<WatchedPipe *> &pipes = {}, int limitMs = -1);
 
   /// Kills the tool, if it runs, without waiting.
   void kill();

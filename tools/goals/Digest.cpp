@@ -32,8 +32,12 @@ void TokenDigest::update(std::string_view bytes) {
   XXH3_128bits_update(&state->hash, bytes.data(), bytes.size());
 }
 
-void TokenDigest::addSlowly(std::string_view token) {
+void TokenDigest::flush() {
   update({pending.get(), std::exchange(used, 0)});
+}
+
+void TokenDigest::addSlowly(std::string_view token) {
+  flush();
   update(token);
   update(" ");
 }

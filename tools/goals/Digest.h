@@ -46,6 +46,15 @@ public:
     pending[used++] = ' ';
   }
 
+  /// A place for tokens, each with a blank behind it, that the caller writes there itself: at least
+  /// `count` bytes, at most half of what is kept.
+  char *room(std::size_t count) {
+    if (CAPACITY - used < count)
+      flush();
+    return pending.get() + used;
+  }
+  void wrote(std::size_t count) { used += count; }
+
   /// The digest of the tokens since the last call.
   digest_t take();
 
@@ -53,6 +62,7 @@ private:
   static constexpr std::size_t CAPACITY = 1 << 16;
 
   void addSlowly(std::string_view token);
+  void flush();
   void update(std::string_view bytes);
 
   struct state_t;

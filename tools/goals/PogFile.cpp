@@ -133,19 +133,20 @@ void PogFile::readFrame() {
   const std::uint64_t tagSize = pog::indexTag(0, 0).size();
   if (size < headSize + trailerSize)
     refuseEdited();
-  const auto index = numbersIn(at(lines, size - trailerSize, trailerSize), pog::TRAILER_FORMAT);
+  const auto index = numbersIn(at(goalLines, size - trailerSize, trailerSize), pog::TRAILER_FORMAT);
   if (!index || index->first >= size)
     refuseEdited();
   indexOffset = index->first;
   linesOffset = indexOffset + tagSize;
-  const auto counts = numbersIn(at(lines, indexOffset, tagSize), pog::INDEX_FORMAT);
+  const auto counts = numbersIn(at(obligationLines, indexOffset, tagSize), pog::INDEX_FORMAT);
   const std::uint64_t most = size / pog::LINE_SIZE;
   if (!counts || counts->first > most || counts->second > most)
     refuseEdited();
   obligationCount = counts->first;
   goalCount = counts->second;
   const std::uint64_t end = linesOffset + (obligationCount + goalCount) * pog::LINE_SIZE;
-  if (end + pog::END.size() + trailerSize != size || at(lines, end, pog::END.size()) != pog::END)
+  if (end + pog::END.size() + trailerSize != size ||
+      at(goalLines, end, pog::END.size()) != pog::END)
     refuseEdited();
 }
 
@@ -174,11 +175,15 @@ std::string_view PogFile::startTag(std::uint64_t offset, std::uint64_t limit) co
 }
 
 PogFile::extent_t PogFile::line(std::uint64_t number) const {
+  window_t &lines = number < obligationCount ? obligationLines : goalLines;
   const std::string_view bytes = at(lines, linesOffset + number * pog::LINE_SIZE, pog::LINE_SIZE);
-  const auto numbers = numbersIn(bytes, pog::LINE_FORMAT);
-  if (!numbers)
+  constexpr std::size_t DIGITS = (pog::LINE_SIZE - 2) / 2; // with a blank and a line break
+  const auto first = numberOf(bytes.substr(0, DIGITS));
+  const auto second = numberOf(bytes.substr(std::min(DIGITS + 1, bytes.size()), DIGITS));
+  if (bytes.size() != pog::LINE_SIZE || bytes[DIGITS] != ' ' || bytes.back() != '\n' || !first ||
+      !second)
     refuseEdited();
-  return {numbers->first, numbers->second};
+  return {*first, *second};
 }
 
 PogFile::obligation_t PogFile::obligationAt(std::size_t number) const {

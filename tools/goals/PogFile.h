@@ -156,8 +156,10 @@ private:
   std::uint64_t linesOffset = 0; // of its first line
   std::uint64_t obligationCount = 0;
   std::uint64_t goalCount = 0;
-  mutable window_t lines;    // of the index
-  mutable window_t elements; // of the rest
+  // A window for each part that a walk goes through, so that none is read twice.
+  mutable window_t obligationLines; // of the index
+  mutable window_t goalLines;       // of the index
+  mutable window_t elements;        // of the rest
 };
 
 } // namespace kelvarune::goals
