@@ -52,7 +52,7 @@ public:
     takePairs();
     takeScripts();
     result.components.sort();
-    result.areScriptsOnly = !hasPairs;
+    result.areScriptsOnly = !hasPairs && result.mechanisms.isEmpty();
     if (result.mechanisms.isEmpty())
       takeInstalled();
     return result;

@@ -23,8 +23,9 @@ struct survey_t {
   QStringList components; ///< as the file lists them
   std::vector<made_t> sections;
   QStringList mechanisms; ///< descriptions, or names of installed ones
-  bool areScriptsOnly =
-      false; ///< each component is made of scripts, whose language tells the mechanism
+  /// Each component is made of scripts, whose language tells the mechanism, and there is no
+  /// description of another.
+  bool areScriptsOnly = false;
 
   bool isEmpty() const { return components.isEmpty() && sections.empty(); }
 };
