@@ -87,7 +87,7 @@ private:
     if (mechanism.contains(QLatin1Char('/')))
       return request.project.shown(mechanism);
     // The name of an installed one, though a file here may be called so.
-    const QString file = installed::mechanism(mechanism);
+    QString file = installed::mechanism(mechanism);
     if (file.isEmpty() || !QFileInfo::exists(mechanism))
       return mechanism;
     for (const std::string &place : installed::toolDirectories())
