@@ -50,6 +50,7 @@ VALUES = {
     "kelvarune-pos NAME": "mechanisms",  # of `remove`
     "kelvarune-pos --mechanism": "mechanisms",
     "kelvarune-pos --driver": "drivers",
+    "kelvarune-play NAME": "files pog",  # which are names of components, too
     "kelvarune-play --driver": "drivers_described",
     "TAG.N": "goals",
     "--tag": "tags",

@@ -46,6 +46,7 @@ def share(tmp_path):
         "kelvarune-play --stop-on-failure --re", "--record --resources --retry --replay"),
     "files": ("kelvarune-mech check ", "m.xml tools work"),
     "a file after =": ("kelvarune --mechanism=", "m.xml tools work"),
+    "components by their files": ("kelvarune-play --strict ", "comp.pog tools work"),
     "directories": ("kelvarune-play -d ", "tools work"),
     "a word after =": ("kelvarune-pos report --unproved=f", "failed"),
     "a list": ("kelvarune-pos goals --status proved,unr", "proved,unreliablyproved"),

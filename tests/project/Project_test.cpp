@@ -129,6 +129,8 @@ TEST_F(Project, TellsAllFaults) {
        "3:14: unknown section; a name with dots takes quotes: [component.\"a.b\"]\n"
        "4:12: 'sources' of 'new' names nothing\n"
        "5:12: nothing matches '*.smt2'"},
+      {"components = ['scripts/queue']\n[component.queue]\npos = 'queue.pos'\n",
+       "2:12: 'queue' is made of scripts: its files are X.pog and X.pos beside it"},
       {"components = ['one.pog']\ncomponent = 1\n", "2:13: write sections [component.NAME]"},
       {"components = ['one.pog']\n[component.one]\npog = 'a/one.pog'\n",
        "2:12: two components are called 'one': one.pog and a/one.pog"},

@@ -20,6 +20,7 @@ std::variant<std::vector<std::string>, std::string> portfolioFor(const std::stri
   if (fault)
     return *fault;
   std::vector<std::string> mechanisms;
+  mechanisms.reserve(languages.size());
   for (const language_t language : languages)
     mechanisms.push_back(portfolioOf(language));
   return mechanisms;

@@ -89,7 +89,7 @@ private:
     if (mechanism.contains(QLatin1Char('/')))
       return request.project.shown(mechanism);
     // The name of an installed one, though a file here may be called so.
-    const QString file = installed::mechanism(mechanism);
+    QString file = installed::mechanism(mechanism);
     return file.isEmpty() || !QFileInfo::exists(mechanism) ? mechanism : file;
   }
 

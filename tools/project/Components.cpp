@@ -151,6 +151,11 @@ private:
       found->posPath = absolute(section.text("pos"));
     if (section.has("sources"))
       found->sources = sourcesOf(section);
+    if (!found->sources.isEmpty() && (!found->pogPath.endsWith(POG_SUFFIX) ||
+                                      found->posPath != withoutSuffix(found->pogPath) + POS_SUFFIX))
+      faults.add(
+          section.place,
+          "'%1' is made of scripts: its files are X.pog and X.pos beside it"_s.arg(section.name));
     sections[section.name] = &section;
   }
 
