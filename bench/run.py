@@ -16,6 +16,7 @@ from fixed import fixed
 from importing import importing
 from measure import WrongResult, file_system, say, write_json
 from observer import history, observer
+from project import project
 
 DEFAULT_SIZES = [100, 1000, 10000, 50000]
 DEFAULT_ENTRIES = {100: 100, 1000: 1000, 10000: 1000, 50000: 400}
@@ -40,7 +41,8 @@ def pieces(options, scratch):
 
 
 PARTS = {"compare": compare, "fixed": fixed, "pieces": pieces, "observer": observer,
-         "history": history, "advice": advice, "import": importing}
+         "history": history, "advice": advice, "import": importing,
+         "project": project}
 
 
 def numbers(text):
@@ -77,6 +79,9 @@ def parse_arguments():
         type=numbers,
         help="sizes at which parallel, xargs, ninja and make run too, default 1000",
     )
+    parser.add_argument("--project-goals", type=int, help="of each component, default 200")
+    parser.add_argument("--project-jobs", type=int, help="default 8")
+    parser.add_argument("--project-rounds", type=int, help="default 1")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--text", action="store_true", help="components with text in every goal")
     parser.add_argument(
@@ -93,6 +98,9 @@ def complete(parser, options):
         "jobs": [1, 2] if quick else [1, 4],
         "rounds": 1 if quick else 5,
         "chains_at": [200] if quick else [1000],
+        "project_goals": 4 if quick else 200,
+        "project_jobs": 4 if quick else 8,
+        "project_rounds": 1,
         "json": options.build / "bench.json",
         "scratch": options.build,
     }

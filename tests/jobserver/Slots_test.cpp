@@ -1,8 +1,7 @@
 // Threads and a director on a budget that somebody else has a part of.
 
-#include "jobserver/Slots.h"
-
 #include "director/DirectorFixture.h"
+#include "jobserver/Slots.h"
 
 #include <atomic>
 #include <thread>

@@ -201,8 +201,22 @@ def test_clean_up(cache):
         assert len(cache.kept()) == count
 
 
+def test_counts_questions(cache):
+    def counts(*words):
+        status, out = cache.run("--stats", *words)
+        found = dict(line.split() for line in out.decode().splitlines())
+        return status, [int(found[name]) for name in ("hits", "misses", "answers")]
+    definite, indefinite = cache.prover(UNSAT), cache.prover("echo unknown", "other")
+    for program, mode in ((indefinite, "update"), (definite, "replay"), (definite, "update"),
+                          (definite, "update"), (definite, "offline"), (definite, "rebuild"),
+                          (definite, "none")):
+        cache.run("--mode", mode, program)
+    assert counts("--zero-stats") == (0, [2, 4, 1])
+    assert counts() == (0, [0, 0, 1])
+
+
 @rows("words, status", {
-    "nothing": ([], 125), "mode": (["--mode", "often", "true"], 125),
+    "nothing": ([], 125), "statistics": (["--stats", "true"], 125), "mode": (["--mode", "often", "true"], 125),
     "missing": (["./missing"], 127), "no program": (["./comp.pog"], 127)})
 def test_refuses_what_it_cannot_do(cache, words, status):
     assert cache.run(*words) == (status, b"")

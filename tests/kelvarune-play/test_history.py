@@ -1,12 +1,16 @@
 """What is recorded beside a status file, however a run ends, and that it never costs a proof."""
 
 import contextlib
+import hashlib
+import json
 import os
+import platform
 import sqlite3
+import sys
 import time
 
 import pytest
-from conftest import candidate, driver_pass, goal, po, replayed, rows
+from conftest import BIN, SLOWNESS, candidate, driver_pass, goal, param, po, replayed, rows
 
 PROGRAM = "kelvarune-play"
 GOALS = 30
@@ -58,6 +62,7 @@ def test_what_is_recorded_where(comp, options, files):
     comp.pos(*[po(f"T{i}", candidate()) for i in range(GOALS)])
     comp.run("-m", "m.xml", "-s", "comp.pos", "-p", "comp.pog", *options.split(), out=None, err=None)
     assert [name for name in ("h", "comp.history") if comp.path(name).exists()] == files
+    assert comp.calls("prover").count(["--version"]) == len(files)
 
 
 PROOFS = replayed(("d1", GOALS, [(f"T{i}", "+") for i in range(GOALS)]), proved=GOALS,
@@ -73,7 +78,7 @@ def sqlite(case, path, *statements):
 
 @rows("prepare, fault", {
     "newer": (lambda case: sqlite(case, "comp.history", "PRAGMA application_id = 0x6b656c76",
-                                  "PRAGMA user_version = 2"),
+                                  "PRAGMA user_version = 3"),
               "was made by a newer version, which this one leaves alone"),
     "of somebody else": (lambda case: sqlite(case, "comp.history", "CREATE TABLE t (x)"),
                          "is no history"),
@@ -122,3 +127,83 @@ def test_a_run_that_is_stopped_has_an_end(comp):
     assert run.wait(20) == 143
     assert asked(comp, "SELECT status, count(entries.id) FROM runs JOIN entries ON run = runs.id") == [
         (143, 5)]
+
+
+# --- The versions of provers ----------------------------------------------------------------------
+
+PLAY = ("-m", "m.xml", "-s", "comp.pos", "-p", "comp.pog", "--retry")
+ASKED = '[ "$1" = --version ] && {{ {}; }}\nexec cat\n'
+CHANGED = "kelvarune-play: prover has changed since the last run: {} before, {} now\n"
+DIGESTS = "SHA-256 {0[0]:.12}", "SHA-256 {0[1]:.12}"
+WRAPPED = f"--time 9 {BIN}/kelvarune-cache --stdin --directory c -- tools/prover"
+
+
+def digest(path):
+    return hashlib.sha256(path.read_bytes()).hexdigest()
+
+
+@rows("answer, told, params", {
+    "number": ("echo Z3 version 4.{} - 64 bit; exit", ("4.1", "4.2"), None),
+    "more lines": ("echo; echo E 2.{}-DEBUG by; echo 3.1; exit", ("2.1-DEBUG", "2.2-DEBUG"), None),
+    "same number": ("echo x 1.5 {}; exit", ("x 1.5 1", "x 1.5 2"), None),
+    "behind wrappers": ("echo v2.{}; exit", ("2.1", "2.2"), WRAPPED),
+    "status": ("echo version 2.{}; exit 1", DIGESTS, None),
+    "verdict": ("echo unsat in 0.{} s; exit", DIGESTS, None),
+    "crash": ("echo 2.{}; kill -SEGV $$", DIGESTS, None),
+    "no end": ("echo version {}; sleep 100 & exec sleep 100", DIGESTS, None),
+    "no end of text": ("exec yes 2.{}", DIGESTS, None)})
+def test_a_prover_that_has_changed_is_named(case, answer, told, params):
+    case.mechanism(case.driver(prover=case.tool(
+        "prover", None, *[param(value=word) for word in (params or "").split()], name="p",
+        path=f"{BIN}/kelvarune-limit" if params else f"{case.root}/tools/prover")))
+    case.pos(po("T0", goal()))
+    digests = []
+    for number in (1, 2):
+        digests.append(digest(case.script("prover", ASKED.format(answer.format(number)))))
+        changed = CHANGED.format(*[text.format(digests) for text in told]) if number == 2 else ""
+        case.run(*PLAY, out=None, err=changed)
+        case.run(*PLAY, out=None)  # and is then known
+    noted = asked(case, "SELECT run, name, digest FROM provers")
+    assert noted == [(run + 1, "prover", digests[run // 2] if told is DIGESTS else None)
+                     for run in range(4)]
+
+
+def test_a_program_that_stays_is_asked_once(case):
+    # Of what is no script, and of a script that tells no version.
+    program = case.tool("prover", None, param(value="-c"), param(value="print(input())"),
+                        path=sys.executable, name="p", input="stdin")
+    case.mechanism(case.driver(prover=program), case.driver("d2"))
+    case.pos(po("T0", goal()))
+    for count in (1, 0):
+        run = case.run(*PLAY, out=None, under=("strace", "-f", "-o", "calls", "-etrace=execve"))
+        assert case.path("calls").read_text().count(
+            f'["{sys.executable}", "--version"]') == count, run
+    assert case.calls("prover").count(["--version"]) == 1
+    noted = asked(case, "SELECT version, digest, count(*) FROM provers GROUP BY path ORDER BY version")
+    assert noted == [(None, digest(case.path("tools/prover")), 2),
+                     (f"Python {platform.python_version()}", None, 2)]
+
+
+def test_a_stop_waits_for_no_version(case):
+    case.script("prover", ASKED.format(': >asked; sleep 100 & exec sleep 100'))
+    case.mechanism()
+    case.pos(po("T0", goal()))
+    run = case.start(*PLAY)
+    case.wait_for(case.path("asked").exists)
+    start = time.monotonic()
+    run.terminate()
+    assert case.finish(run).status == 143 and time.monotonic() < start + 1.5 * SLOWNESS
+
+
+def test_a_history_of_the_first_version_is_read_and_extended(comp):
+    def provers():
+        said = comp.run("history", "--json", "comp.pos", program="kelvarune-pos", out=None).out
+        return [len(run["provers"]) for run in json.loads(said)["runs"]]
+    comp.answers({})
+    for _ in range(2):
+        comp.run(*PLAY, out=None)
+    sqlite(comp, "comp.history", "DROP TABLE provers", "PRAGMA user_version = 1")
+    assert provers() == [0, 0]
+    comp.run("prune", "comp.pos", "--keep", 1, program="kelvarune-pos", out=None)
+    comp.run(*PLAY, out=None)
+    assert provers() == [0, 1] and asked(comp, "PRAGMA user_version") == [(2,)]

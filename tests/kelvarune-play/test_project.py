@@ -1,6 +1,7 @@
 """Projects: the file that names components, and playing all of them or some."""
 
 import os
+import re
 import xml.etree.ElementTree as ET
 
 import pytest
@@ -121,3 +122,43 @@ def test_no_project_of_others(project):
     project.run("a", cwd=project.path("deep/er"), **AS_NOBODY, status=2, out="",
                 err=f"kelvarune-play: {path}: belongs to another user; if it may run programs, name "
                 "it by --config\n")
+
+
+def test_first_project_file(project):
+    """What init writes of three components plays two and names the third, whatever is uncommented."""
+    def init(*args, **options):
+        return project.run("init", *args, program="kelvarune-pos", **options)
+
+    for name in ("kelvarune.toml", "s.xml", "scripts/x.smt2", "comp.pog"):
+        project.path(name).unlink()
+    init(out="a  parts/a.pog, parts/a.pos\nb  parts/b.pog, parts/b.pos\n"
+         "c  parts/c.pog, parts/c.pos\nkelvarune.toml: 3 components\nmechanisms: m.xml\n")
+    text = project.path("kelvarune.toml").read_text()
+    project.write("kelvarune.toml", re.sub(r"^# ([a-z-]+ = )", r"\1", text, flags=re.M))
+    project.path("bin").mkdir()
+    project.write("tools.res", "")
+    project.run(status=2, out=proof_of("a") + proof_of("c"), err=MALFORMED.format("", "")
+                + "kelvarune-play: 1 of 3 components could not be played: b\n")
+    init(status=2, out="", err="kelvarune-pos: kelvarune.toml: is there already; --force replaces it\n")
+
+
+def test_what_init_finds(project):
+    project.path("kelvarune.toml").unlink()
+    for name in ("made/of/x.smt2", "made/y.p", "new/deep/x.smt2", "new/x.smt2", "x.smt2", "y.p", ".git/z.p",
+                 "o/new/z.p"):
+        script = SCRIPT if name.endswith("smt2") else "fof(a, conjecture, $true).\n"
+        project.write(name, script)
+    for args in (["made/made", "made"], ["c1", "made/of", "x.smt2"], ["c2", "--embed", "new"]):
+        project.run("import", "-o", *args, program="kelvarune-goals", out=None)
+    project.write('a*/"[b]".pos', b"")
+    project.write("comp.1-of-2.pos", b"")
+    project.path("loop").symlink_to(".")
+    rows = [line.split("  ", 1) for line in project.run(
+        "init", program="kelvarune-pos", out=None).out.decode().splitlines()]
+    found = {row[0].strip(): row[1].strip() for row in rows if len(row) == 2}
+    root = project.root.name
+    assert found == {
+        '"[b]"': 'a*/"[b]".pog (missing), a*/"[b]".pos', "c2": "c2.pog, c2.pos", "made": "made",
+        "a": "parts/a.pog, parts/a.pos", "b": "parts/b.pog, parts/b.pos",
+        "c": "parts/c.pog, parts/c.pos", "scripts": "scripts", "comp": "comp.pog, comp.pos (missing)",
+        "new/new": "new", "o/new/new": "o/new", "c1": "made/of, x.smt2", root: "y.p"}

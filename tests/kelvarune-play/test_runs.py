@@ -125,5 +125,5 @@ def test_as_many_jobs_as_processors(case):
                           'rm "$0.$$"; echo $a\n')
     case.mechanism()
     case.pos(*[po(f"T{i}", goal()) for i in range(4)])
-    case.replay("-c", "auto", under=("taskset", "-c", "0"))
+    case.replay("-c", "auto", "--no-history", under=("taskset", "-c", "0"))
     assert case.path("tools/provers").read_text() == "1\n" * 4

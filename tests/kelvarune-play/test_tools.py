@@ -129,8 +129,8 @@ def test_cache(case, stdin):
     asked = []
     for args in ([], [], ["--time-limit", "15"], ["--time-limit", "14", "--memory-limit", "1G"]):
         case.pos(po("T0", goal(), goal(), goal()))
-        before = len(case.calls("prover"))
         case.run(*REPLAY, *args, "--cache", "new/cache", out=None)
         assert case.proved() == 2
-        asked.append(len(case.calls("prover")) - before)
+        calls = [call for call in case.calls("prover") if call != ["--version"]]
+        asked.append(len(calls) - sum(asked))
     assert asked == [3, 1, 1, 1]

@@ -2,24 +2,26 @@
 
 #include "PogFile.h"
 
-#include <map>
+#include <set>
 
 namespace kelvarune::goals {
+
+std::string portfolioOf(language_t language) {
+  return language == language_t::SMTLIB ? "portfolio" : "portfolio-tptp";
+}
 
 std::variant<std::vector<std::string>, std::string> portfolioFor(const std::string &pogPath) {
   const auto pog = PogFile::open(pogPath);
   if (const auto *fault = std::get_if<std::string>(&pog))
     return *fault;
-  std::map<language_t, bool> languages;
+  std::set<language_t> languages;
   const auto fault = std::get<PogFile>(pog).visit(
-      {nullptr, [&languages](const goal_ref_t &goal) { languages[goal.language] = true; }});
+      {nullptr, [&languages](const goal_ref_t &goal) { languages.insert(goal.language); }});
   if (fault)
     return *fault;
   std::vector<std::string> mechanisms;
-  if (languages[language_t::SMTLIB])
-    mechanisms.emplace_back("portfolio");
-  if (languages[language_t::TPTP])
-    mechanisms.emplace_back("portfolio-tptp");
+  for (const language_t language : languages)
+    mechanisms.push_back(portfolioOf(language));
   return mechanisms;
 }
 

@@ -1,5 +1,6 @@
-// The statements here are those of every version of the file; the tables are made in one place, and
-// whoever meets a newer one keeps away from it.
+// The tables are made in one place. A new version only adds some: whoever writes to an older
+// history makes them, whoever reads one does without, and whoever meets a newer one keeps away from
+// it.
 
 #include "history/Database.h"
 
@@ -15,7 +16,7 @@ namespace {
 
 constexpr int BUSY_TIMEOUT_MS = 10000;
 constexpr std::int64_t APPLICATION = 0x6b656c76; // "kelv", for file(1) and for us
-constexpr std::int64_t VERSION = 1;
+constexpr std::int64_t VERSION = 2;
 
 // Times are seconds; those at which something began count from 1970. Peaks are bytes. A verdict
 // that is NULL did not count. Texts of output are there only where some goal was not proved.
@@ -51,6 +52,11 @@ const char *const TABLES[] = {
   goal INTEGER NOT NULL REFERENCES goals, verdict TEXT,
   PRIMARY KEY (entry, position)) WITHOUT ROWID)",
 };
+
+// Since version 2. There is either the version that the prover tells or its file's digest.
+const char *const PROVERS = R"(CREATE TABLE provers (
+  run INTEGER NOT NULL REFERENCES runs, name TEXT NOT NULL, path TEXT NOT NULL,
+  version TEXT, digest TEXT, stamp TEXT NOT NULL))";
 
 [[noreturn]] void fail(sqlite3 *database, int result) {
   using kind_t = Failure::kind_t;
@@ -155,8 +161,14 @@ Database::Database(const std::string &path, use_t use) : database(nullptr, &sqli
   // Also for readers, who take back what a killed run has left half done, if they may.
   open(path, SQLITE_OPEN_READWRITE | (use == use_t::WRITING ? SQLITE_OPEN_CREATE : 0));
   if (use == use_t::WRITING && isNew())
-    create();
+    makeTables();
   checkVersion();
+  if (use == use_t::WRITING && pragma("user_version") < VERSION)
+    makeTables();
+}
+
+bool Database::knowsProvers() {
+  return pragma("user_version") >= 2;
 }
 
 void Database::open(const std::string &path, int flags) {
@@ -189,12 +201,16 @@ void Database::checkVersion() {
                   "was made by a newer version, which this one leaves alone");
 }
 
-void Database::create() {
+void Database::makeTables() {
   Transaction transaction(*this);
-  if (!isNew()) // another run was faster
-    return;
-  for (const char *table : TABLES)
-    run(table);
+  const bool isEmpty = isNew();
+  if (!isEmpty && (pragma("application_id") != APPLICATION || pragma("user_version") >= VERSION))
+    return; // another program was faster
+  if (isEmpty) {
+    for (const char *table : TABLES)
+      run(table);
+  }
+  run(PROVERS);
   run(("PRAGMA application_id = " + std::to_string(APPLICATION)).c_str());
   run(("PRAGMA user_version = " + std::to_string(VERSION)).c_str());
   transaction.commit();

@@ -64,9 +64,14 @@ enum class use_t { READING, WRITING };
 /// which all who use the file share, and the parts of a run on a cluster share only the file.
 class Database {
 public:
-  /// Opens the history at `path`. For writing it is made where there is none; one of a newer
-  /// version and a file that is something else are refused, and not touched.
+  /// Opens the history at `path`. For writing it is made where there is none, and one of an older
+  /// version gets what it lacks; one of a newer version and a file that is something else are
+  /// refused, and not touched.
   Database(const std::string &path, use_t use);
+
+  /// Whether there is the table of provers, which a history of the first version lacks as long as
+  /// it is only read.
+  bool knowsProvers();
 
   Statement prepare(const char *sql) { return Statement(database.get(), sql); }
   void run(const char *sql) { prepare(sql).run(); }
@@ -77,7 +82,7 @@ private:
   std::int64_t pragma(const char *name);
   bool isNew();
   void checkVersion();
-  void create();
+  void makeTables();
 
   std::unique_ptr<sqlite3, int (*)(sqlite3 *)> database;
 };

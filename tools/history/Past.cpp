@@ -56,6 +56,22 @@ indexes_t readGoals(Database &database, past_t &past) {
   return indexes;
 }
 
+prover_t proverIn(const Statement &row) {
+  return {row.text(0), row.text(1), row.text(2), row.text(3), row.text(4)};
+}
+
+void readProvers(Database &database, const indexes_t &runs, past_t &past) {
+  if (!database.knowsProvers())
+    return;
+  Statement rows = database.prepare(
+      "SELECT name, path, version, digest, stamp, run FROM provers ORDER BY rowid");
+  while (rows.step()) {
+    const auto run = runs.find(rows.integer(5));
+    if (run != runs.end())
+      past.runs[run->second].provers.push_back(proverIn(rows));
+  }
+}
+
 outcome_t outcomeOf(const QString &verdict) {
   if (verdict == "Proved"_s)
     return outcome_t::PROVED;
@@ -71,6 +87,7 @@ past_t history::readPast(const QString &path) {
   Database database(path.toStdString(), use_t::READING);
   database.run("BEGIN"); // what runs write meanwhile is not seen
   const indexes_t runs = readRuns(database, past);
+  readProvers(database, runs, past);
   const indexes_t drivers = readDrivers(database, past);
   const indexes_t goals = readGoals(database, past);
   Statement order = database.prepare("SELECT run, driver FROM run_drivers ORDER BY run, position");
@@ -92,4 +109,17 @@ past_t history::readPast(const QString &path) {
                           rows.real(5) / count, count, rows.real(7), rows.optionalReal(8)});
   }
   return past;
+}
+
+std::vector<prover_t> history::readLastProvers(const QString &path) {
+  std::vector<prover_t> provers;
+  Database database(path.toStdString(), use_t::READING);
+  if (!database.knowsProvers())
+    return provers;
+  Statement rows = database.prepare("SELECT name, path, version, digest, stamp FROM provers WHERE "
+                                    "rowid IN (SELECT max(rowid) FROM provers GROUP BY path) "
+                                    "ORDER BY rowid DESC");
+  while (rows.step())
+    provers.push_back(proverIn(rows));
+  return provers;
 }

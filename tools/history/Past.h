@@ -17,6 +17,7 @@ struct known_run_t : run_t {
   std::optional<double> ended; ///< since 1970; nothing when it was killed, or is still at work
   std::optional<int> status;
   std::vector<std::size_t> drivers; ///< that it had, in the order in which they are played
+  std::vector<prover_t> provers;    ///< that it ran; empty in histories of before it was noted
 };
 
 struct known_driver_t {
@@ -56,6 +57,10 @@ struct past_t {
 
 /// Reads the history at `path`. Raises Failure.
 past_t readPast(const QString &path);
+
+/// How each prover, told apart by its path, was noted last in the history at `path`; the latest
+/// first. Raises Failure.
+std::vector<prover_t> readLastProvers(const QString &path);
 
 } // namespace history
 

@@ -18,6 +18,11 @@ namespace {
 
 constexpr std::chrono::seconds BETWEEN_TRANSACTIONS(1);
 
+template <typename T>
+void moveTo(std::vector<T> &records, std::vector<T> &more) {
+  std::move(more.begin(), more.end(), std::back_inserter(records));
+}
+
 } // namespace
 
 Recorder::Recorder(const QString &path, run_t run) : path(path), run(std::move(run)) {
@@ -50,6 +55,12 @@ void Recorder::add(mechanism_t mechanism) {
     waiting.mechanisms.push_back(std::move(mechanism));
 }
 
+void Recorder::add(prover_t prover) {
+  const std::lock_guard lock(mutex);
+  if (!written)
+    waiting.provers.push_back(std::move(prover));
+}
+
 void Recorder::add(entry_t entry) {
   const std::lock_guard lock(mutex);
   if (!written)
@@ -76,9 +87,9 @@ void Recorder::work() {
   std::unique_lock lock(mutex);
   while (!written) {
     changed.wait_for(lock, BETWEEN_TRANSACTIONS, [this] { return over; });
-    batch.mechanisms.insert(batch.mechanisms.end(), waiting.mechanisms.begin(),
-                            waiting.mechanisms.end());
-    std::move(waiting.entries.begin(), waiting.entries.end(), std::back_inserter(batch.entries));
+    moveTo(batch.mechanisms, waiting.mechanisms);
+    moveTo(batch.provers, waiting.provers);
+    moveTo(batch.entries, waiting.entries);
     waiting = batch_t();
     const bool isLast = over;
     lock.unlock();
@@ -104,6 +115,6 @@ void Recorder::write(std::unique_ptr<Store> &store, const batch_t &batch, bool i
   if (!store)
     store = std::make_unique<Store>(path, run);
   const bool hasEnd = isLast && status; // it is set before `over` is, and not changed after
-  if (hasEnd || !batch.mechanisms.empty() || !batch.entries.empty())
-    store->write(batch.mechanisms, batch.entries, hasEnd ? status : std::nullopt);
+  if (hasEnd || !batch.isEmpty())
+    store->write(batch, hasEnd ? status : std::nullopt);
 }

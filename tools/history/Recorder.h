@@ -33,6 +33,7 @@ public:
   Recorder &operator=(const Recorder &) = delete;
 
   void add(mechanism_t mechanism);
+  void add(prover_t prover);
   void add(entry_t entry);
 
   /// Records that the run has ended with this exit status, and writes what is not written yet.
@@ -41,11 +42,6 @@ public:
   QString end(int status, std::chrono::milliseconds patience);
 
 private:
-  struct batch_t {
-    std::vector<mechanism_t> mechanisms;
-    std::vector<entry_t> entries;
-  };
-
   void work();
   void joinThread();
   void write(std::unique_ptr<Store> &store, const batch_t &batch, bool isLast);

@@ -40,6 +40,21 @@ struct tool_t {
   int number = 0; ///< exit status, signal or errno value
 };
 
+/// A prover that has run: a program, or what one of ours that stands before it runs.
+struct prover_t {
+  QString name;    ///< of its file
+  QString path;    ///< as it is run
+  QString version; ///< as it tells it; null when it tells none
+  QString digest;  ///< of its file when it tells no version: SHA-256, in hexadecimal; else null
+  QString stamp;   ///< the file itself, its size and its time: while it is the same nothing changed
+};
+
+/// "4.8.12" of "Z3 version 4.8.12 - 64 bit", the first digits of a digest; or the version's text.
+QString shortVersion(const prover_t &prover);
+
+/// One line on how a prover differs from what it was before; empty when it does not.
+QString changeOf(const prover_t &before, const prover_t &now);
+
 struct verdict_t {
   QString tag;
   int number = 0;
@@ -60,6 +75,15 @@ struct entry_t {
   tool_t reader;
   QString output; ///< the prover's last lines, null where everything was proved
   QString errors; ///< the last lines of standard error, likewise
+};
+
+/// What is written at one go.
+struct batch_t {
+  std::vector<mechanism_t> mechanisms;
+  std::vector<prover_t> provers;
+  std::vector<entry_t> entries;
+
+  bool isEmpty() const { return mechanisms.empty() && provers.empty() && entries.empty(); }
 };
 
 /// The history of the status file at `posPath`, unless another one is named: "comp.history" beside

@@ -47,14 +47,15 @@ std::int64_t Store::beginRun(const run_t &begun) {
   return database.lastId();
 }
 
-void Store::write(const std::vector<mechanism_t> &mechanisms, const std::vector<entry_t> &entries,
-                  std::optional<int> status) {
+void Store::write(const batch_t &batch, std::optional<int> status) {
   const std::int64_t before = positions;
   try {
     Transaction transaction(database);
-    for (const mechanism_t &mechanism : mechanisms)
+    for (const mechanism_t &mechanism : batch.mechanisms)
       writeMechanism(mechanism);
-    for (const entry_t &entry : entries)
+    for (const prover_t &prover : batch.provers)
+      writeProver(prover);
+    for (const entry_t &entry : batch.entries)
       writeEntry(entry);
     if (status)
       database.prepare("UPDATE runs SET ended = ?, status = ? WHERE id = ?")
@@ -82,6 +83,17 @@ void Store::writeMechanism(const mechanism_t &mechanism) {
   Statement insert = database.prepare("INSERT INTO run_drivers VALUES (?, ?, ?)");
   for (const QString &driver : mechanism.drivers)
     insert.bind(run).bind(positions++).bind(idOfDriver(mechanism.name, driver)).run();
+}
+
+void Store::writeProver(const prover_t &prover) {
+  database.prepare("INSERT INTO provers VALUES (?, ?, ?, ?, ?, ?)")
+      .bind(run)
+      .bind(prover.name)
+      .bind(prover.path)
+      .bind(prover.version)
+      .bind(prover.digest)
+      .bind(prover.stamp)
+      .run();
 }
 
 void Store::writeEntry(const entry_t &entry) {
@@ -148,6 +160,8 @@ int history::prune(Database &database, int keep) {
                           "DELETE FROM mechanisms WHERE run NOT IN (SELECT id FROM runs)",
                           "DELETE FROM run_drivers WHERE run NOT IN (SELECT id FROM runs)"})
     database.run(sql);
+  if (database.knowsProvers())
+    database.run("DELETE FROM provers WHERE run NOT IN (SELECT id FROM runs)");
   transaction.commit();
   return static_cast<int>(std::max<std::int64_t>(0, before - keep));
 }

@@ -17,12 +17,12 @@ public:
   Store(const QString &path, const run_t &run);
 
   /// In one transaction: all, or nothing of it. With `status` the run has ended.
-  void write(const std::vector<mechanism_t> &mechanisms, const std::vector<entry_t> &entries,
-             std::optional<int> status);
+  void write(const batch_t &batch, std::optional<int> status);
 
 private:
   std::int64_t beginRun(const run_t &run);
   void writeMechanism(const mechanism_t &mechanism);
+  void writeProver(const prover_t &prover);
   void writeEntry(const entry_t &entry);
   std::int64_t idOfDriver(const QString &mechanism, const QString &driver);
   std::int64_t idOfGoal(const QString &tag, int number);

@@ -77,10 +77,12 @@ struct declarations_t {
                   "0"_s};
   Option unusedFor{"unused-for"_s, "With mode cleanup: remove answers unused for so many days."_s,
                    "days"_s};
+  Option stats{"stats"_s, "Without a prover: tell how many questions had an answer."_s};
+  Option zeroStats{"zero-stats"_s, "Without a prover: count from here on."_s};
 
   QList<Option> all() const {
-    return {mode,        directory, maxSize,    goalFile, standardInput,
-            versionText, definite,  indefinite, statuses, unusedFor};
+    return {mode,     directory,  maxSize,  goalFile,  standardInput, versionText,
+            definite, indefinite, statuses, unusedFor, stats,         zeroStats};
   }
 };
 
@@ -113,6 +115,8 @@ bool readSettings(const QCommandLineParser &parser, const declarations_t &declar
       !parsePattern(parser.value(declared.indefinite), options.patterns.indefinite))
     return fail("--definite, --indefinite: no regular expression"_s);
 
+  options.tellsStats = parser.isSet(declared.stats);
+  options.resetsCounts = parser.isSet(declared.zeroStats);
   options.versionText = parser.value(declared.versionText).toStdString();
   for (const QString &file : parser.values(declared.goalFile))
     options.goalFiles.push_back(file.toStdString());
@@ -133,7 +137,10 @@ bool parseOptions(int argc, char **argv, options_t &options) {
     return fail(fault);
   if (!readSettings(parser, declared, options))
     return false;
-  if (options.command.empty() && options.mode != policy_t::CLEANUP)
+  const bool isAboutCounts = options.tellsStats || options.resetsCounts;
+  if (isAboutCounts && !options.command.empty())
+    return fail("--stats and --zero-stats go without a prover"_s);
+  if (options.command.empty() && options.mode != policy_t::CLEANUP && !isAboutCounts)
     return fail("no prover is named; see --help"_s);
   return true;
 }

@@ -25,6 +25,8 @@ struct options_t {
   std::string directory;
   std::uint64_t maxBytes = 0; ///< 0 for no bound
   double unusedDays = 0;      ///< for CLEANUP: entries unused for longer go; 0 for none
+  bool tellsStats = false;    ///< without a prover, as the next
+  bool resetsCounts = false;
   std::string versionText;
   std::vector<std::string> goalFiles;
   bool readsStandardInput = true; ///< whether the prover gets the program's standard input

@@ -12,6 +12,7 @@
 #include <QList>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <tuple>
@@ -171,6 +172,16 @@ bool isDamaged(const std::string &directory, const QByteArray &key) {
   return file.isOpen() && !readEntry(file.get(), key);
 }
 
+/// The file that is as long as questions had this outcome: a byte that is appended needs no lock.
+std::string countPath(const std::string &directory, outcome_t outcome) {
+  return directory + (outcome == outcome_t::HIT ? "/hits" : "/misses");
+}
+
+std::uint64_t sizeOf(const std::string &path) {
+  struct stat status;
+  return ::stat(path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
 bool makeFolder(const std::string &path) {
   std::error_code error;
   std::filesystem::create_directories(path, error);
@@ -243,6 +254,34 @@ bool Store::cleanUp(double unusedSeconds) {
   entries.erase(std::remove_if(entries.begin(), entries.end(), isUseless), entries.end());
   usage.write(evict(directory, std::move(entries), maxBytes > 0 ? maxBytes : NO_LIMIT));
   return true;
+}
+
+void Store::count(outcome_t outcome) const {
+  if (outcome == outcome_t::MISS)
+    makeFolder(directory);
+  const file::Descriptor file =
+      file::openFile(countPath(directory, outcome), O_WRONLY | O_APPEND | O_CREAT, 0666);
+  if (file.isOpen())
+    file::writeAll(file.get(), ".", 1);
+}
+
+stats_t Store::stats() const {
+  stats_t stats;
+  stats.hits = sizeOf(countPath(directory, outcome_t::HIT));
+  stats.misses = sizeOf(countPath(directory, outcome_t::MISS));
+  for (const entry_t &entry : entriesOf(directory)) {
+    ++stats.answers;
+    stats.bytes += entry.bytes;
+  }
+  return stats;
+}
+
+bool Store::resetCounts() const {
+  const auto reset = [&](outcome_t outcome) {
+    const std::string path = countPath(directory, outcome);
+    return ::truncate(path.c_str(), 0) == 0 || errno == ENOENT;
+  };
+  return reset(outcome_t::HIT) && reset(outcome_t::MISS);
 }
 
 } // namespace cache

@@ -15,6 +15,16 @@ struct answer_t {
   int status = 0;
 };
 
+/// What was asked since the counts were reset, and what is there.
+struct stats_t {
+  std::uint64_t hits = 0;    ///< answers that were repeated
+  std::uint64_t misses = 0;  ///< questions that the prover was run for, or that found no answer
+  std::uint64_t answers = 0; ///< that are stored
+  std::uint64_t bytes = 0;   ///< of disk space that they take
+};
+
+enum class outcome_t { HIT, MISS };
+
 /// A directory of answers, each in a file of its own that is named by its key.
 ///
 /// Any number of programs may use one directory at once. An answer is written under a temporary
@@ -39,6 +49,14 @@ public:
   /// `unusedSeconds` is above 0, answers that were not used for so long. False when the directory
   /// cannot be written.
   bool cleanUp(double unusedSeconds);
+
+  /// Counts a question. What cannot be counted is not, as in a directory that is shared read-only.
+  void count(outcome_t outcome) const;
+
+  stats_t stats() const;
+
+  /// Lets the counts of questions begin anew. False when the directory cannot be written.
+  bool resetCounts() const;
 
 private:
   std::string directory;

@@ -95,14 +95,28 @@ int answerGoals(const options_t &options) {
                     input.get()});
   cache::Store store(options.directory, options.maxBytes);
   if (key && options.mode != policy_t::REBUILD) {
-    if (const std::optional<answer_t> answer = store.find(*key))
+    if (const std::optional<answer_t> answer = store.find(*key)) {
+      store.count(cache::outcome_t::HIT);
       return repeat(*answer);
+    }
   }
+  store.count(cache::outcome_t::MISS);
   if (options.mode == policy_t::OFFLINE)
     return fail("no answer is stored for these goals");
   if (!key || options.mode == policy_t::REPLAY)
     return cache::becomeProver(program, options.command, input.get());
   return runAndKeep(options, program, input.get(), store, *key);
+}
+
+int tellStats(const options_t &options) {
+  const cache::Store store(options.directory, options.maxBytes);
+  if (options.tellsStats) {
+    const cache::stats_t stats = store.stats();
+    std::cout << "hits " << stats.hits << "\nmisses " << stats.misses << "\nanswers "
+              << stats.answers << "\nbytes " << stats.bytes << std::endl;
+  }
+  const bool done = !options.resetsCounts || store.resetCounts();
+  return done ? EXIT_SUCCESS : fail("cannot reset the counts in " + options.directory);
 }
 
 } // namespace
@@ -115,6 +129,8 @@ int main(int argc, char **argv) {
   options_t options;
   if (!cache::parseOptions(argc, argv, options))
     return wrapper::STATUS_OWN_FAILURE;
+  if (options.tellsStats || options.resetsCounts)
+    return tellStats(options);
   if (!options.command.empty())
     return answerGoals(options);
   cache::Store store(options.directory, options.maxBytes);

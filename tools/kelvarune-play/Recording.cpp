@@ -5,6 +5,7 @@
 #include "Limits.h"
 #include "shell/Quoting.h"
 #include "text/Literals.h"
+#include "wrapper/Layers.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
@@ -111,20 +112,14 @@ QString textOf(loss_t loss) {
   return QString();
 }
 
-/// The time limit that kelvarune-limit was given: its options end before the prover.
+/// The time limit that kelvarune-limit was given.
 std::optional<double> limitAmong(const tool_record_t &tool) {
-  if (tool.program.filename() != "kelvarune-limit")
-    return std::nullopt;
-  const QString option = "--time"_s;
-  for (int i = 0; i < tool.arguments.size() && tool.arguments[i].startsWith("--"_s); ++i) {
-    const QString name = tool.arguments[i].section(QLatin1Char('='), 0, 0);
-    const bool isApart = name == tool.arguments[i] && name.size() > 2; // its value is the next word
-    const QString value =
-        isApart ? tool.arguments.value(++i) : tool.arguments[i].mid(name.size() + 1);
+  const QString program = QString::fromStdString(tool.program.native());
+  for (const wrapper::layer_t &layer : wrapper::layersOf(program, tool.arguments)) {
     bool isNumber = false;
-    const double seconds = value.toDouble(&isNumber);
-    if (name == option && isNumber)
-      return seconds;
+    const double limit = layer.value("--time"_s).toDouble(&isNumber);
+    if (isNumber)
+      return limit;
   }
   return std::nullopt;
 }
@@ -138,8 +133,11 @@ double secondsOfTimeout(int timeout) {
 } // namespace
 
 Recording::Recording(const play_options_t &options) {
-  if (options.keepsHistory())
-    recorder.emplace(options.history, thisRun(options));
+  if (!options.keepsHistory())
+    return;
+  recorder.emplace(options.history, thisRun(options));
+  versions.emplace(options.history,
+                   [this](history::prover_t prover) { recorder->add(std::move(prover)); });
 }
 
 void Recording::startMechanism(const QString &path, const mechanism::mechanism_t &mechanism) {
@@ -158,6 +156,7 @@ void Recording::startMechanism(const QString &path, const mechanism::mechanism_t
 void Recording::take(const entry_record_t &record) {
   if (!recorder || record.goals.empty())
     return;
+  versions->take(record);
   history::entry_t entry;
   entry.mechanism = record.mechanism;
   entry.driver = record.driver;
@@ -184,6 +183,17 @@ void Recording::take(const entry_record_t &record) {
   recorder->add(std::move(entry));
 }
 
-QString Recording::end(int status) {
-  return recorder ? recorder->end(status, PATIENCE) : QString();
+QStringList Recording::end(int status) {
+  return recorder ? close(status, versions->finish()) : QStringList();
+}
+
+QStringList Recording::stop(int status) {
+  return recorder ? close(status, versions->stop()) : QStringList();
+}
+
+QStringList Recording::close(int status, QStringList lines) {
+  const QString fault = recorder->end(status, PATIENCE);
+  if (!fault.isEmpty())
+    lines << fault;
+  return lines;
 }

@@ -112,8 +112,7 @@ int Run::play(StopOnSignals &stopOnSignals) {
   const QStringList lost = lostProofsIn(options.posPath, plan.reference);
   report(lost);
   const int result = status(lost);
-  if (const QString fault = recording.end(result); !fault.isEmpty())
-    complain(fault);
+  tellEach(recording.end(result));
   return result;
 }
 
@@ -239,10 +238,8 @@ std::string Run::stoppedText(int status) {
       line += director->stop() ? ", all saved"_s : ", not all could be saved"_s;
   }
   std::string text;
-  QStringList lines = QStringList(line) + entries.summary();
-  if (const QString fault = recording.end(status); !fault.isEmpty())
-    lines << fault;
-  for (const QString &each : std::as_const(lines))
+  const QStringList lines = QStringList(line) + entries.summary() + recording.stop(status);
+  for (const QString &each : lines)
     text += "kelvarune-play: " + shown(each).toStdString() + '\n';
   return text;
 }

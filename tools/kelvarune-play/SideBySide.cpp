@@ -39,7 +39,13 @@ namespace {
 
 using steady_t = std::chrono::steady_clock;
 
-enum part_status_t { COMPLETED = 0, NOT_PROVED = 1, UNPLAYABLE = 2, FAILED = 3, SIGNALLED = 128 };
+enum part_status_t {
+  PART_COMPLETED = 0,
+  PART_NOT_PROVED = 1,
+  PART_UNPLAYABLE = 2,
+  PART_FAILED = 3,
+  PART_SIGNALLED = 128
+};
 
 constexpr std::chrono::seconds PATIENCE_AT_STOP(20); // a save may wait for a slow disk
 constexpr std::chrono::seconds PATIENCE_OF_READERS(1);
@@ -126,6 +132,7 @@ private:
   std::size_t nextStart = 0;   // in the order
   std::size_t nextCollect = 0; // of the parts
   std::size_t slotsHeld = 0;
+  bool hasRoom = true; // for one more process; else one has to end first
   Outputs outputs;
   file::pipe_t bell; // rings at a stop
   const steady_t::time_point begin = steady_t::now();
@@ -180,7 +187,8 @@ void SideBySide::startMore() {
         break;
       ++slotsHeld;
     }
-    if (!start(order[nextStart]))
+    hasRoom = start(order[nextStart]);
+    if (!hasRoom)
       break;
     ++nextStart;
   }
@@ -219,7 +227,7 @@ bool SideBySide::start(std::size_t index) {
     play.fault = hasSpools ? "cannot be started"
                            : "no file can be made below " + QDir::tempPath().toStdString();
     play.process.reset();
-    statuses[index] = FAILED;
+    statuses[index] = PART_FAILED;
   }
   plays[index] = std::move(play);
   return true;
@@ -227,9 +235,10 @@ bool SideBySide::start(std::size_t index) {
 
 // Waits until something can be done.
 void SideBySide::await() {
+  const bool wantsSlot = hasRoom && nextStart < order.size();
   std::vector<pollfd> watched = {{bell.readEnd.get(), POLLIN, 0},
                                  {outputs.target(), POLLOUT, 0},
-                                 {nextStart < order.size() ? tokens.descriptor() : -1, POLLIN, 0}};
+                                 {wantsSlot ? tokens.descriptor() : -1, POLLIN, 0}};
   int limitMs = -1;
   for (const auto &play : plays) {
     if (!play || !play->process)
@@ -299,18 +308,18 @@ QStringList SideBySide::namesWith(int status) const {
 // Expects the mutex held.
 void SideBySide::report() const {
   for (std::size_t i = 0; i < parts.size(); ++i) {
-    const int status = statuses[i].value_or(COMPLETED);
-    const int number = status < 0 ? -status : status - SIGNALLED;
+    const int status = statuses[i].value_or(PART_COMPLETED);
+    const int number = status < 0 ? -status : status - PART_SIGNALLED;
     if (number > 0 && number != stopNumber)
       complain("%1 was ended by signal %2."_s.arg(shown(parts[i].name)).arg(number));
   }
-  const QStringList unplayed = namesWith(UNPLAYABLE);
+  const QStringList unplayed = namesWith(PART_UNPLAYABLE);
   if (!unplayed.isEmpty())
     complain("%1 of %2 could not be played: %3"_s.arg(
         QString::number(unplayed.size()), counted(static_cast<int>(parts.size()), "component"),
         unplayed.join(", "_s)));
   const auto done = std::count_if(statuses.begin(), statuses.end(), [](const auto &status) {
-    return status && *status >= COMPLETED && *status <= FAILED;
+    return status && *status >= PART_COMPLETED && *status <= PART_FAILED;
   });
   if (stopNumber != 0)
     complain("stopped: %1 of %2 done."_s.arg(QString::number(done),
@@ -320,11 +329,12 @@ void SideBySide::report() const {
 // Expects the mutex held.
 int SideBySide::status() const {
   if (stopNumber != 0)
-    return SIGNALLED + stopNumber;
-  int worst = COMPLETED;
+    return PART_SIGNALLED + stopNumber;
+  int worst = PART_COMPLETED;
   for (const std::optional<int> &status : statuses) {
-    const int each = status && *status >= COMPLETED && *status <= FAILED ? *status : FAILED;
-    const bool isWorse = each == UNPLAYABLE || (worst != UNPLAYABLE && each > worst);
+    const int each =
+        status && *status >= PART_COMPLETED && *status <= PART_FAILED ? *status : PART_FAILED;
+    const bool isWorse = each == PART_UNPLAYABLE || (worst != PART_UNPLAYABLE && each > worst);
     worst = isWorse ? each : worst;
   }
   return worst;

@@ -18,15 +18,15 @@ namespace {
 
 int run(const options_t &options) {
   static const std::map<QString, int (*)(const options_t &)> table = {
-      {"list"_s, commands::list},      {"show"_s, commands::show},
-      {"stats"_s, commands::stats},    {"goals"_s, commands::goals},
-      {"check"_s, commands::check},    {"unprove"_s, commands::unprove},
-      {"remove"_s, commands::remove},  {"restore"_s, commands::restore},
-      {"merge"_s, commands::merge},    {"diff"_s, commands::diff},
-      {"report"_s, commands::report},  {"history"_s, commands::history},
-      {"prune"_s, commands::prune},    {"times"_s, commands::times},
-      {"advise"_s, commands::advise},  {"flaky"_s, commands::flaky},
-      {"compare"_s, commands::compare}};
+      {"init"_s, commands::init},       {"list"_s, commands::list},
+      {"show"_s, commands::show},       {"stats"_s, commands::stats},
+      {"goals"_s, commands::goals},     {"check"_s, commands::check},
+      {"unprove"_s, commands::unprove}, {"remove"_s, commands::remove},
+      {"restore"_s, commands::restore}, {"merge"_s, commands::merge},
+      {"diff"_s, commands::diff},       {"report"_s, commands::report},
+      {"history"_s, commands::history}, {"prune"_s, commands::prune},
+      {"times"_s, commands::times},     {"advise"_s, commands::advise},
+      {"flaky"_s, commands::flaky},     {"compare"_s, commands::compare}};
   return table.at(options.command)(options);
 }
 

@@ -78,7 +78,7 @@ parse_t refuseCommand(const program_t &program, const QString &name) {
 }
 
 QStringList argumentNames(const command_t &command) {
-  return QString::fromLatin1(command.arguments).split(QLatin1Char(' '));
+  return QString::fromLatin1(command.arguments).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
 bool isList(const QString &argumentName) {
@@ -134,9 +134,10 @@ QString helpOf(const program_t &program, const command_t &command) {
   for (const QCommandLineOption &option : optionsOf(program, command))
     parser.addOption(option);
   const QString text = parser.helpText().trimmed() + QLatin1Char('\n');
-  return "Usage: %1 %2 [options] %3"_s.arg(QCoreApplication::applicationName(),
-                                           QLatin1String(command.name),
-                                           QLatin1String(command.arguments)) +
+  const QString arguments = QLatin1String(command.arguments);
+  return "Usage: %1 %2 [options]"_s.arg(QCoreApplication::applicationName(),
+                                        QLatin1String(command.name)) +
+         (arguments.isEmpty() ? arguments : QLatin1Char(' ') + arguments) +
          text.mid(text.indexOf(QLatin1Char('\n')));
 }
 
@@ -177,6 +178,8 @@ parse_t takeColor(const QString &when, const QString &command) {
 }
 
 bool isRightNumber(const QStringList &given, const QStringList &names) {
+  if (names.isEmpty())
+    return given.isEmpty();
   if (names.last().endsWith("...]"_s)) // none is right, too
     return given.size() >= names.size() - 1;
   return isList(names.last()) ? given.size() >= names.size() : given.size() == names.size();
@@ -235,7 +238,9 @@ parse_t parse(const program_t &program, const QStringList &arguments, given_t &g
   given.arguments = parser.positionalArguments().mid(1);
   const QStringList names = argumentNames(*command);
   if (!isRightNumber(given.arguments, names))
-    return refuse(given.command + " takes "_s + names.join(QLatin1Char(' ')), given.command);
+    return refuse(given.command + " takes "_s +
+                      (names.isEmpty() ? "no arguments"_s : names.join(QLatin1Char(' '))),
+                  given.command);
   return takeColor(given.value("color"), given.command);
 }
 

@@ -17,7 +17,7 @@ namespace kelvarune::commandline {
 
 struct command_t {
   const char *name;
-  const char *arguments; ///< by name: "FILE", "NAME FILE", "FILE..." (one or more), "[FILE...]"
+  const char *arguments; ///< by name: "FILE", "NAME FILE", "FILE..." (one or more), "[FILE...]", ""
   std::vector<const char *> options; ///< by their long names
   const char *description;           ///< one line
   const char *details = "";          ///< what the help of this command says besides

@@ -7,6 +7,7 @@ struct options_t;
 /// returns the exit status.
 namespace commands {
 
+int init(const options_t &options);    // Init.cpp
 int list(const options_t &options);    // List.cpp
 int show(const options_t &options);    // ShowGoal.cpp
 int stats(const options_t &options);   // ShowStats.cpp

@@ -20,6 +20,28 @@ QString lastedText(const known_run_t &run) {
   return run.ended ? textOfSeconds(*run.ended - run.started) : "-"_s;
 }
 
+/// "cvc5 1.0.3, z3 4.8.12".
+QString versionsText(const known_run_t &run) {
+  QStringList versions;
+  for (const ::history::prover_t &prover : run.provers)
+    versions << shown(prover.name + QLatin1Char(' ') + ::history::shortVersion(prover));
+  versions.sort();
+  return versions.isEmpty() ? "-"_s : versions.join(", "_s);
+}
+
+QJsonArray jsonOfProvers(const known_run_t &run) {
+  const auto textOrNull = [](const QString &text) {
+    return text.isNull() ? QJsonValue() : QJsonValue(text);
+  };
+  QJsonArray array;
+  for (const ::history::prover_t &prover : run.provers)
+    array.append(QJsonObject{{"name"_s, prover.name},
+                             {"path"_s, prover.path},
+                             {"version"_s, textOrNull(prover.version)},
+                             {"digest"_s, textOrNull(prover.digest)}});
+  return array;
+}
+
 QJsonObject jsonOfRun(const known_run_t &run, const times_t &times) {
   return {{"run"_s, static_cast<int>(run.id)},
           {"started"_s, textOfTime(run.started)},
@@ -29,6 +51,7 @@ QJsonObject jsonOfRun(const known_run_t &run, const times_t &times) {
           {"program"_s, run.program},
           {"jobs"_s, run.jobs},
           {"command"_s, run.command},
+          {"provers"_s, jsonOfProvers(run)},
           {"times"_s, jsonOf(times)}};
 }
 
@@ -42,9 +65,9 @@ int commands::history(const options_t &options) {
   for (const ::history::play_t &play : past->plays)
     plays[play.run].push_back(&play);
   QJsonArray array;
-  Table table("rlrrrrrrll");
+  Table table("rlrrrrrrlll");
   table.add({"Run"_s, "Started"_s, "Seconds"_s, "Jobs"_s, "Plays"_s, "Proved"_s, "Work"_s,
-             "Status"_s, "Host"_s, "Program"_s});
+             "Status"_s, "Host"_s, "Program"_s, "Provers"_s});
   for (std::size_t i = 0; i < past->runs.size(); ++i) {
     const known_run_t &run = past->runs[i];
     const times_t times = timesOf(plays[i]);
@@ -53,7 +76,7 @@ int commands::history(const options_t &options) {
                QString::number(run.jobs), QString::number(times.plays),
                QString::number(times.proved), textOfSeconds(times.wall),
                run.status ? QString::number(*run.status) : "no end"_s, shown(run.host),
-               shown(run.program)});
+               shown(run.program), versionsText(run)});
   }
   if (options.json)
     return finishJson("history", options.file(), {{"runs"_s, array}});

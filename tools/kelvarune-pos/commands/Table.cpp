@@ -11,7 +11,13 @@ const commandline::program_t &program() {
   static const commandline::program_t table = {
       "COMMAND [options] FILE",
       "Shows, checks, resets and merges proof obligation status files.",
-      {{"list", "FILE", {"json"}, "The registered mechanisms and their drivers."},
+      {{"init",
+        "",
+        {"force"},
+        "Writes a kelvarune.toml from what lies here.",
+        "With comments, and with the components and mechanisms that lie in the working directory\n"
+        "and below it. A file that --force replaces is kept as kelvarune.toml.~N~."},
+       {"list", "FILE", {"json"}, "The registered mechanisms and their drivers."},
        {"show", "FILE TAG.N...", {"json"}, "All that is known of these goals."},
        {"stats",
         "[FILE...]",
@@ -104,7 +110,7 @@ const commandline::program_t &program() {
        {"dry-run"_s, "Say what would change, write nothing."_s},
        {"backup"_s, "Take the copy FILE.~N~."_s, "N"_s},
        {"wait"_s, "Wait while a run uses the file, instead of giving up."_s},
-       {"force"_s, "Replace an output file that is there; it is kept as PATH.~N~."_s},
+       {"force"_s, "Replace a file that is there; it is kept as PATH.~N~."_s},
        {"html"_s, "Self-contained HTML: one page, or an index and a page for each component."_s},
        {"markdown"_s, "Markdown for a merge request or a job summary, at most 60 lines."_s},
        {"badge"_s, "A small SVG image with the number of proved goals."_s},
