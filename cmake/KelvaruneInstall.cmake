@@ -19,6 +19,7 @@ set(libraries director report mechanism utils resource pos xml process file)
 # What other programs may include, by paths relative to src and then to include/kelvarune. Each of
 # them compiles alone, and after Qt's headers with Qt's keywords.
 set(public_headers
+    director/JobSlots.h
     director/Observation.h
     director/ProofData.h
     director/ProofDirector.h
