@@ -28,6 +28,7 @@ using history::prover_t;
 namespace {
 
 constexpr std::chrono::seconds ASKING_PATIENCE(4); // a program may take two seconds, and has to end
+constexpr std::chrono::seconds ENDING_PATIENCE(1); // where nothing more is asked
 constexpr int READ_BYTES = 1 << 16;
 
 /// The path of the prover behind the programs that stand before it; empty when it is not found.
@@ -117,7 +118,9 @@ Versions::Versions(const QString &path, note_t note) : path(path), note(std::mov
 
 Versions::~Versions() {
   versionText.stop();
-  endThread();
+  std::unique_lock lock(mutex);
+  while (!endThread(lock, ENDING_PATIENCE)) {
+  }
 }
 
 void Versions::take(const entry_record_t &record) {
@@ -168,36 +171,38 @@ void Versions::work() {
   changed.notify_all();
 }
 
-void Versions::endThread() {
-  {
-    const std::lock_guard lock(mutex);
-    over = true;
-    changed.notify_all();
-  }
+// False when the thread has not ended in time. Expects the mutex held: a stop may come while the
+// run ends by itself. The thread does not take it any more once it has said that it works no
+// longer.
+bool Versions::endThread(std::unique_lock<std::mutex> &lock, std::chrono::milliseconds patience) {
+  over = true;
+  changed.notify_all();
+  if (!changed.wait_for(lock, patience, [this] { return !working; }))
+    return false;
   if (thread.joinable())
     thread.join();
+  return true;
 }
 
 // What is not known by then is asked again by the next run.
 QStringList Versions::finish() {
-  {
-    std::unique_lock lock(mutex);
-    over = true;
-    changed.notify_all();
-    if (!changed.wait_for(lock, ASKING_PATIENCE, [this] { return !working; }))
-      versionText.stop();
+  std::unique_lock lock(mutex);
+  if (!endThread(lock, ASKING_PATIENCE)) {
+    versionText.stop();
+    endThread(lock, ENDING_PATIENCE);
   }
-  endThread();
   return changes();
 }
 
 QStringList Versions::stop() {
   versionText.stop();
-  const std::lock_guard lock(mutex);
-  return std::exchange(over, true) ? QStringList() : changes(); // the run's end tells them
+  std::unique_lock lock(mutex);
+  const bool isToldElsewhere = over; // by the run's end
+  endThread(lock, ENDING_PATIENCE);
+  return isToldElsewhere ? QStringList() : changes();
 }
 
-// Expects the mutex held, or the thread at its end.
+// Expects the mutex held.
 QStringList Versions::changes() const {
   QStringList lines;
   for (const prover_t &prover : now) {

@@ -8,6 +8,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -42,7 +43,7 @@ public:
 
 private:
   void work();
-  void endThread();
+  bool endThread(std::unique_lock<std::mutex> &lock, std::chrono::milliseconds patience);
   QStringList changes() const;
 
   const QString path;
